@@ -53,6 +53,10 @@ inline Float8 min(Float8 a, Float8 b) { return {_mm256_min_ps(a.v, b.v)}; }
 inline Float8 max(Float8 a, Float8 b) { return {_mm256_max_ps(a.v, b.v)}; }
 inline Float8 clamp01(Float8 a) { return min(max(a, zero8()), splat(1.0f)); }
 inline Float8 sqrt(Float8 a) { return {_mm256_sqrt_ps(a.v)}; }
+/// Rounds to the nearest whole number, halves to even.
+inline Float8 roundNearest(Float8 a) {
+  return {_mm256_round_ps(a.v, _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC)};
+}
 /// The hardware's reciprocal estimate, relative error below 1.5 * 2^-12.
 inline Float8 reciprocalEstimate(Float8 a) { return {_mm256_rcp_ps(a.v)}; }
 
@@ -97,6 +101,10 @@ inline Int8 shiftLeft(Int8 a) {
 template <int bits>
 inline Int8 shiftRight(Int8 a) {
   return {_mm256_srli_epi32(a.v, bits)};
+}
+template <int bits>
+inline Int8 shiftRightSigned(Int8 a) {
+  return {_mm256_srai_epi32(a.v, bits)};
 }
 inline Mask8 operator==(Int8 a, Int8 b) { return {_mm256_castsi256_ps(_mm256_cmpeq_epi32(a.v, b.v))}; }
 inline Mask8 operator>(Int8 a, Int8 b) { return {_mm256_castsi256_ps(_mm256_cmpgt_epi32(a.v, b.v))}; }

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "host/AlignedObject.h"
+#include "painter/BlockedMap.h"
+#include "simd/Float8.h"
+
+namespace orv::hdri::blockedAVX2 {
+
+class BlockedPainter;
+
+/// Supplies the colours behind the pins: whole rows of the map, and colours at any map coordinates. `prepare`
+/// runs alone on the set-up thread; afterwards `sampleBlock`, `canSample` and `fillRow` only read and are
+/// called from many threads.
+class BackgroundSource : public AlignedObject {
+ public:
+  virtual ~BackgroundSource() = default;
+
+  /// Builds what the rows need, for the painter's size and settings.
+  /// @return false when the source can not be made. @throws std::length_error, std::bad_alloc.
+  virtual bool prepare(BlockedPainter& painter) = 0;
+
+  /// Colours at eight map positions: u in [0, 1] from the left edge to the right, v in [0, 1] from the top
+  /// down. Only when `canSample`. @return `out`.
+  virtual Block& sampleBlock(Block& out, Float8 u, Float8 v) const = 0;
+
+  virtual bool canSample() const = 0;
+
+  /// Fills `out` with row `row`, whose latitude is `latitude` radians.
+  /// @param out as many blocks as the map's width needs.
+  virtual void fillRow(std::uint32_t row, float latitude, std::span<Block> out) const = 0;
+
+ protected:
+  BackgroundSource() = default;
+  BackgroundSource(const BackgroundSource&) = delete;
+  BackgroundSource& operator=(const BackgroundSource&) = delete;
+};
+
+}  // namespace orv::hdri::blockedAVX2

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "backgrounds/BackgroundSource.h"
+
+namespace orv::hdri {
+class ColorBrush;
+}
+
+namespace orv::hdri::blockedAVX2 {
+
+/// One colour everywhere: the brush's colour times its brightness. The other adjustments do not apply to it.
+class ColorBackground final : public BackgroundSource {
+ public:
+  explicit ColorBackground(const ColorBrush& brush);
+
+  bool prepare(BlockedPainter& painter) override;
+  Block& sampleBlock(Block& out, Float8 u, Float8 v) const override;
+  bool canSample() const override { return true; }
+  void fillRow(std::uint32_t row, float latitude, std::span<Block> out) const override;
+
+ private:
+  float color_[3];
+};
+
+}  // namespace orv::hdri::blockedAVX2
