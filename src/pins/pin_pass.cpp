@@ -5,6 +5,7 @@
 #include <tbb/task_group.h>
 
 #include "painter/BlockedPainter.h"
+#include "painter/parallel_rows.h"
 #include "pins/PinRowPainter.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -14,9 +15,17 @@ void paintPins(BlockedPainter& painter, EnvImage* result) {
   const BlockedPainter* self = &painter;
   tbb::enumerable_thread_specific<PinRowPainter> rowPainters(self, result);
   tbb::task_group_context context;
+  LoopOrder order;
+  order.release();
   tbb::parallel_for(
       std::int32_t{0}, painter.height(), std::int32_t{1},
-      [&](std::int32_t y) { rowPainters.local().paintRow(y); }, context);
+      [&](std::int32_t y) {
+        order.acquire();
+        rowPainters.local().paintRow(y);
+        order.release();
+      },
+      context);
+  order.acquire();
 }
 
 }  // namespace orv::hdri::blockedAVX2
