@@ -1,0 +1,28 @@
+#include "orvrender/Scene.h"
+
+#include <new>
+
+#include "orvrender/BigBlocks.h"
+
+orvScene::orvScene(const orvScene_options& given)
+    : options(given), sky(given.sky ? std::make_unique<orv::host::ReferenceSky>() : nullptr) {
+  orv::host::BigBlocks::instance().addScene();
+}
+
+orvScene::~orvScene() { orv::host::BigBlocks::instance().removeScene(); }
+
+extern "C" {
+
+orvScene* orv_scene_create(const orvScene_options& options) {
+  try {
+    return new orvScene(options);
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+void orv_scene_destroy(orvScene* scene) { delete scene; }
+
+orvSky* orv_get_sky(orvScene* scene) { return scene ? scene->sky.get() : nullptr; }
+
+}  // extern "C"
