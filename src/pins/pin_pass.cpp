@@ -16,16 +16,15 @@ void paintPins(BlockedPainter& painter, EnvImage* result) {
   tbb::enumerable_thread_specific<PinRowPainter> rowPainters(self, result);
   tbb::task_group_context context;
   LoopOrder order;
-  order.release();
   tbb::parallel_for(
       std::int32_t{0}, painter.height(), std::int32_t{1},
       [&](std::int32_t y) {
-        order.acquire();
+        order.enterBody();
         rowPainters.local().paintRow(y);
-        order.release();
+        order.leaveBody();
       },
       context);
-  order.acquire();
+  order.joinBodies();
 }
 
 }  // namespace orv::hdri::blockedAVX2

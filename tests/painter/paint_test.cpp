@@ -1,0 +1,170 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+#include "hdri/ColorBrush.h"
+#include "hdri/ImageBrush.h"
+#include "painter/BlockedPainter.h"
+#include "support/fake_host/FakeHost.h"
+
+namespace orv::hdri::blockedAVX2 {
+namespace {
+
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::StartsWith;
+
+class Paint : public testing::Test {
+ protected:
+  void SetUp() override {
+    host_.reset();
+    blocksBefore_ = host_.liveBlocks();
+    painter_ = static_cast<BlockedPainter*>(createAVX2Painter());
+    painter_->setScene(host_.scene());
+    painter_->setSize(4, 2);
+  }
+  void TearDown() override {
+    destroyAVX2Painter(painter_);
+    host_.reset();
+    EXPECT_EQ(host_.liveBlocks(), blocksBefore_) << "host memory was lost";
+  }
+  long loads() const {
+    long n = 0;
+    for (const std::string& call : host_.calls()) n += call.starts_with("orv_image_load");
+    return n;
+  }
+
+  FakeHost& host_ = FakeHost::instance();
+  BlockedPainter* painter_ = nullptr;
+  std::int64_t blocksBefore_ = 0;
+};
+
+TEST_F(Paint, WithoutABackgroundIsEmptyAndSilent) {
+  EXPECT_EQ(painter_->paint(), nullptr);
+  EXPECT_FALSE(painter_->isValid());
+  EXPECT_TRUE(host_.calls().empty());
+  EXPECT_TRUE(host_.log().empty());
+}
+
+TEST_F(Paint, GivesAMapOfTheSizeWithTheBackgroundsPixels) {
+  painter_->setSize(11, 3);
+  painter_->setBackground(ColorBrush(0.25f, 2, 1000));
+  const auto map = painter_->paint();
+  ASSERT_TRUE(map);
+  EXPECT_EQ(map->width, 11);
+  EXPECT_EQ(map->height, 3);
+  EXPECT_THAT(map->pixels, Each(Rgb{0.25f, 2, 1000}));
+  EXPECT_TRUE(painter_->isValid());
+}
+
+TEST_F(Paint, OfZeroSizeRunsTheBackgroundAndIsEmpty) {
+  painter_->setSize(0, 0);
+  painter_->setBackground(ColorBrush(1, 1, 1));
+  EXPECT_EQ(painter_->paint(), nullptr);
+  EXPECT_TRUE(painter_->isValid());
+  EXPECT_TRUE(host_.progressAmounts().empty());
+}
+
+TEST_F(Paint, OfZeroWidthPassesTheProgressStepOnAsItComesOut) {
+  painter_->setSize(0, 3);
+  painter_->setBackground(ColorBrush(1, 1, 1));
+  EXPECT_EQ(painter_->paint(), nullptr);
+  EXPECT_THAT(host_.progressAmounts(),
+              ElementsAre(std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity(),
+                          std::numeric_limits<float>::infinity()));
+}
+
+TEST_F(Paint, ReportsItsPhaseAndOneStepARow) {
+  painter_->setSize(4, 8);
+  painter_->setBackground(ColorBrush(1, 1, 1));
+  painter_->paint();
+  EXPECT_THAT(host_.calls(), ElementsAre("orv_progress_set(scene, \"Painting Pins\", 0)"));
+  EXPECT_THAT(host_.progressAmounts(), testing::AllOf(testing::SizeIs(8), Each(0.125f)));
+}
+
+TEST_F(Paint, AgainPreparesTheBackgroundAgain) {
+  host_.images["a"] = std::make_unique<FakeImage>(4, 2);
+  painter_->setBackground(ImageBrush("a"));
+  painter_->paint();
+  painter_->paint();
+  EXPECT_EQ(loads(), 2);
+}
+
+TEST_F(Paint, KeepsThePreparedBackgroundWhenAskedTo) {
+  host_.images["a"] = std::make_unique<FakeImage>(4, 2, std::vector<float>(24, 0.5f));
+  painter_->setOptions({.smoothing = 0, .keepBackground = 1});
+  painter_->setBackground(ImageBrush("a"));
+  painter_->paint();
+  const auto second = painter_->paint();
+  EXPECT_EQ(loads(), 1);
+  EXPECT_THAT(second->pixels, Each(Rgb{0.5f, 0.5f, 0.5f}));
+  painter_->setSize(8, 2);
+  painter_->paint();
+  EXPECT_EQ(loads(), 2);
+}
+
+TEST_F(Paint, AFailedBackgroundTurnsWhiteForGood) {
+  painter_->setBackground(ImageBrush("gone"));
+  EXPECT_THAT(painter_->paint()->pixels, Each(Rgb{1, 1, 1}));
+  EXPECT_THAT(host_.log(), ElementsAre("Failed to find image 'gone' used environment painter\n",
+                                       "Background painting failed, using white instead\n"));
+  EXPECT_TRUE(painter_->hasBackground());
+  EXPECT_TRUE(painter_->isValid());
+  painter_->paint();
+  EXPECT_EQ(host_.log().size(), 2u);
+}
+
+TEST_F(Paint, ResultsAreIndependentOfEachOtherAndOfThePainter) {
+  painter_->setBackground(ColorBrush(1, 1, 1));
+  const auto first = painter_->paint();
+  painter_->setBackground(ColorBrush(2, 2, 2));
+  const auto second = painter_->paint();
+  EXPECT_THAT(first->pixels, Each(Rgb{1, 1, 1}));
+  EXPECT_THAT(second->pixels, Each(Rgb{2, 2, 2}));
+}
+
+TEST_F(Paint, TooManyPixelsAreALengthErrorBeforeAnyPass) {
+  painter_->setBackground(ImageBrush("a"));
+  painter_->setSize(65536, 65536);
+  EXPECT_THROW(painter_->paint(), std::length_error);
+  EXPECT_TRUE(host_.calls().empty());
+  EXPECT_FALSE(painter_->isValid());
+}
+
+TEST_F(Paint, WithoutMemoryForTheRowsThrowsAndPaintsAgainLater) {
+  painter_->setBackground(ColorBrush(3, 3, 3));
+  host_.failAllocation(1);
+  EXPECT_THROW(painter_->paint(), std::bad_alloc);
+  EXPECT_THAT(painter_->paint()->pixels, Each(Rgb{3, 3, 3}));
+}
+
+TEST_F(Paint, WithoutMemoryForTheMapHandsTheImageBackAndThrows) {
+  host_.images["a"] = std::make_unique<FakeImage>(4, 2);
+  painter_->setBackground(ImageBrush("a"));
+  host_.failAllocation(1);
+  EXPECT_THROW(painter_->paint(), std::bad_alloc);
+  EXPECT_THAT(host_.calls(), Contains(StartsWith("orv_image_free(")));
+}
+
+TEST_F(Paint, EveryWidthIsStoredWhole) {
+  for (std::int32_t width = 1; width <= 33; ++width) {
+    std::vector<float> rgb(static_cast<std::size_t>(3 * width * 2));
+    for (std::size_t i = 0; i < rgb.size(); ++i) rgb[i] = static_cast<float>(i);
+    host_.images["a"] = std::make_unique<FakeImage>(static_cast<std::uint32_t>(width), 2, rgb);
+    painter_->setSize(width, 2);
+    painter_->setBackground(ImageBrush("a"));
+    const auto map = painter_->paint();
+    for (std::size_t i = 0; i < map->pixels.size(); ++i) {
+      ASSERT_EQ(map->pixels[i], (Rgb{rgb[3 * i], rgb[3 * i + 1], rgb[3 * i + 2]}))
+          << width << " wide, pixel " << i;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace orv::hdri::blockedAVX2
