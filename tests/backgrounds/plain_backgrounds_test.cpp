@@ -1,0 +1,117 @@
+// Colour and gradient backgrounds.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+#include "backgrounds/ColorBackground.h"
+#include "backgrounds/GradientBackground.h"
+#include "hdri/ColorBrush.h"
+#include "hdri/GradientBrush.h"
+#include "painter/BlockedPainter.h"
+#include "support/fake_host/FakeHost.h"
+
+namespace orv::hdri::blockedAVX2 {
+namespace {
+
+GradientStop stop(float position, float r, float g, float b) {
+  GradientStop s;
+  s.position = position;
+  s.r = r;
+  s.g = g;
+  s.b = b;
+  return s;
+}
+
+std::unique_ptr<GradientBrush> redToBlue() {
+  auto brush = std::make_unique<GradientBrush>();
+  brush->setStops({stop(0, 1, 0, 0), stop(1, 0, 0, 1)});
+  return brush;
+}
+
+TEST(ColorBackground, FillsEveryBlockWithColourTimesBrightness) {
+  ColorBrush brush(0.5f, 1, 2);
+  brush.adjustments().brightness = 2;
+  const ColorBackground background(brush);
+  std::vector<Block> row(3);
+  background.fillRow(0, 0.1f, row);
+  for (const Block& block : row)
+    for (int lane = 0; lane < 8; ++lane) {
+      EXPECT_EQ(block.r[lane], 1.0f);
+      EXPECT_EQ(block.g[lane], 2.0f);
+      EXPECT_EQ(block.b[lane], 4.0f);
+    }
+}
+
+TEST(ColorBackground, IgnoresGammaHueSaturationAndTint) {
+  ColorBrush brush(0.25f, 0.5f, 1);
+  brush.adjustments() = {.brightness = 1, .gamma = 2, .hueShift = 0.5f, .saturation = 1, .tintRed = 0.1f};
+  Block out;
+  ColorBackground(brush).sampleBlock(out, zero8(), zero8());
+  EXPECT_EQ(out.r[0], 0.25f);
+  EXPECT_EQ(out.g[0], 0.5f);
+  EXPECT_EQ(out.b[0], 1.0f);
+}
+
+TEST(ColorBackground, CanAlwaysBeSampledAndPrepares) {
+  FakeHost::instance().reset();
+  BlockedPainter* painter = static_cast<BlockedPainter*>(createAVX2Painter());
+  ColorBackground background{ColorBrush(1, 1, 1)};
+  EXPECT_TRUE(background.canSample());
+  EXPECT_TRUE(background.prepare(*painter));
+  destroyAVX2Painter(painter);
+}
+
+TEST(GradientBackground, TheSouthPoleShowsPositionZeroAndTheNorthPoleOne) {
+  const auto brush = redToBlue();
+  const GradientBackground background(*brush);
+  std::vector<Block> row(2);
+  background.fillRow(0, -1.5707964f, row);
+  EXPECT_NEAR(row[1].r[7], 1.0f, 1e-6f);
+  EXPECT_NEAR(row[1].b[7], 0.0f, 1e-6f);
+  background.fillRow(0, 1.5707964f, row);
+  EXPECT_NEAR(row[1].r[7], 0.0f, 1e-6f);
+  EXPECT_NEAR(row[1].b[7], 1.0f, 1e-6f);
+}
+
+TEST(GradientBackground, TheEquatorShowsTheMiddleInEveryLane) {
+  const auto brush = redToBlue();
+  std::vector<Block> row(4);
+  GradientBackground(*brush).fillRow(7, 0.0f, row);
+  for (const Block& block : row)
+    for (int lane = 0; lane < 8; ++lane) {
+      EXPECT_EQ(block.r[lane], 0.5f);
+      EXPECT_EQ(block.g[lane], 0.0f);
+      EXPECT_EQ(block.b[lane], 0.5f);
+    }
+}
+
+TEST(GradientBackground, LookUpsTakeVAsThePosition) {
+  const auto brush = redToBlue();
+  Block out;
+  const Float8 v = laneIndex() * splat(0.125f);
+  GradientBackground(*brush).sampleBlock(out, zero8(), v);
+  for (int lane = 0; lane < 8; ++lane) {
+    EXPECT_FLOAT_EQ(out.r[lane], 1.0f - 0.125f * static_cast<float>(lane));
+    EXPECT_FLOAT_EQ(out.b[lane], 0.125f * static_cast<float>(lane));
+  }
+}
+
+TEST(GradientBackground, IsAdjusted) {
+  const auto brush = redToBlue();
+  brush->adjustments().brightness = 4;
+  brush->adjustments().tintBlue = 0.5f;
+  std::vector<Block> row(1);
+  GradientBackground(*brush).fillRow(0, 0.0f, row);
+  EXPECT_EQ(row[0].r[0], 2.0f);
+  EXPECT_EQ(row[0].b[0], 1.0f);
+}
+
+TEST(GradientBackground, AnEmptyRowIsLeftAlone) {
+  const auto brush = redToBlue();
+  GradientBackground(*brush).fillRow(0, 0.0f, {});
+}
+
+}  // namespace
+}  // namespace orv::hdri::blockedAVX2
