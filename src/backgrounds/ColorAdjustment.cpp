@@ -64,15 +64,12 @@ inline void shiftHue(Float8& r, Float8& g, Float8& b, Float8 shift) {
   b = channelOfHue(splat(2.0f) - abs(fma(six, hue, splat(-4.0f))), saturation, value);
 }
 
-}  // namespace
-
-Float8 power(Float8 c, Float8 exponent) {
-  // c = m 2^e with m in [sqrt(1/2), sqrt(2)); subnormal inputs are scaled into range first.
-  const Mask8 subnormal = c < splat(std::numeric_limits<float>::min());
-  const Float8 scaled = select(subnormal, c * splat(0x1p24f), c);
-  // 0x3f3504f3 is sqrt(1/2): adding the gap to 1 carries mantissas at or above it into the exponent.
-  const Int8 shifted = floatToBits(scaled) + splat(0x3f800000 - 0x3f3504f3);
-  const Float8 e = toFloat(shiftRight<23>(shifted) - splat(127)) - keep(subnormal, splat(24.0f));
+/// `power`, inlined into the loops.
+[[gnu::always_inline]] inline Float8 raise(Float8 c, Float8 exponent) {
+  // c = m 2^e with m in [sqrt(1/2), sqrt(2)). 0x3f3504f3 is sqrt(1/2): adding the gap to 1 carries mantissas
+  // at or above it into the exponent.
+  const Int8 shifted = floatToBits(c) + splat(0x3f800000 - 0x3f3504f3);
+  const Float8 e = toFloat(shiftRight<23>(shifted) - splat(127));
   const Float8 m = bitsToFloat((shifted & splat(0x007fffff)) + splat(0x3f3504f3));
 
   // ln m = f - f^2 / 2 + f^3 P(f), P in Estrin's scheme.
@@ -86,8 +83,7 @@ Float8 power(Float8 c, Float8 exponent) {
   const Float8 p8 = splat(7.0376836292e-2f);
   const Float8 low = fma(p23, f2, p01);
   const Float8 high = fma(fma(p8, f2, p67), f2, p45);
-  const Float8 polynomial = fma(high, f4, low);
-  const Float8 tail = f2 * fma(f, polynomial, splat(-0.5f));
+  const Float8 tail = f2 * fma(f, fma(high, f4, low), splat(-0.5f));
 
   // ln c = e ln2Hi + (f + tail + e ln2Lo). The first product is exact; its product with the exponent is
   // carried in two parts.
@@ -98,11 +94,11 @@ Float8 power(Float8 c, Float8 exponent) {
   const Float8 productHi = exponent * lnHi;
   const Float8 productLo = fma(exponent, lnLo, fms(exponent, lnHi, productHi));
 
-  // n is limited so that the remainder stays small for powers far out of range.
+  // Powers far out of range stop at n = -127 and 128, with a remainder that stays small.
   const Float8 ratio = (productHi + productLo) * splat(1.442695f);
-  const Float8 n = roundNearest(max(min(ratio, splat(160.0f)), splat(-160.0f)));
+  const Float8 n = roundNearest(max(min(ratio, splat(128.0f)), splat(-127.0f)));
   Float8 r = fnma(n, ln2Lo, productLo) + fnma(n, ln2Hi, productHi);
-  r = max(min(r, splat(1.0f)), splat(-1.0f));
+  r = max(min(r, splat(0.5f)), splat(-0.5f));
 
   // e^r after Cephes, in Estrin's scheme.
   const Float8 r2 = r * r;
@@ -112,14 +108,15 @@ Float8 power(Float8 c, Float8 exponent) {
   const Float8 series = fma(fma(e45, r2, e23), r2, e01);
   const Float8 mantissa = fma(series, r2, r) + splat(1.0f);
 
-  // 2^n in two factors, so that results near both ends of the range come out right.
-  const Int8 whole = toIntNearest(n);
-  const Int8 half = shiftRightSigned<1>(whole);
-  const Float8 scaleA = bitsToFloat(shiftLeft<23>(half + splat(127)));
-  const Float8 scaleB = bitsToFloat(shiftLeft<23>(whole - half + splat(127)));
-  const Float8 result = min(mantissa * scaleA * scaleB, splat(std::numeric_limits<float>::max()));
-  return keep(c > zero8(), result);
+  // Times 2^n in the exponent's bits, held between 0 and the largest finite float.
+  const Int8 scaled = floatToBits(mantissa) + shiftLeft<23>(toIntNearest(n));
+  const Float8 result = bitsToFloat(min(max(scaled, splat(0)), splat(0x7f7fffff)));
+  return keep(c >= splat(std::numeric_limits<float>::min()), result);
 }
+
+}  // namespace
+
+Float8 power(Float8 c, Float8 exponent) { return raise(c, exponent); }
 
 ColorAdjustment::ColorAdjustment(const Adjustments& a) {
   // Written so that a NaN becomes the neutral value.
@@ -162,9 +159,9 @@ void ColorAdjustment::apply(Block* blocks, std::size_t count) const {
   if (gammaOn_) {
     const Float8 exponent = invGamma_;
     forEachBlock(blocks, count, [exponent](Float8& r, Float8& g, Float8& b) {
-      r = power(r, exponent);
-      g = power(g, exponent);
-      b = power(b, exponent);
+      r = raise(r, exponent);
+      g = raise(g, exponent);
+      b = raise(b, exponent);
     });
   }
 }

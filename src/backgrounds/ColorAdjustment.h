@@ -40,9 +40,10 @@ class ColorAdjustment {
   bool scaleOn_;
 };
 
-/// c^exponent of each lane for a positive exponent; 0 for c not above 0 or not a number, the largest finite
-/// float where the power is larger. Logarithm and exponential after Cephes (Moshier 1984-1992), their product
-/// carried in two parts; relative error below 2e-7 + 6e-8 * exponent.
+/// c^exponent of each lane for a positive exponent; 0 for c below the smallest normal float or not a number,
+/// the largest finite float where the power is larger. Logarithm and exponential after Cephes (Moshier
+/// 1984-1992), their product carried in two parts; relative error below 2e-7 + 6e-8 * exponent where the
+/// power is a normal float.
 Float8 power(Float8 c, Float8 exponent);
 
 }  // namespace orv::hdri::blockedAVX2

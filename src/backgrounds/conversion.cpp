@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kChunk = 32;
 
 /// Maps of this size and more are written past the caches, which they would only flush.
-constexpr std::size_t kStreamingBytes = std::size_t{16} << 20;
+constexpr std::size_t kStreamingBytes = std::size_t{32} << 20;
 
 void storeBlock(Block& out, Float8 r, Float8 g, Float8 b, bool streaming) {
   if (streaming) {

@@ -11,7 +11,7 @@ namespace orv::hdri::blockedAVX2 {
 namespace {
 
 /// Results of this size and more are written past the caches, which they would only flush.
-constexpr std::size_t kStreamingBytes = std::size_t{16} << 20;
+constexpr std::size_t kStreamingBytes = std::size_t{32} << 20;
 
 void interleaveBlock(const Block& block, Float8& a, Float8& b, Float8& c) {
   interleave(load(block.r), load(block.g), load(block.b), a, b, c);

@@ -94,6 +94,8 @@ inline Int8 operator-(Int8 a, Int8 b) { return {_mm256_sub_epi32(a.v, b.v)}; }
 inline Int8 operator*(Int8 a, Int8 b) { return {_mm256_mullo_epi32(a.v, b.v)}; }
 inline Int8 operator&(Int8 a, Int8 b) { return {_mm256_and_si256(a.v, b.v)}; }
 inline Int8 operator|(Int8 a, Int8 b) { return {_mm256_or_si256(a.v, b.v)}; }
+inline Int8 min(Int8 a, Int8 b) { return {_mm256_min_epi32(a.v, b.v)}; }
+inline Int8 max(Int8 a, Int8 b) { return {_mm256_max_epi32(a.v, b.v)}; }
 template <int bits>
 inline Int8 shiftLeft(Int8 a) {
   return {_mm256_slli_epi32(a.v, bits)};
@@ -101,10 +103,6 @@ inline Int8 shiftLeft(Int8 a) {
 template <int bits>
 inline Int8 shiftRight(Int8 a) {
   return {_mm256_srli_epi32(a.v, bits)};
-}
-template <int bits>
-inline Int8 shiftRightSigned(Int8 a) {
-  return {_mm256_srai_epi32(a.v, bits)};
 }
 inline Mask8 operator==(Int8 a, Int8 b) { return {_mm256_castsi256_ps(_mm256_cmpeq_epi32(a.v, b.v))}; }
 inline Mask8 operator>(Int8 a, Int8 b) { return {_mm256_castsi256_ps(_mm256_cmpgt_epi32(a.v, b.v))}; }

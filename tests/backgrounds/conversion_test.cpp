@@ -133,7 +133,7 @@ TEST(Conversion, BytesDoNotDependOnTheThreads) {
 }
 
 TEST(Conversion, LargeMapsWrittenPastTheCachesHoldTheSamePixels) {
-  const std::uint32_t width = 2048, height = 700;  // 17 MB
+  const std::uint32_t width = 2048, height = 1400;  // 34 MB
   const std::vector<float> rgb = counting(width, height);
   BlockedMap map(width, height);
   convertPixels(rgb.data(), kNeutral, map);
