@@ -1,10 +1,24 @@
-# What a host needs: both libraries, the scene library and the program, the headers, and a package to find them by.
+# What a host needs: the libraries, the headers, the program, and a package to find them by.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS orvhdri_avx2 orvrender orvpaint
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+install(TARGETS orvhdri_avx2 orvrender orvhdri_brushes orvhdri_headers EXPORT orvhdriTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/hdri DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY src/host/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvrender FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY src/host/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvrender
+  FILES_MATCHING PATTERN "*.h" PATTERN AlignedObject.h EXCLUDE)
 install(FILES orvrender/orvHost.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvrender)
+
+if(TARGET orvpaint)
+  install(TARGETS orvpaint RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES scene/scene.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/orvhdri)
+endif()
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvhdri)
+install(EXPORT orvhdriTargets NAMESPACE orvhdri:: DESTINATION ${package_dir})
+configure_package_config_file(cmake/orvhdriConfig.cmake.in ${PROJECT_BINARY_DIR}/orvhdriConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/orvhdriConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/orvhdriConfig.cmake ${PROJECT_BINARY_DIR}/orvhdriConfigVersion.cmake
+  DESTINATION ${package_dir})

@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Installs the build into a folder of its own, builds the minimal host against it and runs it.
+# usage: install_test.sh SOURCE_DIR BINARY_DIR CXX
+set -euo pipefail
+source_dir=$1 binary_dir=$2 cxx=$3
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cmake --install "$binary_dir" --prefix "$work/prefix" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+[ ! -e "$work/prefix/include/orvrender/AlignedObject.h" ]
+cmake -S "$source_dir/examples/minimal_host" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
+  -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_CXX_COMPILER_LAUNCHER= >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+cmake --build "$work/build" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
+said=$("$work/build/minimal_host")
+# Row 0 of 512 lies at t = 1 - 1/1024 of a gradient from 0.05 to (0.6, 1.5, 3).
+[ "$said" = "1024 x 512, zenith 0.599 1.499 2.997" ] || { echo "the host said: $said"; exit 1; }
+if [ -x "$work/prefix/bin/orvpaint" ]; then
+  "$work/prefix/bin/orvpaint" paint "$source_dir/examples/color.json" --size 64x32 -o "$work/map.exr"
+  [ -s "$work/map.exr" ]
+fi
