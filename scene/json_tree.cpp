@@ -1,0 +1,290 @@
+#include "scene/json_tree.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <optional>
+
+#include "scene/Problems.h"
+
+namespace orv::scene {
+namespace {
+
+using Json = nlohmann::json;
+
+/// How many numbers beyond the range of a double are reported one by one; each costs another parse.
+constexpr std::size_t kMostOverflows = 16;
+
+bool isPlainKey(std::string_view key) {
+  const auto plain = [](char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+  };
+  return !key.empty() && key.size() <= 40 && std::all_of(key.begin(), key.end(), plain);
+}
+
+/// Numbers that overflow, by the number of values before them.
+using Overflows = std::map<std::uint32_t, std::string>;
+
+/// Builds the tree of a document, or stops at the first thing that makes it unreadable.
+class TreeBuilder final : public nlohmann::json_sax<Json> {
+ public:
+  struct Overflow {
+    std::uint32_t order;
+    std::size_t end;  ///< offset behind the number
+    std::string text;
+  };
+
+  TreeBuilder(std::string_view text, const Overflows& overflows, JsonValue& document, Problems& problems)
+      : text_(text), overflows_(overflows), document_(document), problems_(problems) {}
+
+  const std::optional<Overflow>& overflow() const { return overflow_; }
+
+  bool null() override { return add({}); }
+  bool boolean(bool value) override { return add(value); }
+  bool number_integer(number_integer_t value) override { return addNumber(std::int64_t{value}); }
+  bool number_unsigned(number_unsigned_t value) override { return addNumber(std::uint64_t{value}); }
+  bool number_float(number_float_t value, const string_t&) override { return addNumber(value); }
+  bool string(string_t& value) override { return add(std::move(value)); }
+  bool binary(binary_t&) override { return false; }
+  bool start_object(std::size_t) override { return open(JsonObject{}); }
+  bool start_array(std::size_t) override { return open(JsonArray{}); }
+  bool end_array() override { return close(); }
+
+  bool key(string_t& name) override {
+    key_ = std::move(name);
+    return true;
+  }
+
+  bool end_object() override {
+    dropRepeatedKeys();
+    return close();
+  }
+
+  bool parse_error(std::size_t position, const std::string& token, const Json::exception& error) override {
+    constexpr int kNumberOverflow = 406;
+    if (error.id == kNumberOverflow && position <= text_.size() && token.size() <= position) {
+      overflow_ = {count_, position, token};
+      return false;
+    }
+    problems_.add(0, place(position), finding(error.what()));
+    return false;
+  }
+
+ private:
+  using Data = decltype(JsonValue::data);
+
+  bool add(Data data) { return put(std::move(data)) != nullptr; }
+
+  bool addNumber(Data data) {
+    const auto overflow = overflows_.find(count_);
+    return add(overflow == overflows_.end() ? std::move(data) : OverflowingNumber{overflow->second});
+  }
+
+  bool open(Data data) {
+    if (stack_.size() == kMaxSceneDepth) {
+      problems_.add(0, "scene", "more than " + std::to_string(kMaxSceneDepth) + " levels of nesting");
+      return false;
+    }
+    JsonValue* value = put(std::move(data));
+    if (!value) return false;
+    // Stays where it is while it is open: nothing is added beside it until it is closed.
+    stack_.push_back(value);
+    return true;
+  }
+
+  bool close() {
+    stack_.pop_back();
+    return true;
+  }
+
+  JsonValue* put(Data data) {
+    if (count_ == kMaxSceneValues) {
+      problems_.add(0, "scene", "more than " + std::to_string(kMaxSceneValues) + " values");
+      return nullptr;
+    }
+    JsonValue value{std::move(data), count_++};
+    if (stack_.empty()) {
+      document_ = std::move(value);
+      return &document_;
+    }
+    if (auto* array = std::get_if<JsonArray>(&stack_.back()->data)) {
+      array->push_back(std::move(value));
+      return &array->back();
+    }
+    auto& object = std::get<JsonObject>(stack_.back()->data);
+    object.push_back({std::move(key_), std::move(value)});
+    return &object.back().value;
+  }
+
+  /// Reports each key of the innermost object that stands there again, and keeps the first of them.
+  void dropRepeatedKeys() {
+    auto& object = std::get<JsonObject>(stack_.back()->data);
+    std::vector<std::size_t> byKey(object.size());
+    for (std::size_t i = 0; i < byKey.size(); ++i) byKey[i] = i;
+    std::sort(byKey.begin(), byKey.end(), [&](std::size_t a, std::size_t b) {
+      const int order = object[a].key.compare(object[b].key);
+      return order != 0 ? order < 0 : a < b;
+    });
+    std::vector<bool> repeated(object.size());
+    bool any = false;
+    for (std::size_t i = 1; i < byKey.size(); ++i) {
+      const JsonMember& member = object[byKey[i]];
+      if (member.key != object[byKey[i - 1]].key) continue;
+      repeated[byKey[i]] = any = true;
+      problems_.add(member.value.order, openPath(member.key), "this key is given twice; allowed: once");
+    }
+    if (!any) return;
+    JsonObject kept;
+    for (std::size_t i = 0; i < object.size(); ++i)
+      if (!repeated[i]) kept.push_back(std::move(object[i]));
+    object = std::move(kept);
+  }
+
+  /// Path of the member `key` of the innermost open object.
+  std::string openPath(const std::string& key) const {
+    std::vector<JsonPath> steps(stack_.size() + 1);
+    for (std::size_t depth = 0; depth + 1 < stack_.size(); ++depth) {
+      const JsonPath& parent = steps[depth];
+      if (const auto* array = std::get_if<JsonArray>(&stack_[depth]->data))
+        steps[depth + 1] = parent.child(array->size() - 1);
+      else
+        steps[depth + 1] = parent.child(std::get<JsonObject>(stack_[depth]->data).back().key);
+    }
+    return steps[stack_.size() - 1].child(key).text();
+  }
+
+  /// `line 3, column 5`, columns counted in characters.
+  std::string place(std::size_t position) const {
+    const std::string_view read = text_.substr(0, std::min(position, text_.size()));
+    std::size_t line = 1;
+    std::size_t column = 0;
+    for (std::size_t i = 0; i < read.size(); ++i) {
+      if (read[i] == '\n' && i + 1 < read.size()) {
+        ++line;
+        column = 0;
+      } else if ((static_cast<unsigned char>(read[i]) & 0xC0u) != 0x80u) {
+        ++column;
+      }
+    }
+    // At the end of the text, the place is behind its last character.
+    if (position > text_.size() || column == 0) ++column;
+    return "line " + std::to_string(line) + ", column " + std::to_string(column);
+  }
+
+  /// The parser's message without its number and its place, which `place` gives.
+  static std::string finding(std::string_view message) {
+    const std::size_t column = message.find("column ");
+    const std::size_t colon = column == std::string_view::npos ? column : message.find(": ", column);
+    if (colon != std::string_view::npos) message.remove_prefix(colon + 2);
+    constexpr std::string_view kLastRead = "; last read: '";
+    const std::size_t lastRead = message.find(kLastRead);
+    std::string text(message.substr(0, lastRead));
+    if (lastRead == std::string_view::npos) return text;
+    const std::string_view rest = message.substr(lastRead + kLastRead.size());
+    const std::size_t end = rest.rfind('\'');
+    text += "; last read: " + quoted(rest.substr(0, end));
+    if (end != std::string_view::npos) text += rest.substr(end + 1);
+    return text;
+  }
+
+  std::string_view text_;
+  const Overflows& overflows_;
+  JsonValue& document_;
+  Problems& problems_;
+  std::vector<JsonValue*> stack_;
+  std::string key_;
+  std::uint32_t count_ = 0;
+  std::optional<Overflow> overflow_;
+};
+
+}  // namespace
+
+bool JsonValue::isNumber() const {
+  return std::holds_alternative<std::int64_t>(data) || std::holds_alternative<std::uint64_t>(data) ||
+         std::holds_alternative<double>(data) || std::holds_alternative<OverflowingNumber>(data);
+}
+
+double JsonValue::asDouble() const {
+  if (const auto* i = std::get_if<std::int64_t>(&data)) return static_cast<double>(*i);
+  if (const auto* u = std::get_if<std::uint64_t>(&data)) return static_cast<double>(*u);
+  if (const auto* d = std::get_if<double>(&data)) return *d;
+  const auto* overflowing = std::get_if<OverflowingNumber>(&data);
+  const double infinity = std::numeric_limits<double>::infinity();
+  return overflowing && overflowing->text.starts_with('-') ? -infinity : infinity;
+}
+
+std::string JsonValue::found() const {
+  struct Visitor {
+    std::string operator()(std::monostate) const { return "null"; }
+    std::string operator()(bool b) const { return b ? "true" : "false"; }
+    std::string operator()(std::int64_t i) const { return std::to_string(i); }
+    std::string operator()(std::uint64_t u) const { return std::to_string(u); }
+    std::string operator()(double d) const { return numberText(d); }
+    std::string operator()(const OverflowingNumber& n) const { return n.text.substr(0, 40); }
+    std::string operator()(const std::string& s) const { return quoted(s); }
+    std::string operator()(const JsonArray& a) const { return "an array of " + std::to_string(a.size()); }
+    std::string operator()(const JsonObject&) const { return "an object"; }
+  };
+  return std::visit(Visitor{}, data);
+}
+
+std::string JsonPath::text() const {
+  if (step == Step::root) return "scene";
+  std::string before = parent->step == Step::root ? std::string() : parent->text();
+  if (step == Step::index) return before + "[" + std::to_string(index) + "]";
+  if (!isPlainKey(key)) return before + "[" + quoted(key) + "]";
+  return before + (before.empty() ? "" : ".") + std::string(key);
+}
+
+std::string quoted(std::string_view text) {
+  constexpr std::size_t kLongest = 60;
+  std::size_t end = std::min(text.size(), kLongest);
+  // Not within a character.
+  while (end < text.size() && end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0u) == 0x80u) --end;
+  std::string result = Json(std::string(text.substr(0, end)))
+                           .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  if (end < text.size()) result += "...";
+  return result;
+}
+
+std::string numberText(double value) {
+  char buffer[40];
+  const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
+  return {buffer, end};
+}
+
+bool parseJson(std::string_view text, JsonValue& document, Problems& problems) {
+  if (text.size() > kMaxSceneBytes) {
+    problems.add(0, "scene",
+                 "the file is longer than the " + std::to_string(kMaxSceneBytes >> 20) + " MiB allowed");
+    return false;
+  }
+  // The parser stops at a number that overflows. To look at the rest as well, the number's text is exchanged
+  // for a zero, its place is remembered, and the text is parsed again.
+  std::string patched(text);
+  Overflows overflows;
+  while (true) {
+    Problems found = problems;
+    TreeBuilder builder(patched, overflows, document, found);
+    if (Json::sax_parse(patched, &builder, Json::input_format_t::json, true, true)) {
+      problems = std::move(found);
+      return true;
+    }
+    if (!builder.overflow()) {
+      problems = std::move(found);
+      return false;
+    }
+    const auto& [order, end, number] = *builder.overflow();
+    if (overflows.size() == kMostOverflows) {
+      problems.add(order, "scene", "more than " + std::to_string(kMostOverflows) + " numbers that are not finite");
+      return false;
+    }
+    patched.replace(end - number.size(), number.size(), "0" + std::string(number.size() - 1, ' '));
+    overflows.emplace(order, number);
+  }
+}
+
+}  // namespace orv::scene

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace orv::scene {
+
+class Problems;
+
+/// Limits that keep hostile files from costing much: they are refused with one line.
+inline constexpr std::size_t kMaxSceneBytes = std::size_t{16} << 20;
+inline constexpr std::size_t kMaxSceneValues = std::size_t{1} << 20;
+inline constexpr std::size_t kMaxSceneDepth = 64;
+
+struct JsonValue;
+struct JsonMember;
+
+/// A number whose magnitude no double can hold, as the file writes it.
+struct OverflowingNumber {
+  std::string text;
+};
+
+using JsonArray = std::vector<JsonValue>;
+using JsonObject = std::vector<JsonMember>;  ///< in the file's order, each key once
+
+/// A value of a JSON document. Nested at most `kMaxSceneDepth` deep.
+struct JsonValue {
+  std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, OverflowingNumber, std::string,
+               JsonArray, JsonObject>
+      data;
+  std::uint32_t order = 0;  ///< how many values stand before it in the file
+
+  bool isNumber() const;
+  /// The value of a number; an infinity for one that overflows.
+  double asDouble() const;
+  /// What it is and what it holds, for messages: `"abc"`, `-4`, `an array of 3`, `true`.
+  std::string found() const;
+};
+
+struct JsonMember {
+  std::string key;
+  JsonValue value;
+};
+
+/// Where a value stands in a document, as a chain of steps that live on the stack.
+struct JsonPath {
+  const JsonPath* parent = nullptr;
+  std::string_view key = {};  ///< of an object's member; unused in an array
+  std::size_t index = 0;
+  enum class Step { root, key, index } step = Step::root;
+
+  JsonPath child(std::string_view name) const { return {this, name, 0, Step::key}; }
+  JsonPath child(std::size_t i) const { return {this, {}, i, Step::index}; }
+  /// `pins[3].fill.stops[1].color`; `scene` for the document itself.
+  std::string text() const;
+};
+
+/// Text in double quotes with control characters escaped, cut to a length that suits a message.
+std::string quoted(std::string_view text);
+
+/// The shortest decimal text that gives the number back.
+std::string numberText(double value);
+
+/// Parses a JSON text with `//` and `/* */` comments. Syntax errors (with line and column), keys given twice
+/// and texts beyond the limits go to `problems`.
+/// @return false when there is no document to look at.
+bool parseJson(std::string_view text, JsonValue& document, Problems& problems);
+
+}  // namespace orv::scene
