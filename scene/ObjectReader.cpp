@@ -24,7 +24,8 @@ std::string NumberRange::text() const {
   std::string text;
   if (std::isfinite(min)) text = (minExcluded ? "above " : "at least ") + numberText(min);
   if (std::isfinite(max))
-    text += (text.empty() ? "" : " and ") + std::string(maxExcluded ? "below " : "at most ") + numberText(max);
+    text +=
+        (text.empty() ? "" : " and ") + std::string(maxExcluded ? "below " : "at most ") + numberText(max);
   return text;
 }
 
@@ -37,13 +38,11 @@ bool readNumber(const JsonValue& value, const JsonPath& path, const NumberRange&
   if (!value.isNumber()) return refuse(notOfType(value, numberAllowed(range)));
   const double number = value.asDouble();
   if (!(std::abs(number) <= kLargestFloat))
-    return refuse(value.found() + " is not finite in 32 bits; allowed: " + numberAllowed(range) + ", up to " +
-                  numberText(std::numeric_limits<float>::max()));
+    return refuse(value.found() + " is not finite as a 32-bit float; allowed: " + numberAllowed(range));
   // Both as written and as the 32-bit float that is painted with.
   const auto rounded = static_cast<float>(number);
-  const std::string allowed = std::isfinite(range.min) && std::isfinite(range.max)
-                                  ? "; allowed: " + range.text()
-                                  : std::string();
+  const std::string allowed =
+      std::isfinite(range.min) && std::isfinite(range.max) ? "; allowed: " + range.text() : std::string();
   for (const double x : {number, static_cast<double>(rounded)}) {
     if (range.minExcluded ? !(x > range.min) : !(x >= range.min))
       return refuse(value.found() + (range.minExcluded ? " is not above " : " is below ") +
@@ -58,9 +57,9 @@ bool readNumber(const JsonValue& value, const JsonPath& path, const NumberRange&
 
 bool readInteger(const JsonValue& value, const JsonPath& path, std::int64_t min, std::int64_t max,
                  Problems& problems, std::int64_t& result) {
-  const std::string allowed = min == max ? std::to_string(min)
-                                         : "an integer from " + std::to_string(min) + " to " +
-                                               std::to_string(max);
+  const std::string allowed = min == max
+                                  ? std::to_string(min)
+                                  : "an integer from " + std::to_string(min) + " to " + std::to_string(max);
   const double number = value.isNumber() ? value.asDouble() : 0.5;
   if (!(number >= static_cast<double>(min) && number <= static_cast<double>(max)) ||
       number != std::floor(number)) {
@@ -80,8 +79,9 @@ ObjectReader::ObjectReader(const JsonValue& value, const JsonPath& path, Problem
   }
   for (const JsonMember& member : *object_) {
     if (std::find(keys.begin(), keys.end(), member.key) != keys.end()) continue;
-    report(member.key, member.value,
-           "not a key of " + std::string(owner) + suggestion(member.key, keys) + "; allowed: " + listOf(keys));
+    report(
+        member.key, member.value,
+        "not a key of " + std::string(owner) + suggestion(member.key, keys) + "; allowed: " + listOf(keys));
   }
 }
 
@@ -89,8 +89,7 @@ const JsonValue* ObjectReader::find(std::string_view key, Need need, std::string
   if (!object_) return nullptr;
   for (const JsonMember& member : *object_)
     if (member.key == key) return &member.value;
-  if (need == Need::required)
-    report(key, value_, "missing; required: " + std::string(allowed));
+  if (need == Need::required) report(key, value_, "missing; required: " + std::string(allowed));
   return nullptr;
 }
 
@@ -174,7 +173,7 @@ std::optional<std::size_t> ObjectReader::nameIndex(std::string_view key,
   const auto at = std::find(names.begin(), names.end(), *found);
   if (at != names.end()) return static_cast<std::size_t>(at - names.begin());
   const JsonValue* value = find(key, need, allowed);
-  report(key, *value, quoted(*found) + " found" + suggestion(*found, names) + "; allowed: " + allowed);
+  report(key, *value, quotedText(*found) + " found" + suggestion(*found, names) + "; allowed: " + allowed);
   return std::nullopt;
 }
 

@@ -47,7 +47,8 @@ std::string followLinks(const std::string& path) {
   return target.string();
 }
 
-bool writeAll(int descriptor, const unsigned char* data, std::size_t size, std::uint64_t offset, bool atOffset) {
+bool writeAll(int descriptor, const unsigned char* data, std::size_t size, std::uint64_t offset,
+              bool atOffset) {
   while (size > 0) {
     const ssize_t n = atOffset ? ::pwrite(descriptor, data, size, static_cast<off_t>(offset))
                                : ::write(descriptor, data, size);
@@ -181,8 +182,10 @@ void OutputFile::commit() {
   std::uint64_t done = 0;
   while (error == 0 && done < size_) {
     const std::size_t n = read(chunk.data(), chunk.size(), done);
-    if (n == 0) error = EIO;
-    else if (!writeAll(target, chunk.data(), n, 0, false)) error = errno;
+    if (n == 0)
+      error = EIO;
+    else if (!writeAll(target, chunk.data(), n, 0, false))
+      error = errno;
     done += n;
   }
   if (::close(target) != 0 && error == 0) error = errno;

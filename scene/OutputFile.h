@@ -8,8 +8,8 @@
 namespace orv::scene {
 
 /// A file that appears whole or not at all: it is written beside its target and renamed when it is complete.
-/// A target that is no regular file (a pipe, a device) gets its bytes when it is committed. Symbolic links are
-/// followed, so that a link stays a link. One thread.
+/// A target that is no regular file (a pipe, a device) gets its bytes when it is committed. Symbolic links
+/// are followed, so that a link stays a link. One thread.
 class OutputFile {
  public:
   /// Checks the target and makes the file beside it. @param path UTF-8.

@@ -57,7 +57,9 @@ ProcessorFeatures processorFeatures() {
 PainterLibrary::PainterLibrary(const std::string& path, ProcessorFeatures processor) {
   if (!processor.avx2 || !processor.fma)
     throw PainterError(std::string("the processor lacks ") +
-                       (!processor.avx2 && !processor.fma ? "AVX2 and FMA" : processor.avx2 ? "FMA" : "AVX2") +
+                       (!processor.avx2 && !processor.fma ? "AVX2 and FMA"
+                        : processor.avx2                  ? "FMA"
+                                                          : "AVX2") +
                        "; the painter needs an x86-64 processor with AVX2 and FMA");
   std::vector<std::string> paths;
   const char* fromEnvironment = std::getenv("ORVHDRI_PAINTER");

@@ -35,15 +35,18 @@ void append(const Json& json, std::size_t indent, bool canBeInline, std::string&
     return;
   }
   text += json.is_array() ? '[' : '{';
-  const std::string newLine = "\n" + std::string(indent + 2, ' ');
+  std::string newLine(indent + 3, ' ');
+  newLine[0] = '\n';
   bool first = true;
   for (auto member = json.begin(); member != json.end(); ++member) {
-    text += first ? newLine : "," + newLine;
+    if (!first) text += ',';
+    text += newLine;
     first = false;
     if (json.is_object()) text += Json(member.key()).dump() + ": ";
     append(*member, indent + 2, true, text);
   }
-  text += "\n" + std::string(indent, ' ') + (json.is_array() ? ']' : '}');
+  text.append(newLine, 0, indent + 1);
+  text += json.is_array() ? ']' : '}';
 }
 
 }  // namespace

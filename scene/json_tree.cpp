@@ -185,7 +185,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
     if (lastRead == std::string_view::npos) return text;
     const std::string_view rest = message.substr(lastRead + kLastRead.size());
     const std::size_t end = rest.rfind('\'');
-    text += "; last read: " + quoted(rest.substr(0, end));
+    text += "; last read: " + quotedText(rest.substr(0, end));
     if (end != std::string_view::npos) text += rest.substr(end + 1);
     return text;
   }
@@ -224,7 +224,7 @@ std::string JsonValue::found() const {
     std::string operator()(std::uint64_t u) const { return std::to_string(u); }
     std::string operator()(double d) const { return numberText(d); }
     std::string operator()(const OverflowingNumber& n) const { return n.text.substr(0, 40); }
-    std::string operator()(const std::string& s) const { return quoted(s); }
+    std::string operator()(const std::string& s) const { return quotedText(s); }
     std::string operator()(const JsonArray& a) const { return "an array of " + std::to_string(a.size()); }
     std::string operator()(const JsonObject&) const { return "an object"; }
   };
@@ -233,19 +233,23 @@ std::string JsonValue::found() const {
 
 std::string JsonPath::text() const {
   if (step == Step::root) return "scene";
-  std::string before = parent->step == Step::root ? std::string() : parent->text();
-  if (step == Step::index) return before + "[" + std::to_string(index) + "]";
-  if (!isPlainKey(key)) return before + "[" + quoted(key) + "]";
-  return before + (before.empty() ? "" : ".") + std::string(key);
+  std::string text = parent->step == Step::root ? std::string() : parent->text();
+  if (step == Step::index)
+    text.append("[").append(std::to_string(index)).append("]");
+  else if (!isPlainKey(key))
+    text.append("[").append(quotedText(key)).append("]");
+  else
+    text.append(text.empty() ? "" : ".").append(key);
+  return text;
 }
 
-std::string quoted(std::string_view text) {
+std::string quotedText(std::string_view text) {
   constexpr std::size_t kLongest = 60;
   std::size_t end = std::min(text.size(), kLongest);
   // Not within a character.
   while (end < text.size() && end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0u) == 0x80u) --end;
-  std::string result = Json(std::string(text.substr(0, end)))
-                           .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  std::string result =
+      Json(std::string(text.substr(0, end))).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
   if (end < text.size()) result += "...";
   return result;
 }
@@ -279,10 +283,12 @@ bool parseJson(std::string_view text, JsonValue& document, Problems& problems) {
     }
     const auto& [order, end, number] = *builder.overflow();
     if (overflows.size() == kMostOverflows) {
-      problems.add(order, "scene", "more than " + std::to_string(kMostOverflows) + " numbers that are not finite");
+      problems.add(order, "scene",
+                   "more than " + std::to_string(kMostOverflows) + " numbers that are not finite");
       return false;
     }
-    patched.replace(end - number.size(), number.size(), "0" + std::string(number.size() - 1, ' '));
+    patched.replace(end - number.size(), number.size(), number.size(), ' ');
+    patched[end - number.size()] = '0';
     overflows.emplace(order, number);
   }
 }

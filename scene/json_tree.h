@@ -60,7 +60,7 @@ struct JsonPath {
 };
 
 /// Text in double quotes with control characters escaped, cut to a length that suits a message.
-std::string quoted(std::string_view text);
+std::string quotedText(std::string_view text);
 
 /// The shortest decimal text that gives the number back.
 std::string numberText(double value);

@@ -16,9 +16,10 @@
 namespace orv::scene {
 namespace {
 
-static_assert(std::endian::native == std::endian::little, "PFM files are written in the machine's byte order");
+static_assert(std::endian::native == std::endian::little,
+              "PFM files are written in the machine's byte order");
 
-constexpr std::array<std::string_view, 8> kEndings{".exr", ".hdr", ".pfm",  ".tif",
+constexpr std::array<std::string_view, 8> kEndings{".exr",  ".hdr", ".pfm", ".tif",
                                                    ".tiff", ".png", ".jpg", ".jpeg"};
 constexpr std::array kFormats{MapFormat::exr,  MapFormat::hdr, MapFormat::pfm,  MapFormat::tiff,
                               MapFormat::tiff, MapFormat::png, MapFormat::jpeg, MapFormat::jpeg};
@@ -61,12 +62,18 @@ class OutputProxy final : public OIIO::Filesystem::IOProxy {
 
 const char* pluginName(MapFormat format) {
   switch (format) {
-    case MapFormat::exr: return "openexr";
-    case MapFormat::hdr: return "hdr";
-    case MapFormat::tiff: return "tiff";
-    case MapFormat::png: return "png";
-    case MapFormat::jpeg: return "jpeg";
-    case MapFormat::pfm: break;
+    case MapFormat::exr:
+      return "openexr";
+    case MapFormat::hdr:
+      return "hdr";
+    case MapFormat::tiff:
+      return "tiff";
+    case MapFormat::png:
+      return "png";
+    case MapFormat::jpeg:
+      return "jpeg";
+    case MapFormat::pfm:
+      break;
   }
   return "";
 }

@@ -1,39 +1,14 @@
 #include "scene/paint_scene.h"
 
-#include <mutex>
 #include <new>
 #include <stdexcept>
 #include <string_view>
 
-#include "orvrender/orvHost.h"
+#include "scene/LogCollector.h"
 #include "scene/scene_brushes.h"
 
 namespace orv::scene {
 namespace {
-
-/// Collects the host's log while it lives.
-class LogCollector {
- public:
-  LogCollector() { orv_log_set_listener(&LogCollector::add, this); }
-  ~LogCollector() { orv_log_set_listener(nullptr, nullptr); }
-  LogCollector(const LogCollector&) = delete;
-  LogCollector& operator=(const LogCollector&) = delete;
-
-  std::vector<std::string> take() {
-    const std::lock_guard lock(mutex_);
-    return std::move(lines_);
-  }
-
- private:
-  static void add(void* user, const char* line) {
-    auto* self = static_cast<LogCollector*>(user);
-    const std::lock_guard lock(self->mutex_);
-    self->lines_.emplace_back(line);
-  }
-
-  std::mutex mutex_;
-  std::vector<std::string> lines_;
-};
 
 /// Lines by which the painter tells that it paints a colour in place of what was asked.
 bool tellsOfFallback(std::string_view line) {
@@ -41,18 +16,13 @@ bool tellsOfFallback(std::string_view line) {
          line.starts_with("No skylight api found");
 }
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string text;
-  for (const std::string& line : lines) text += (text.empty() ? "" : "; ") + line;
-  return text;
-}
-
-void setSize(const Scene& scene, hdri::IPainter& painter, const PaintOptions& options, LogCollector& log) {
+void setSize(const Scene& scene, hdri::IPainter& painter, const PaintOptions& options,
+             const LogCollector& log) {
   if (!options.size && !scene.sizeFromImage.empty()) {
     const std::string path = resolvePath(options.folder, scene.sizeFromImage);
     if (!painter.setSizeFromImage(path))
       throw FileError(options.fileName + ": sizeFromImage: the size of " + path +
-                      " cannot be read: " + joined(log.take()));
+                      " cannot be read: " + log.joined());
     return;
   }
   const MapSize size = options.size.value_or(scene.size);
@@ -68,7 +38,8 @@ void addPins(const Scene& scene, hdri::IPainter& painter, const PaintOptions& op
                            ? painter.addCirclePin(circleParams(pin), *fill)
                            : painter.addRectPin(rectParams(pin), *fill);
     if (!added)
-      throw PaintError(options.fileName + ": " + pinLabel(scene, i) + ": refused by the painter, which has no " +
+      throw PaintError(options.fileName + ": " + pinLabel(scene, i) +
+                       ": refused by the painter, which has no " +
                        "memory left for it or can not paint its fill");
   }
 }
@@ -82,7 +53,8 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
   try {
     painter.setScene(host);
     setSize(scene, painter, options, log);
-    painter.setOptions({.smoothing = static_cast<std::uint8_t>(scene.smoothing ? 1 : 0), .keepBackground = 0});
+    painter.setOptions(
+        {.smoothing = static_cast<std::uint8_t>(scene.smoothing ? 1 : 0), .keepBackground = 0});
     // The painter may look at the background's brush until the map is painted.
     const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
     result.fellBack = !painter.setBackground(*background);
@@ -94,10 +66,10 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
   } catch (const std::length_error&) {
     throw PaintError(options.fileName + ": size: the map has more pixels than the painter can address");
   }
-  result.messages = log.take();
+  result.messages = log.lines();
   if (!result.map)
     throw PaintError(options.fileName + ": background: could not be painted" +
-                     (result.messages.empty() ? "" : ": " + joined(result.messages)));
+                     (result.messages.empty() ? "" : ": " + log.joined()));
   for (const std::string& line : result.messages) result.fellBack |= tellsOfFallback(line);
   return result;
 }

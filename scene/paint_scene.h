@@ -32,10 +32,12 @@ struct PaintResult {
   bool fellBack = false;  ///< a missing image or sky was painted as a visible colour; the messages say which
 };
 
-/// Paints a scene with a painter and a host: size, options, background, enabled pins in order, paint. While it
-/// runs, the host's log goes to the result; afterwards it goes to standard error.
-/// @throws FileError when the image that gives the size can not be read; PaintError when the painter refuses a
+/// Paints a scene with a painter and a host: size, options, background, enabled pins in order, paint. While
+/// it runs, the host's log goes to the result; afterwards it goes to standard error.
+/// @throws FileError when the image that gives the size can not be read; PaintError when the painter refuses
+/// a
 ///         pin or there is not enough memory.
-PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host, const PaintOptions& options);
+PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host,
+                       const PaintOptions& options);
 
 }  // namespace orv::scene

@@ -85,7 +85,7 @@ void checkType(ObjectReader& reader, BrushUse use) {
   if (*name == "background")
     return reader.report("type", *value, "\"background\" can not be the background; allowed: " + allowed);
   reader.report("type", *value,
-                quoted(*name) + " found" + suggestion(*name, types) + "; allowed: " + allowed);
+                quotedText(*name) + " found" + suggestion(*name, types) + "; allowed: " + allowed);
 }
 
 void readAdjustments(ObjectReader& reader, hdri::Adjustments& adjustments) {
@@ -161,9 +161,9 @@ void readGradient(ObjectReader& reader, GradientPaint& gradient) {
 }
 
 void readSunSky(ObjectReader& reader, hdri::SkySettings& settings) {
-  constexpr std::string_view kSkyKeys[] = {"turbidity", "ozone",     "groundAlbedo", "skyIntensity",
+  constexpr std::string_view kSkyKeys[] = {"turbidity",    "ozone",     "groundAlbedo", "skyIntensity",
                                            "sunIntensity", "sunSize",   "latitude",     "longitude",
-                                           "hours",     "dayOfYear", "timeZone",     "northOffset"};
+                                           "hours",        "dayOfYear", "timeZone",     "northOffset"};
   constexpr std::string_view kSunKeys[] = {"azimuth", "elevation"};
   if (const JsonValue* value = reader.find("sky", Need::optional, {})) {
     const JsonPath path = reader.pathOf("sky");
@@ -224,8 +224,7 @@ SceneBrush readBrush(const JsonValue& value, const JsonPath& path, BrushUse use,
   const Keys keys = known ? brushKeys(*kind, use) : allBrushKeys();
   std::string owner = "a brush";
   if (known)
-    owner = "a " + std::string(kBrushTypes.nameOf(*kind)) +
-            (use == BrushUse::fill ? " fill" : " background");
+    owner = "a " + std::string(kBrushTypes.nameOf(*kind)) + (use == BrushUse::fill ? " fill" : " background");
   ObjectReader reader(value, path, problems, keys, owner);
   checkType(reader, use);
   readAdjustments(reader, brush.adjustments);

@@ -47,22 +47,34 @@ void readFalloff(ObjectReader& reader, const NameTable<hdri::Falloff, n>& own,
   };
   if (has(others) && !has(own))
     return reader.report("falloff", *value,
-                         quoted(*name) + " is not a falloff of a " + std::string(shape) +
+                         quotedText(*name) + " is not a falloff of a " + std::string(shape) +
                              "; allowed: " + listOf(own.names));
   reader.name("falloff", own, falloff, Need::optional);
 }
 
-void readShape(ObjectReader& reader, PinShapeKind kind, ScenePin& pin) {
+void readCircle(ObjectReader& reader, Need need, CircleShape& circle) {
+  reader.number("radius", NumberRange::above(0).to(180), circle.radius, need);
+}
+
+void readRect(ObjectReader& reader, Need need, RectShape& rect) {
   const NumberRange halfAngle = NumberRange::above(0).below(90);
-  if (kind == PinShapeKind::circle) {
-    auto& circle = pin.shape.emplace<CircleShape>();
-    reader.number("radius", NumberRange::above(0).to(180), circle.radius, Need::required);
+  reader.number("halfWidth", halfAngle, rect.halfWidth, need);
+  reader.number("halfHeight", halfAngle, rect.halfHeight, need);
+  reader.number("cornerRadius", NumberRange::atLeast(0), rect.cornerRadius);
+}
+
+void readShape(ObjectReader& reader, const PinShapeKind* kind, ScenePin& pin) {
+  if (!kind) {
+    // Which keys are required can not be told, but what is there can be looked at.
+    CircleShape circle;
+    RectShape rect;
+    readCircle(reader, Need::optional, circle);
+    readRect(reader, Need::optional, rect);
+  } else if (*kind == PinShapeKind::circle) {
+    readCircle(reader, Need::required, pin.shape.emplace<CircleShape>());
     readFalloff(reader, kCircleFalloffs, kRectFalloffs, "circle", pin.falloff);
   } else {
-    auto& rect = pin.shape.emplace<RectShape>();
-    reader.number("halfWidth", halfAngle, rect.halfWidth, Need::required);
-    reader.number("halfHeight", halfAngle, rect.halfHeight, Need::required);
-    reader.number("cornerRadius", NumberRange::atLeast(0), rect.cornerRadius);
+    readRect(reader, Need::required, pin.shape.emplace<RectShape>());
     readFalloff(reader, kRectFalloffs, kCircleFalloffs, "rect", pin.falloff);
   }
 }
@@ -81,7 +93,7 @@ ScenePin readPin(const JsonValue& value, const JsonPath& path, Problems& problem
   reader.number("elevation", NumberRange::within(-90, 90), pin.elevation, Need::required);
   reader.number("rotation", NumberRange::any(), pin.rotation);
   reader.boolean("half", pin.half);
-  if (shape) readShape(reader, *shape, pin);
+  readShape(reader, shape, pin);
   reader.number("falloffAmount", NumberRange::atLeast(0), pin.falloffAmount);
   if (const JsonValue* fill = reader.find("fill", Need::required, "a brush"))
     pin.fill = readBrush(*fill, reader.pathOf("fill"), BrushUse::fill, problems);

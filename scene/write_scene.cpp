@@ -17,7 +17,8 @@ using Json = nlohmann::ordered_json;
 /// A float as the shortest decimal number that reads back as it.
 Json number(float value) {
   constexpr float kExactIntegers = 16777216.0f;
-  if (std::abs(value) <= kExactIntegers && value == std::floor(value)) return static_cast<std::int64_t>(value);
+  if (std::abs(value) <= kExactIntegers && value == std::floor(value))
+    return static_cast<std::int64_t>(value);
   char buffer[40];
   const auto end = std::to_chars(buffer, buffer + sizeof buffer, value).ptr;
   double decimal = value;

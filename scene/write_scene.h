@@ -14,7 +14,8 @@ namespace orv::scene {
 ///         not UTF-8).
 std::string sceneText(const Scene& scene);
 
-/// Writes the scene file `path` (UTF-8); an older file of that name stays as it is until the new one is whole.
+/// Writes the scene file `path` (UTF-8); an older file of that name stays as it is until the new one is
+/// whole.
 /// @throws SceneErrors as `sceneText`; FileError when the file can not be written.
 void writeScene(const Scene& scene, const std::string& path);
 

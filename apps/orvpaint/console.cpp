@@ -1,0 +1,62 @@
+#include "console.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+
+#include "ProgressBar.h"
+#include "scene/OutputFile.h"
+#include "scene/SceneErrors.h"
+
+namespace orvpaint {
+namespace {
+
+extern "C" void endBySignal(int signal) {
+  orv::scene::removeUnfinishedFiles();
+  constexpr char kBar[] = "\r\x1b[K";
+  constexpr char kMessage[] = "orvpaint: interrupted; unfinished files are removed\n";
+  // Nothing is left to be done about a failure here.
+  if (ProgressBar::anyShown()) static_cast<void>(!::write(STDERR_FILENO, kBar, sizeof kBar - 1));
+  static_cast<void>(!::write(STDERR_FILENO, kMessage, sizeof kMessage - 1));
+  // The default action is back in place.
+  ::raise(signal);
+}
+
+}  // namespace
+
+void openClosedStreams() {
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+    if (::fcntl(stream, F_GETFD) < 0 && ::open("/dev/null", O_RDONLY) != stream) return;
+}
+
+void printResult(const std::string& text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
+  throw orv::scene::FileError(std::string("standard output: cannot be written: ") + std::strerror(errno));
+}
+
+void printLine(const std::string& line) {
+  ProgressBar::hideAll();
+  std::fprintf(stderr, "%s\n", line.c_str());
+}
+
+void printMessage(const std::string& message) { printLine("orvpaint: " + message); }
+
+void handleSignals() {
+  struct sigaction action {};
+  action.sa_handler = &endBySignal;
+  // The handler ends the program by raising its signal anew.
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction before {};
+    // What a shell or nohup made us ignore stays ignored.
+    if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
+    ::sigaction(signal, &action, nullptr);
+  }
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+}  // namespace orvpaint

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <string>
+
+namespace orvpaint {
+
+/// Opens the standard streams that were closed, so that no other file takes their number; what is written to
+/// them still fails.
+void openClosedStreams();
+
+/// Writes a result to standard output. @throws orv::scene::FileError when it can not be written.
+void printResult(const std::string& text);
+
+/// Writes `orvpaint: message` to standard error; a progress bar is taken away first.
+void printMessage(const std::string& message);
+
+/// Writes a line that names its file itself to standard error.
+void printLine(const std::string& line);
+
+/// On SIGINT, SIGTERM and SIGHUP removes unfinished files and ends the program by that signal. Writing beyond
+/// a limit of file sizes becomes an ordinary error.
+void handleSignals();
+
+}  // namespace orvpaint

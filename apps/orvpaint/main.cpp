@@ -1,0 +1,215 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "console.h"
+#include "scene/PainterLibrary.h"
+#include "scene/SceneErrors.h"
+#include "scene/map_file.h"
+#include "scene/nearest_name.h"
+#include "scene/paint_scene.h"
+
+namespace orvpaint {
+
+std::string programVersion() { return "orvpaint " ORVHDRI_VERSION; }
+
+namespace {
+
+namespace scene = orv::scene;
+
+constexpr const char* kDescription = "Paints high-dynamic-range environment maps from scene files.";
+constexpr const char* kFooter =
+    "Examples:\n"
+    "  orvpaint paint studio.json -o studio.exr\n"
+    "  orvpaint paint studio.json -o studio.exr -o preview.png --exposure 1\n"
+    "  orvpaint check studio.json\n"
+    "\n"
+    "Exit status: 0 done; 1 a file cannot be read or written, or the processor lacks AVX2 or FMA;\n"
+    "2 the call is wrong or a scene has errors; 3 a missing image or sky was painted as a visible colour\n"
+    "and no file is written.";
+
+/// `WxH`; what is wrong with it, or nothing.
+std::string readSize(const std::string& text, std::optional<scene::MapSize>& size) {
+  const char* end = text.data() + text.size();
+  scene::MapSize read;
+  const auto [x, widthError] = std::from_chars(text.data(), end, read.width);
+  const bool hasWidth = widthError == std::errc() && x != end && (*x == 'x' || *x == 'X');
+  const auto [rest, heightError] = std::from_chars(hasWidth ? x + 1 : end, end, read.height);
+  const auto inRange = [](int side) { return side >= 1 && side <= scene::kMaxSide; };
+  if (!hasWidth || heightError != std::errc() || rest != end || !inRange(read.width) || !inRange(read.height))
+    return "\"" + text + "\" is not a size; allowed: WIDTHxHEIGHT, each from 1 to 65536, such as 4096x2048";
+  if (std::int64_t{read.width} * read.height > scene::kMaxPixels)
+    return "\"" + text + "\" is more than " + std::to_string(scene::kMaxPixels) + " pixels";
+  size = read;
+  return {};
+}
+
+std::string checkOutput(const std::string& path) {
+  if (scene::mapFormatOf(path)) return {};
+  return "\"" + path + "\" has no ending that names a format; allowed: " + scene::listOf(scene::mapEndings());
+}
+
+std::vector<std::string_view> compressionNames() {
+  std::vector<std::string_view> names;
+  for (const scene::MapFormat format : {scene::MapFormat::exr, scene::MapFormat::tiff})
+    for (const std::string_view name : scene::mapCompressions(format))
+      if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+  return names;
+}
+
+std::string checkCompression(const std::string& name) {
+  const std::vector<std::string_view> names = compressionNames();
+  if (std::find(names.begin(), names.end(), name) != names.end()) return {};
+  return "\"" + name + "\" is not a compression" + scene::suggestion(name, names) +
+         "; allowed: " + scene::listOf(names);
+}
+
+void addPaint(CLI::App& app, PaintArguments& arguments) {
+  CLI::App* paint = app.add_subcommand("paint", "Paint a scene into one or more files");
+  paint->add_option("SCENE", arguments.scene, "Scene file (JSON)")->required();
+  paint
+      ->add_option("-o,--output", arguments.outputs,
+                   "File to write; may be given several times. The ending chooses the format:\n"
+                   ".exr, .hdr, .pfm, .tif hold floats, .png and .jpg are tone-mapped previews")
+      ->required()
+      ->allow_extra_args(false)
+      ->type_name("OUT")
+      ->check(CLI::Validator(checkOutput, ""));
+  paint
+      ->add_option_function<std::string>(
+          "--size",
+          [&](const std::string& text) {
+            const std::string error = readSize(text, arguments.size);
+            if (!error.empty()) throw CLI::ValidationError("--size", error);
+          },
+          "Size of the map in pixels, instead of the scene's")
+      ->type_name("WxH");
+  paint
+      ->add_option("--threads", arguments.threads,
+                   "Use at most N threads; by default as many as the process may use processors")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024));
+  paint->add_option("--exposure", arguments.exposureStops, "Exposure of .png and .jpg previews, in stops")
+      ->type_name("STOPS")
+      ->check(CLI::Range(-64.0, 64.0));
+  paint
+      ->add_option("--compression", arguments.compression,
+                   "Compression, zip by default. EXR: " +
+                       scene::listOf(scene::mapCompressions(scene::MapFormat::exr)) +
+                       "\nTIFF: " + scene::listOf(scene::mapCompressions(scene::MapFormat::tiff)))
+      ->type_name("NAME")
+      ->check(CLI::Validator(checkCompression, ""));
+  paint->add_flag("--allow-fallback", arguments.allowFallback,
+                  "Write the map although a missing image or sky is painted as a visible colour");
+  paint->add_option("--painter", arguments.painter, "Painter library to load (default: the one installed)")
+      ->type_name("PATH");
+  paint->add_flag("-q,--quiet", arguments.quiet, "No progress and no warnings");
+}
+
+/// What a call says beyond what its options can check alone; empty when nothing is wrong.
+std::string checkPaint(const PaintArguments& arguments) {
+  std::vector<std::string> targets;
+  bool compressible = false;
+  for (const std::string& path : arguments.outputs) {
+    std::error_code error;
+    targets.push_back(std::filesystem::weakly_canonical(path, error).string());
+    const auto known = scene::mapCompressions(*scene::mapFormatOf(path));
+    compressible |= std::find(known.begin(), known.end(), arguments.compression) != known.end();
+  }
+  std::sort(targets.begin(), targets.end());
+  const auto twice = std::adjacent_find(targets.begin(), targets.end());
+  if (twice != targets.end()) return "--output: " + *twice + " is given twice";
+  if (!arguments.compression.empty() && !compressible)
+    return "--compression: no output's format knows \"" + arguments.compression + "\"";
+  return {};
+}
+
+/// What a word that was not expected may have been meant as.
+std::string hint(const CLI::App& app, int argc, char** argv) {
+  const CLI::App* command = &app;
+  if (!app.get_subcommands().empty()) command = app.get_subcommands().front();
+  std::vector<std::string> names;
+  for (const CLI::App* sub : command->get_subcommands([](const CLI::App*) { return true; }))
+    names.push_back(sub->get_name());
+  for (const CLI::Option* option : command->get_options())
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  const std::vector<std::string_view> views(names.begin(), names.end());
+  for (int i = 1; i < argc; ++i) {
+    const std::string word(argv[i],
+                           std::find(argv[i], argv[i] + std::char_traits<char>::length(argv[i]), '='));
+    const bool known = std::find(views.begin(), views.end(), word) != views.end();
+    // A file's name is not a slip of an option's.
+    const bool couldBe = word.starts_with("--") || command == &app;
+    if (!known && couldBe && !scene::nearestName(word, views).empty()) return scene::suggestion(word, views);
+  }
+  return {};
+}
+
+ExitStatus run(int argc, char** argv) {
+  CLI::App app(kDescription, "orvpaint");
+  app.footer(kFooter);
+  app.set_version_flag("--version", programVersion());
+  app.require_subcommand(1);
+  app.get_formatter()->column_width(28);
+
+  PaintArguments paintArguments;
+  addPaint(app, paintArguments);
+  std::vector<std::string> scenes;
+  app.add_subcommand("check", "Read scenes and report every error in them")
+      ->add_option("SCENE", scenes, "Scene files (JSON)")
+      ->required();
+  std::string file;
+  app.add_subcommand("info", "Describe a scene or a map")
+      ->add_option("FILE", file, "Scene file, or image file of a map")
+      ->required();
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    printResult(app.help());
+    return done;
+  } catch (const CLI::CallForVersion&) {
+    printResult(programVersion() + "\n");
+    return done;
+  } catch (const CLI::ParseError& error) {
+    printMessage(std::string(error.what()) + hint(app, argc, argv) +
+                 "; orvpaint --help lists what is allowed");
+    return callIsWrong;
+  }
+  if (app.got_subcommand("check")) return check(scenes);
+  if (app.got_subcommand("info")) return info(file);
+  const std::string wrong = checkPaint(paintArguments);
+  if (wrong.empty()) return paint(paintArguments);
+  printMessage(wrong);
+  return callIsWrong;
+}
+
+/// Runs the program and turns what it throws into a line and a status.
+ExitStatus runGuarded(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const scene::SceneErrors& errors) {
+    for (const std::string& line : errors.lines()) printLine(line);
+    return callIsWrong;
+  } catch (const std::bad_alloc&) {
+    printMessage("not enough memory");
+  } catch (const std::exception& error) {
+    printMessage(error.what());
+  }
+  return fileFailed;
+}
+
+}  // namespace
+}  // namespace orvpaint
+
+int main(int argc, char** argv) {
+  orvpaint::openClosedStreams();
+  orvpaint::handleSignals();
+  return orvpaint::runGuarded(argc, argv);
+}

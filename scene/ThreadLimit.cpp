@@ -1,0 +1,34 @@
+#include "scene/ThreadLimit.h"
+
+#include <OpenImageIO/imageio.h>
+#include <sched.h>
+#include <tbb/global_control.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <thread>
+
+namespace orv::scene {
+
+struct ThreadLimit::Control {
+  tbb::global_control painting;
+};
+
+int availableProcessors() {
+  cpu_set_t set;
+  CPU_ZERO(&set);
+  if (sched_getaffinity(0, sizeof set, &set) == 0) return std::max(CPU_COUNT(&set), 1);
+  // More processors than the set can hold.
+  return std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
+}
+
+ThreadLimit::ThreadLimit(int threads)
+    : control_(new Control{tbb::global_control(tbb::global_control::max_allowed_parallelism,
+                                               static_cast<std::size_t>(threads))}) {
+  OIIO::attribute("threads", threads);
+  OIIO::attribute("exr_threads", threads);
+}
+
+ThreadLimit::~ThreadLimit() = default;
+
+}  // namespace orv::scene

@@ -1,0 +1,80 @@
+#include "scene/map_info.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <cmath>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <numbers>
+
+#include "host/orvImage.h"
+#include "orvrender/orvHost.h"
+#include "scene/LogCollector.h"
+
+namespace orv::scene {
+namespace {
+
+struct DestroyScene {
+  void operator()(orvScene* host) const { orv_scene_destroy(host); }
+};
+
+void readHeader(const std::string& path, MapInfo& info) {
+  const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(path);
+  if (!input) throw FileError(path + ": cannot be read: " + OIIO::geterror());
+  const OIIO::ImageSpec& spec = input->spec();
+  info.channels = spec.nchannels;
+  info.format = input->format_name();
+  info.pixelType = spec.format.c_str();
+  info.compression = spec.get_string_attribute("compression");
+  info.software = spec.get_string_attribute("Software");
+  info.orientation = spec.get_string_attribute("orv:orientation");
+}
+
+/// Sums over the pixels, each weighted with the solid angle of its row: sin of its upper less its lower edge.
+void measure(const orvImage& image, MapInfo& info) {
+  constexpr double pi = std::numbers::pi;
+  const float* pixel = image.pixels();
+  std::array<double, 3> sum{};
+  info.brightest = -1;
+  for (int y = 0; y < info.height; ++y) {
+    const double top = (0.5 - static_cast<double>(y) / info.height) * pi;
+    const double bottom = (0.5 - static_cast<double>(y + 1) / info.height) * pi;
+    std::array<double, 3> row{};
+    for (int x = 0; x < info.width; ++x, pixel += 3) {
+      for (std::size_t c = 0; c < 3; ++c) row[c] += static_cast<double>(pixel[c]);
+      const double luminance = 0.2126 * static_cast<double>(pixel[0]) +
+                               0.7152 * static_cast<double>(pixel[1]) +
+                               0.0722 * static_cast<double>(pixel[2]);
+      if (luminance <= info.brightest) continue;
+      info.brightest = luminance;
+      info.brightestLongitude = ((x + 0.5) / info.width - 0.5) * 360;
+      info.brightestLatitude = (0.5 - (y + 0.5) / info.height) * 180;
+    }
+    for (std::size_t c = 0; c < 3; ++c) sum[c] += row[c] * (std::sin(top) - std::sin(bottom));
+  }
+  // The weights of a whole column add up to 2.
+  for (std::size_t c = 0; c < 3; ++c) info.mean[c] = sum[c] / (2.0 * info.width);
+}
+
+}  // namespace
+
+MapInfo readMapInfo(const std::string& path) {
+  LogCollector log;
+  const std::unique_ptr<orvScene, DestroyScene> host(orv_scene_create({}));
+  if (!host) throw std::bad_alloc();
+  orvImage* image = orv_image_load(host.get(), path.c_str(), orvTexture_profile::environment, false, nullptr);
+  if (!image) {
+    const std::string reason = log.joined();
+    throw FileError(reason.find(path) == std::string::npos ? path + ": cannot be read: " + reason : reason);
+  }
+  MapInfo info;
+  info.width = static_cast<int>(image->width());
+  info.height = static_cast<int>(image->height());
+  measure(*image, info);
+  readHeader(path, info);
+  orv_image_free(host.get(), image, true);
+  return info;
+}
+
+}  // namespace orv::scene

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "scene/SceneErrors.h"
+
+namespace orv::scene {
+
+/// What can be told of a latitude-longitude map in a file.
+struct MapInfo {
+  int width = 0;
+  int height = 0;
+  int channels = 0;
+  std::string format;       ///< the file format's name
+  std::string pixelType;    ///< as stored: half, float, uint8
+  std::string compression;  ///< empty when the file does not name one
+  std::string software;     ///< what wrote the file, if it says so
+  std::string orientation;  ///< `orv:orientation`, if the file has it
+
+  std::array<double, 3> mean{};   ///< of red, green and blue over the sphere, by solid angle
+  double brightest = 0;           ///< largest Rec. 709 luminance
+  double brightestLongitude = 0;  ///< of the brightest pixel's centre, degrees
+  double brightestLatitude = 0;
+};
+
+/// Reads the map at `path` (UTF-8) through the host's image loader and measures it.
+/// @throws FileError when it can not be read, with the host's reason.
+MapInfo readMapInfo(const std::string& path);
+
+}  // namespace orv::scene
