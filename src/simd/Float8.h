@@ -80,6 +80,13 @@ inline Mask8 operator^(Mask8 a, Mask8 b) { return {_mm256_xor_ps(a.v, b.v)}; }
 /// a and not b.
 inline Mask8 andNot(Mask8 a, Mask8 b) { return {_mm256_andnot_ps(b.v, a.v)}; }
 inline Mask8 operator!(Mask8 a) { return {_mm256_xor_ps(a.v, _mm256_castsi256_ps(_mm256_set1_epi32(-1)))}; }
+/// Masks as words of all ones or all zeros, at a 32-byte aligned address.
+inline Mask8 loadMask(const unsigned* aligned) {
+  return {_mm256_castsi256_ps(_mm256_load_si256(reinterpret_cast<const __m256i*>(aligned)))};
+}
+inline void store(unsigned* aligned, Mask8 a) {
+  _mm256_store_si256(reinterpret_cast<__m256i*>(aligned), _mm256_castps_si256(a.v));
+}
 inline bool any(Mask8 a) { return _mm256_movemask_ps(a.v) != 0; }
 inline bool all(Mask8 a) { return _mm256_movemask_ps(a.v) == 0xff; }
 

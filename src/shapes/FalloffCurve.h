@@ -1,0 +1,36 @@
+#pragma once
+
+#include <memory>
+
+#include "hdri/PinParams.h"
+#include "host/AlignedObject.h"
+#include "shapes/PixelRun.h"
+
+namespace orv::hdri::blockedAVX2 {
+
+/// Turns the coordinates that a shape wrote (u, v and cosAngle) into one weight a pixel. Outside the shape
+/// the weight means nothing; the shape's mask removes it. Immutable, callable from any number of threads.
+class FalloffCurve : public AlignedObject {
+ public:
+  virtual ~FalloffCurve() = default;
+
+  /// Weights of one block. @param out eight floats, 32-byte aligned. @return `out`.
+  virtual float* evaluate(float* out, const PixelBatch& batch) const = 0;
+
+  /// Makes `run.weight` the pin's weight: the curve's value where the mask is set, 0 elsewhere, times the
+  /// shape's edge weight. The same bits as `evaluate` gives block by block.
+  virtual void applyRun(const PixelRun& run) const = 0;
+
+ protected:
+  FalloffCurve() = default;
+  FalloffCurve(const FalloffCurve&) = delete;
+  FalloffCurve& operator=(const FalloffCurve&) = delete;
+};
+
+/// The curve that a circle's parameters name; null for a selector that is no circle's, or without memory.
+std::unique_ptr<FalloffCurve> makeCircleFalloff(const CirclePinParams& params);
+/// The curve that a rectangle's parameters name; null for a selector that is no rectangle's, or without
+/// memory.
+std::unique_ptr<FalloffCurve> makeRectFalloff(const RectPinParams& params);
+
+}  // namespace orv::hdri::blockedAVX2

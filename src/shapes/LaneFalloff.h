@@ -1,0 +1,56 @@
+#pragma once
+
+#include "shapes/FalloffCurve.h"
+#include "shapes/trigonometry.h"
+#include "simd/Float8.h"
+
+namespace orv::hdri::blockedAVX2 {
+
+/// What a curve may read of eight pixels.
+struct FalloffInputs {
+  Float8 u;
+  Float8 v;
+  Float8 cosAngle;
+};
+
+/// Both forms of a curve's evaluation, from its `Float8 weight(const FalloffInputs&) const`.
+template <typename Curve>
+class LaneFalloff : public FalloffCurve {
+ public:
+  float* evaluate(float* out, const PixelBatch& batch) const final {
+    store(out, weight({load(batch.u), load(batch.v), load(batch.cosAngle)}));
+    return out;
+  }
+
+  void applyRun(const PixelRun& run) const final {
+    for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+      const Mask8 inside = loadMask(run.mask + i);
+      const Float8 value = weight({load(run.u + i), load(run.v + i), load(run.cosAngle + i)});
+      store(run.weight + i, keep(inside, value) * load(run.weight + i));
+    }
+  }
+
+ private:
+  Float8 weight(const FalloffInputs& in) const { return static_cast<const Curve*>(this)->weight(in); }
+};
+
+/// The fade of the last 1/k of x before 1: 1 inside, 0 at the edge. S is the smoothstep polynomial.
+/// 1 - S(clamp01((x - 1) k + 1))
+inline Float8 edgeFade(Float8 x, Float8 k) {
+  const Float8 one = splat(1.0f);
+  return one - smoothstep(clamp01(fma(x - one, k, one)));
+}
+
+/// A rim inside the edge at x = 1, of width 1/k, nearly solid: 5 S(clamp01(1 - (1 - x) k)).
+inline Float8 rim(Float8 x, Float8 k) {
+  const Float8 one = splat(1.0f);
+  return splat(5.0f) * smoothstep(clamp01(fnma(one - x, k, one)));
+}
+
+/// sqrt(u^2 + v^2)
+inline Float8 radial(const FalloffInputs& in) { return sqrt(fma(in.u, in.u, in.v * in.v)); }
+
+/// (1 - x) (1 - a x) with b = a + 1, cut to [0, 1]: clamp01((x a - b) x + 1).
+inline Float8 quadratic(Float8 x, Float8 a, Float8 b) { return clamp01(fma(fms(x, a, b), x, splat(1.0f))); }
+
+}  // namespace orv::hdri::blockedAVX2

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <memory>
+
+#include "host/AlignedObject.h"
+#include "shapes/AzimuthSpans.h"
+#include "shapes/FalloffCurve.h"
+#include "shapes/PixelBatch.h"
+#include "shapes/PixelRun.h"
+
+namespace orv::hdri::blockedAVX2 {
+
+/// The region of a pin on the sphere, with the falloff inside it. Immutable once made; callable from any
+/// number of threads. A shape whose parameters are not all finite touches no pixel.
+class PinShape : public AlignedObject {
+ public:
+  virtual ~PinShape() = default;
+
+  /// The latitudes that the shape can touch, radians, within [-pi/2, pi/2].
+  virtual void latitudeRange(float& lowest, float& highest) const = 0;
+
+  /// Replaces `spans` by the longitudes that the shape can touch in the row at `elevation`.
+  virtual void azimuthSpans(float elevation, AzimuthSpans& spans) const = 0;
+
+  /// Fills one block's coordinates, mask and edge weight, as `batch.needs` asks.
+  virtual void evaluate(PixelBatch& batch) const = 0;
+
+  /// The same for a run of blocks, with the same bits.
+  virtual void evaluateRun(const PixelRun& run) const = 0;
+
+  /// Whether `evaluateRun` would use `PixelRun::cosFromCentre` for these needs; then `centreAzimuth` is set
+  /// to the centre it counts from.
+  virtual bool usesCosFromCentre(std::uint32_t needs, float& centreAzimuth) const;
+
+  /// The falloff; a solid one where the parameters name none.
+  const FalloffCurve& curve() const;
+
+ protected:
+  explicit PinShape(std::unique_ptr<FalloffCurve> curve) : curve_(std::move(curve)) {}
+  PinShape(const PinShape&) = delete;
+  PinShape& operator=(const PinShape&) = delete;
+
+ private:
+  std::unique_ptr<FalloffCurve> curve_;
+};
+
+}  // namespace orv::hdri::blockedAVX2

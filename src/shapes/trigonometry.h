@@ -1,0 +1,138 @@
+#pragma once
+
+#include "simd/Float8.h"
+
+/// Vector trigonometry: polynomials on eight lanes, without tables or calls. The coefficients decide the look
+/// of every painted edge, so they are fixed to the bit. Accuracy is measured over bit patterns against long
+/// double in tests/shapes/trigonometry_test.cpp; every function is pure and callable from any thread.
+namespace orv::hdri::blockedAVX2 {
+
+inline constexpr float kPi = 3.1415927f;         ///< 0x40490fdb
+inline constexpr float kTwoPi = 6.2831855f;      ///< 0x40c90fdb
+inline constexpr float kHalfPi = 1.5707964f;     ///< 0x3fc90fdb
+inline constexpr float kInvPi = 0.31830987f;     ///< 1 / pi
+inline constexpr float kInvTwoPi = 0.15915494f;  ///< 1 / (2 pi)
+/// Degrees to radians.
+inline constexpr float kRadiansPerDegree = 0.017453292f;
+
+/// Coefficients of cos r and sin r / r in powers of r^2, highest first.
+inline constexpr float kCosCoefficients[] = {-2.5963018e-7f, 2.4756235e-5f, -0.001388833f,
+                                             0.04166664f,    -0.5f,         1.0f};
+inline constexpr float kSinCoefficients[] = {-2.5029328e-8f, 2.7600126e-6f, -0.00019842605f,
+                                             0.008333348f,   -0.16666667f,  1.0f};
+/// Coefficients of arccos a / sqrt(1 - a) in powers of a, highest first.
+inline constexpr float kArccosCoefficients[] = {-0.0043095737f, 0.0192803f,   -0.04489909f,
+                                                0.08785567f,    -0.21450998f, 1.5707952f};
+/// Coefficients of arctan z / z in powers of z^2, highest first.
+inline constexpr float kArctanCoefficients[] = {-0.0046721357f, 0.024172833f, -0.0593665f,  0.099050835f,
+                                                -0.14015688f,   0.19968921f,  -0.33331916f, 0.9999999f};
+/// Coefficients of (exp r - 1 - r) / r^2 in powers of r, highest first.
+inline constexpr float kExpCoefficients[] = {0.00019875691f, 0.0013981999f, 0.008333452f,
+                                             0.041665796f,   0.16666666f,   0.5f};
+
+/// c[0] x^(n-1) + … + c[n-1] by Horner's rule, each step fused.
+template <int n>
+inline Float8 polynomial(const float (&c)[n], Float8 x) {
+  Float8 sum = splat(c[0]);
+  for (int i = 1; i < n; ++i) sum = fma(sum, x, splat(c[i]));
+  return sum;
+}
+
+/// The largest whole number not above x.
+inline Float8 floor(Float8 x) {
+  const Float8 rounded = roundNearest(x);
+  return rounded - keep(rounded > x, splat(1.0f));
+}
+
+/// x as r + quadrant pi/2 with r in [0, pi/2].
+struct QuarterTurn {
+  Float8 r;
+  Int8 quadrant;
+};
+
+inline QuarterTurn reduceToQuarterTurn(Float8 x) {
+  const Float8 q = floor(x * splat(0.63661975f));
+  return {fnma(q, splat(kHalfPi), x), toIntNearest(q)};
+}
+
+/// Odd quadrants, as the sign bits that `select` reads.
+inline Mask8 oddQuadrants(Int8 quadrant) { return {bitsToFloat(shiftLeft<31>(quadrant)).v}; }
+
+struct SinCos8 {
+  Float8 sin;
+  Float8 cos;
+};
+
+/// Sine and cosine of each lane, radians. Absolute error below 1.3e-7 on [-pi, pi] and 1e-6 on [-20, 20];
+/// beyond, it grows with the rounding of x (2.2e-8 |x|).
+inline SinCos8 sinCos(Float8 x) {
+  const QuarterTurn turn = reduceToQuarterTurn(x);
+  const Float8 z = turn.r * turn.r;
+  const Float8 c = polynomial(kCosCoefficients, z);
+  const Float8 s = turn.r * polynomial(kSinCoefficients, z);
+  const Mask8 odd = oddQuadrants(turn.quadrant);
+  // The sine is negative in quadrants 2 and 3, the cosine in 1 and 2: bit 1 of n and of n + 1.
+  return {xorSign(select(odd, c, s), bitsToFloat(shiftLeft<30>(turn.quadrant))),
+          xorSign(select(odd, s, c), bitsToFloat(shiftLeft<30>(turn.quadrant + splat(1))))};
+}
+
+inline Float8 sin(Float8 x) { return sinCos(x).sin; }
+
+/// The cosine alone: one polynomial whose coefficients are chosen per lane. The same bits as `sinCos(x).cos`.
+inline Float8 cos(Float8 x) {
+  const QuarterTurn turn = reduceToQuarterTurn(x);
+  const Float8 z = turn.r * turn.r;
+  const Mask8 odd = oddQuadrants(turn.quadrant);
+  Float8 p = select(odd, splat(kSinCoefficients[0]), splat(kCosCoefficients[0]));
+  for (int i = 1; i < 5; ++i) {
+    p = fma(p, z, select(odd, splat(kSinCoefficients[i]), splat(kCosCoefficients[i])));
+  }
+  p = fma(p, z, splat(1.0f));
+  return xorSign(p * select(odd, turn.r, splat(1.0f)), bitsToFloat(shiftLeft<30>(turn.quadrant + splat(1))));
+}
+
+/// pi/2 - arccos |x|, with the sign of x.
+inline Float8 arcsin(Float8 x) {
+  const Float8 a = abs(x);
+  const Float8 g = polynomial(kArccosCoefficients, a) * sqrt(splat(1.0f) - a);
+  return xorSign(splat(kHalfPi) - g, keep(x < zero8(), signBit()));
+}
+
+/// Arc cosine of each lane, radians in [0, pi]; x in [-1, 1], not a number outside. Form of Abramowitz &
+/// Stegun 4.4.46, cut to six terms: absolute error below 2.3e-6.
+inline Float8 arccos(Float8 x) { return splat(kHalfPi) - arcsin(x); }
+
+/// Arc tangent of each lane, radians in [-pi/2, pi/2].
+inline Float8 arctan(Float8 z) {
+  const Float8 m = abs(z);
+  const Mask8 steep = m > splat(1.0f);
+  const Float8 t = select(steep, splat(1.0f) / m, m);
+  const Float8 a = t * polynomial(kArctanCoefficients, t * t);
+  return xorSign(select(steep, splat(kHalfPi) - a, a), keep(z < zero8(), signBit()));
+}
+
+/// The angle of (x, y), radians in [-pi, pi]; 0 for (0, 0).
+inline Float8 atan2(Float8 y, Float8 x) {
+  const Float8 turn = keep(x < zero8(), select(y >= zero8(), splat(kPi), splat(-kPi)));
+  const Float8 angle = arctan(y / x) + turn;
+  const Mask8 origin = bitsToFloat(floatToBits(y) | floatToBits(x)) == zero8();
+  return {_mm256_andnot_ps(origin.v, angle.v)};
+}
+
+/// e^x. Exactly 0 where 2^n underflows (x below about -87.7); above about 88.4 the scale stays at the largest
+/// finite float.
+inline Float8 exp(Float8 x) {
+  const Float8 n = floor(fma(x, splat(1.442695f), splat(0.5f)));
+  // Subtract n ln 2 in two parts, so that the remainder keeps its low bits.
+  const Float8 r = fnma(n, splat(-0.00021219444f), fnma(n, splat(0.6933594f), x));
+  const Float8 e = fma(r * r, polynomial(kExpCoefficients, r), r + splat(1.0f));
+  const Float8 power = bitsToFloat(shiftLeft<23>(toIntNearest(n) + splat(127)));
+  const Float8 scale = select(n >= splat(128.0f), splat(3.4028235e38f), power);
+  const Mask8 vanishes = n < splat(-127.0f);
+  return {_mm256_andnot_ps(vanishes.v, (e * scale).v)};
+}
+
+/// t^2 (3 - 2 t); t in [0, 1].
+inline Float8 smoothstep(Float8 t) { return fnma(splat(2.0f), t, splat(3.0f)) * (t * t); }
+
+}  // namespace orv::hdri::blockedAVX2
