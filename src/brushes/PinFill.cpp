@@ -7,16 +7,23 @@
 namespace orv::hdri::blockedAVX2 {
 namespace {
 
-/// Merges colour s of weight w into the pixels d: `blend(d, s, w)` a channel, raised to 0.
+/// Merges colour s of weight w into the pixels d: `blend(d, s, w)` a channel, raised to 0. A pixel whose
+/// weight is 0 or no number keeps its colour whatever the fill's is, so that a block shows nothing outside
+/// its pin.
 template <typename Blend>
 void merge(const Shading& shading, std::size_t blocks, Block* pixels, const Blend& blend) {
   const Block* colour = shading.colour;
   for (std::size_t i = 0; i < blocks; ++i, colour += shading.step) {
     Block& d = pixels[i];
     const Float8 w = load(shading.weight + 8 * i);
-    store(d.r, max(blend(load(d.r), load(colour->r), w), zero8()));
-    store(d.g, max(blend(load(d.g), load(colour->g), w), zero8()));
-    store(d.b, max(blend(load(d.b), load(colour->b), w), zero8()));
+    const Mask8 painted = abs(w) > zero8();
+    const auto channel = [&](float* below, const float* shaded) {
+      const Float8 under = load(below);
+      store(below, max(select(painted, blend(under, load(shaded), w), under), zero8()));
+    };
+    channel(d.r, colour->r);
+    channel(d.g, colour->g);
+    channel(d.b, colour->b);
   }
 }
 

@@ -14,7 +14,11 @@ void ImageRelease::operator()(orvImage* image) const { painter->freeImage(image)
 
 BlockedPainter::BlockedPainter(PainterType type) : type_(type) { PixelMemory::instance().attach(); }
 
-BlockedPainter::~BlockedPainter() { PixelMemory::instance().detach(); }
+BlockedPainter::~BlockedPainter() {
+  // Fills may hold images, which go back to the host through the painter.
+  pins_.clear();
+  PixelMemory::instance().detach();
+}
 
 void BlockedPainter::setSize(std::int32_t width, std::int32_t height) {
   // The arguments are compared as given: asking for a negative size while 0 is stored still clears the flag.
@@ -32,8 +36,14 @@ bool BlockedPainter::addRectPin(const RectPinParams&, const Brush&) { return fal
 
 bool BlockedPainter::addCirclePin(const CirclePinParams&, const Brush&) { return false; }
 
+void BlockedPainter::noteBackgroundFill() {
+  hasBackgroundFill_ = true;
+  backgroundValid_ = backgroundValid_ && background_ && background_->canSample();
+}
+
 void BlockedPainter::clear() {
   hasBackgroundFill_ = false;
+  pins_.clear();
   if (keepBackground_) return;
   background_.reset();
   backgroundValid_ = false;

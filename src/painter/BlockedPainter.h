@@ -6,6 +6,7 @@
 
 #include "hdri/IPainter.h"
 #include "host/AlignedObject.h"
+#include "pins/Pin.h"
 
 class orvImage;
 
@@ -56,6 +57,12 @@ class BlockedPainter final : public IPainter, public AlignedObject {
   float tiltAngle1() const { return tiltAngle1_; }
   float tiltAngle2() const { return tiltAngle2_; }
   const BackgroundSource* background() const { return background_.get(); }
+  /// In the order in which they are painted.
+  const PinList& pins() const { return pins_; }
+
+  /// A pin that shows the background has been made: map backgrounds keep a sampling copy from the next paint
+  /// on, and one that has none yet is prepared anew.
+  void noteBackgroundFill();
 
   // Progress goes to the host when there is a scene; callable from many threads.
 
@@ -77,10 +84,14 @@ class BlockedPainter final : public IPainter, public AlignedObject {
   template <typename Background, typename... Args>
   bool install(const Args&... args);
   bool installSunSky(const Brush& brush);
+  /// One and a half pixels in the coarser direction of the map, radians: the soft edge of a shape.
+  float pixelAngle() const;
+  bool addPin(std::unique_ptr<PinShape> shape, const Brush& fill, bool rectangular);
   bool prepareBackground();
 
   orvScene* scene_ = nullptr;
   std::unique_ptr<BackgroundSource> background_;
+  PinList pins_;
   bool smoothing_ = false;
   bool hasBackgroundFill_ = false;
   float pinSizeScale_ = 1.5f;

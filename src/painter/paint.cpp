@@ -1,6 +1,7 @@
 #include <new>
 
 #include "backgrounds/BackgroundSource.h"
+#include "brushes/BackgroundRotationFill.h"
 #include "painter/BlockedPainter.h"
 #include "painter/PixelMemory.h"
 #include "pins/pin_pass.h"
@@ -18,6 +19,12 @@ std::shared_ptr<EnvImage> BlockedPainter::paint() {
     if (!prepareBackground()) throw std::bad_alloc();
     backgroundValid_ = true;
   }
+
+  // On every paint, so that such fills see the background that is installed now.
+  if (hasBackgroundFill_)
+    for (const std::unique_ptr<Pin>& pin : pins_)
+      if (pin->fill->kind() == BrushKind::background)
+        static_cast<BackgroundRotationFill&>(*pin->fill).setBackground(background_.get());
 
   paintPins(*this, result.get());
   return result;

@@ -12,8 +12,6 @@ inline constexpr float kTwoPi = 6.2831855f;      ///< 0x40c90fdb
 inline constexpr float kHalfPi = 1.5707964f;     ///< 0x3fc90fdb
 inline constexpr float kInvPi = 0.31830987f;     ///< 1 / pi
 inline constexpr float kInvTwoPi = 0.15915494f;  ///< 1 / (2 pi)
-/// Degrees to radians.
-inline constexpr float kRadiansPerDegree = 0.017453292f;
 
 /// Coefficients of cos r and sin r / r in powers of r^2, highest first.
 inline constexpr float kCosCoefficients[] = {-2.5963018e-7f, 2.4756235e-5f, -0.001388833f,
