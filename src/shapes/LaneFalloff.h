@@ -23,10 +23,14 @@ class LaneFalloff : public FalloffCurve {
   }
 
   void applyRun(const PixelRun& run) const final {
+    const float* const u = run.u;
+    const float* const v = run.v;
+    const float* const cosAngle = run.cosAngle;
+    const std::uint32_t* const mask = run.mask;
+    float* const weights = run.weight;
     for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
-      const Mask8 inside = loadMask(run.mask + i);
-      const Float8 value = weight({load(run.u + i), load(run.v + i), load(run.cosAngle + i)});
-      store(run.weight + i, keep(inside, value) * load(run.weight + i));
+      const Float8 value = weight({load(u + i), load(v + i), load(cosAngle + i)});
+      store(weights + i, keep(loadMask(mask + i), value) * load(weights + i));
     }
   }
 

@@ -4,7 +4,7 @@
 
 namespace orv::hdri::blockedAVX2 {
 
-bool PinShape::usesCosFromCentre(std::uint32_t, float&) const { return false; }
+std::optional<AzimuthExtent> PinShape::cosFromCentreExtent(std::uint32_t) const { return std::nullopt; }
 
 const FalloffCurve& PinShape::curve() const {
   static const SolidFalloff solid;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include "host/AlignedObject.h"
 #include "shapes/AzimuthSpans.h"
@@ -9,6 +10,12 @@
 #include "shapes/PixelRun.h"
 
 namespace orv::hdri::blockedAVX2 {
+
+/// Longitudes within `half` of `centre`, radians.
+struct AzimuthExtent {
+  float centre;
+  float half;
+};
 
 /// The region of a pin on the sphere, with the falloff inside it. Immutable once made; callable from any
 /// number of threads. A shape whose parameters are not all finite touches no pixel.
@@ -28,9 +35,9 @@ class PinShape : public AlignedObject {
   /// The same for a run of blocks, with the same bits.
   virtual void evaluateRun(const PixelRun& run) const = 0;
 
-  /// Whether `evaluateRun` would use `PixelRun::cosFromCentre` for these needs; then `centreAzimuth` is set
-  /// to the centre it counts from.
-  virtual bool usesCosFromCentre(std::uint32_t needs, float& centreAzimuth) const;
+  /// The longitudes for which `evaluateRun` would read `PixelRun::cosFromCentre` under these needs; none
+  /// where it would not.
+  virtual std::optional<AzimuthExtent> cosFromCentreExtent(std::uint32_t needs) const;
 
   /// The falloff; a solid one where the parameters name none.
   const FalloffCurve& curve() const;
