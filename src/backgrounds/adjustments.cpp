@@ -1,13 +1,24 @@
 #include "backgrounds/adjustments.h"
 
+#include "backgrounds/BlurSettings.h"
 #include "backgrounds/MapBackground.h"
+#include "backgrounds/blur.h"
 #include "painter/BlockedPainter.h"
 
 namespace orv::hdri::blockedAVX2 {
 
-void applyAdjustments(MapBackground& background, BlockedPainter& painter, float) {
+void applyAdjustments(MapBackground& background, BlockedPainter& painter, float maximum) {
+  BlockedMap& map = background.preparedMap();
   background.samplingCopy().release();
-  if (painter.hasBackgroundFill()) background.preparedMap().copyInto(background.samplingCopy());
+
+  BlurSettings blurSettings(painter.blurAmount());
+  if (blurSettings.amount() > 0.0f) {
+    painter.progressText("Blur");
+    if (blurSettings.makeKernel(map.width(), map.height(), maximum)) blur(map, blurSettings, painter);
+  }
+
+  // Fills that show the background bring their own rotation: the copy is taken before the map is rotated.
+  if (painter.hasBackgroundFill()) map.copyInto(background.samplingCopy());
 }
 
 }  // namespace orv::hdri::blockedAVX2

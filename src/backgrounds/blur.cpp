@@ -1,0 +1,180 @@
+#include "backgrounds/blur.h"
+
+#include <tbb/enumerable_thread_specific.h>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "backgrounds/symmetric_filter.h"
+#include "painter/BlockedPainter.h"
+#include "painter/parallel_rows.h"
+#include "simd/transpose.h"
+
+namespace orv::hdri::blockedAVX2 {
+namespace {
+
+/// Block columns that a task packs at once: 384 consecutive bytes of each row, whole cache lines.
+constexpr std::uint32_t kColumns = 4;
+
+/// Rows of blocks, `stride` floats apart.
+struct BlockRows {
+  float* data;
+  std::size_t stride;
+  std::uint32_t rows;     // that may be written
+  std::uint32_t columns;  // blocks a row
+};
+
+/// A thread's packed block columns, one line a channel with room for what lies past its ends, and the
+/// filtered lines of one block column.
+class Scratch {
+ public:
+  Scratch(std::size_t count, std::size_t radius)
+      : count_(count),
+        radius_(radius),
+        lineFloats_(8 * (count + 2 * radius + kFilterOutputs)),
+        resultFloats_(8 * (count + kFilterOutputs + 8)),
+        floats_(3 * (kColumns * lineFloats_ + resultFloats_)) {
+    std::memset(floats_.data(), 0, floats_.size() * sizeof(float));
+  }
+
+  /// Value 0 of a column's line; values -radius ... count + kFilterOutputs - 1 + radius have room.
+  float* line(std::size_t column, std::size_t channel) {
+    return floats_.data() + (3 * column + channel) * lineFloats_ + 8 * radius_;
+  }
+  /// Room for the filtered values, whole blocks of them.
+  float* result(std::size_t channel) {
+    return floats_.data() + 3 * kColumns * lineFloats_ + channel * resultFloats_;
+  }
+
+  void pack(const BlockRows& source, std::uint32_t firstColumn, std::uint32_t columns) {
+    for (std::size_t p = 0; p < count_; ++p) {
+      const float* block = source.data + p * source.stride + std::size_t{24} * firstColumn;
+      for (std::uint32_t column = 0; column < columns; ++column) {
+        for (std::size_t channel = 0; channel < 3; ++channel, block += 8)
+          store(line(column, channel) + 8 * p, load(block));
+      }
+    }
+  }
+
+  /// Lets a line go on from its other end.
+  void wrap(float* line) const {
+    std::memcpy(line - 8 * radius_, line + 8 * (count_ - radius_), 8 * radius_ * sizeof(float));
+    for (std::size_t p = count_; p < count_ + radius_ + kFilterOutputs; ++p)
+      store(line + 8 * p, load(line + 8 * (p - count_)));
+  }
+
+  /// Makes what the last block holds past the line's end 0.
+  void clearTail(float* result) const { std::memset(result + 8 * count_, 0, 64 * sizeof(float)); }
+
+ private:
+  std::size_t count_;
+  std::size_t radius_;
+  std::size_t lineFloats_;
+  std::size_t resultFloats_;
+  AlignedFloats floats_;
+};
+
+/// Writes the filtered lines of one block column as up to eight rows of blocks.
+void storeTransposed(Scratch& scratch, std::size_t count, const BlockRows& destination,
+                     std::uint32_t firstRow) {
+  const std::uint32_t rows = std::min(8u, destination.rows - firstRow);
+  for (std::size_t block = 0; block < blocksFor(static_cast<std::uint32_t>(count)); ++block) {
+    float* out = destination.data + firstRow * destination.stride + 24 * block;
+    for (std::size_t channel = 0; channel < 3; ++channel, out += 8) {
+      Float8 values[8];
+      for (std::size_t i = 0; i < 8; ++i) values[i] = load(scratch.result(channel) + 64 * block + 8 * i);
+      transpose(values);
+      for (std::size_t row = 0; row < rows; ++row) store(out + row * destination.stride, values[row]);
+    }
+  }
+}
+
+/// What happens past the ends of a line.
+enum class Ends { truncated, wrapped };
+
+/// Filters every block column of `source` (its lines have `count` values, one a row) and writes column c as
+/// the rows 8 c to 8 c + 7 of `destination`. `scale`, where not null, has a factor for each value of a line.
+/// `finish(column)` is called after each block column.
+template <typename Finish>
+void filterColumns(const BlockRows& source, std::uint32_t count, const BlockRows& destination,
+                   const AlignedFloats& kernel, Ends ends, const float* scale, const Finish& finish) {
+  const std::size_t radius = kernel.size() - 1;
+  tbb::enumerable_thread_specific<Scratch> scratches([=] { return Scratch(count, radius); });
+  forEachRow(source.columns, kColumns, [&](std::uint32_t firstColumn) {
+    Scratch& scratch = scratches.local();
+    const std::uint32_t columns = std::min(kColumns, source.columns - firstColumn);
+    scratch.pack(source, firstColumn, columns);
+    for (std::uint32_t column = 0; column < columns; ++column) {
+      for (std::size_t channel = 0; channel < 3; ++channel) {
+        float* line = scratch.line(column, channel);
+        float* result = scratch.result(channel);
+        if (ends == Ends::wrapped) scratch.wrap(line);
+        filterLine(line, count, kernel.data(), radius, ends == Ends::truncated, result);
+        if (scale) {
+          for (std::size_t p = 0; p < count; ++p)
+            store(result + 8 * p, load(result + 8 * p) * splat(scale[p]));
+        }
+        scratch.clearTail(result);
+      }
+      storeTransposed(scratch, count, destination, 8 * (firstColumn + column));
+      finish(firstColumn + column);
+    }
+  });
+}
+
+/// For each row, 1 / the sum of the weights that fall on rows of the map.
+std::vector<float> truncationScales(const AlignedFloats& kernel, std::uint32_t height) {
+  // sums[i] = w(1) + ... + w(i)
+  std::vector<double> sums(kernel.size(), 0.0);
+  for (std::size_t i = 1; i < kernel.size(); ++i) sums[i] = sums[i - 1] + double{kernel[i]};
+  std::vector<float> scales(height);
+  const std::size_t radius = kernel.size() - 1;
+  for (std::size_t y = 0; y < height; ++y) {
+    const double above = sums[std::min(radius, y)];
+    const double below = sums[std::min(radius, height - 1 - y)];
+    scales[y] = static_cast<float>(1.0 / (double{kernel[0]} + above + below));
+  }
+  return scales;
+}
+
+/// Padding lanes hold the row again from its start.
+void fillPadding(std::span<Block> row, std::size_t width) {
+  for (std::size_t x = width; x < 8 * row.size(); ++x) {
+    const Block& from = row[x % width / 8];
+    Block& to = row[x / 8];
+    to.r[x % 8] = from.r[x % width % 8];
+    to.g[x % 8] = from.g[x % width % 8];
+    to.b[x % 8] = from.b[x % width % 8];
+  }
+}
+
+}  // namespace
+
+void blur(BlockedMap& map, const BlurSettings& settings, const BlockedPainter& painter) {
+  const AlignedFloats& kernel = settings.kernel();
+  if (map.empty() || kernel.size() == 0) return;
+  const std::uint32_t width = map.width();
+  const std::uint32_t height = map.height();
+  const std::uint32_t groups = blocksFor(height);
+
+  // The transposed map between the passes: a row a column, padding columns too. A cache line more a row keeps
+  // rows of powers of two from falling on the same cache sets.
+  const std::size_t stride = std::size_t{24} * groups + 16;
+  AlignedFloats storage(stride * map.paddedWidth());
+  const BlockRows transposed{storage.data(), stride, map.paddedWidth(), groups};
+  const auto columns = static_cast<std::uint32_t>(map.blocksPerRow());
+  const BlockRows rows{map.data(), 24 * map.blocksPerRow(), height, columns};
+
+  const std::vector<float> scales = truncationScales(kernel, height);
+  filterColumns(rows, height, transposed, kernel, Ends::truncated, scales.data(),
+                [&](std::uint32_t) { painter.progressFraction(4.0f, static_cast<float>(width)); });
+  filterColumns(transposed, map.paddedWidth(), rows, kernel, Ends::wrapped, nullptr,
+                [&](std::uint32_t group) {
+                  for (std::uint32_t y = 8 * group; y < std::min(8 * group + 8, height); ++y)
+                    fillPadding(map.row(y), width);
+                  painter.progressFraction(4.0f, static_cast<float>(height));
+                });
+}
+
+}  // namespace orv::hdri::blockedAVX2
