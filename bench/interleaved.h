@@ -32,12 +32,13 @@ inline int rounds() { return smoke() ? 1 : 9; }
 
 /// Times `subject` and `peer` turn about, after one warm-up of each. Counters: the median milliseconds of
 /// both and `vs_<name>` = subject / peer, below 1 where the subject is faster.
-inline void compare(benchmark::State& state, const std::string& name, const auto& subject, const auto& peer) {
+inline void compare(benchmark::State& state, const std::string& name, const auto& subject, const auto& peer,
+                    int count = rounds()) {
   subject();
   peer();
   std::vector<double> own, other;
   for (auto _ : state) {
-    for (int i = 0; i < rounds(); ++i) {
+    for (int i = 0; i < count; ++i) {
       own.push_back(milliseconds(subject));
       other.push_back(milliseconds(peer));
     }

@@ -1,0 +1,117 @@
+// Blur and rotation of map backgrounds, beside the multiplier's limit and, where OpenCV is installed, beside
+// its filter and its remapping.
+
+#include <benchmark/benchmark.h>
+#include <immintrin.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#ifdef ORVHDRI_BENCH_OPENCV
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+#endif
+
+#include "backgrounds/BlurSettings.h"
+#include "backgrounds/blur.h"
+#include "bench/interleaved.h"
+#include "painter/BlockedMap.h"
+#include "painter/BlockedPainter.h"
+
+namespace {
+
+using namespace orv::hdri;
+using namespace orv::hdri::blockedAVX2;
+
+struct Destroy {
+  void operator()(IPainter* painter) const { destroyAVX2Painter(painter); }
+};
+
+/// A painter without a scene: progress goes nowhere.
+const BlockedPainter& silentPainter() {
+  static const std::unique_ptr<IPainter, Destroy> painter(createAVX2Painter());
+  return static_cast<const BlockedPainter&>(*painter);
+}
+
+BlockedMap picture(std::uint32_t width) {
+  BlockedMap map(width, width / 2);
+  for (std::size_t i = 0; i < map.bytes() / 4; ++i)
+    map.data()[i] = static_cast<float>((i * 2654435761u) % 4096) / 512.0f;
+  return map;
+}
+
+/// Fused multiply-adds a second (eight lanes count as eight) that all threads reach with nothing to load.
+double multiplyAddPeak() {
+  constexpr int kSteps = 1 << 20, kChains = 12;
+  const int threads = tbb::this_task_arena::max_concurrency();
+  double best = 0;
+  for (int round = 0; round < 5; ++round) {
+    const double ms = bench::milliseconds([&] {
+      tbb::parallel_for(0, 4 * threads, [](int) {
+        __m256 sums[kChains];
+        for (__m256& sum : sums) sum = _mm256_setzero_ps();
+        __m256 a = _mm256_set1_ps(1.0000001f);
+        benchmark::DoNotOptimize(a);
+        for (int i = 0; i < kSteps; ++i)
+          for (__m256& sum : sums) sum = _mm256_fmadd_ps(sum, a, a);
+        for (__m256& sum : sums) benchmark::DoNotOptimize(sum);
+      });
+    });
+    best = std::max(best, 8.0 * kChains * kSteps * 4 * threads / ms * 1e3);
+  }
+  return best;
+}
+
+/// Both passes over a map with the given radius, beside one call of the peer's separable filter with the same
+/// kernel. `fma_share`: multiply-adds of the plain sums (a weight a tap) over the peak; symmetry may pass 1.
+void blurMap(benchmark::State& state) {
+  const auto width = static_cast<std::uint32_t>(state.range(0));
+  const auto radius = static_cast<std::uint32_t>(state.range(1));
+  BlockedMap map = picture(width);
+  const float maximum = 1e4f;
+  const float reach = std::sqrt(-2.0f * std::log(0.1f / maximum));
+  const float sigma = (static_cast<float>(radius) - 0.5f) / reach;
+  BlurSettings settings(sigma * 200.0f / static_cast<float>(width));
+  if (!settings.makeKernel(width, width / 2, maximum) || settings.radius() != radius) {
+    state.SkipWithError("no kernel of this radius");
+    return;
+  }
+  const auto own = [&] { blur(map, settings, silentPainter()); };
+#ifdef ORVHDRI_BENCH_OPENCV
+  const auto size = static_cast<int>(width);
+  const cv::Mat from(size / 2, size, CV_32FC3, cv::Scalar(1, 2, 3));
+  cv::Mat to(size / 2, size, CV_32FC3, cv::Scalar(0, 0, 0));
+  cv::Mat kernel(2 * static_cast<int>(radius) + 1, 1, CV_32F);
+  for (int i = 0; i < kernel.rows; ++i)
+    kernel.at<float>(i) = settings.kernel()[static_cast<std::size_t>(std::abs(i - static_cast<int>(radius)))];
+  const auto peer = [&] {
+    cv::sepFilter2D(from, to, -1, kernel, kernel, cv::Point(-1, -1), 0, cv::BORDER_REPLICATE);
+  };
+  const std::string name = "sepFilter2D";
+#else
+  const auto peer = [] {};
+  const std::string name = "nothing";
+#endif
+  const double before = multiplyAddPeak();
+  bench::compare(state, name, own, peer, bench::smoke() ? 1 : radius > 200 ? 3 : 7);
+  const double peak = std::max(before, multiplyAddPeak());
+  const double terms = 3.0 * width * (width / 2) * 2 * (2.0 * radius + 1);
+  state.counters["peak_GFMA/s"] = peak * 1e-9;
+  state.counters["fma_share"] = terms / (state.counters["own_ms"] * 1e-3) / peak;
+}
+
+BENCHMARK(blurMap)
+    ->ArgNames({"width", "radius"})
+    ->ArgsProduct({{2048, 4096}, {20, 100, 400}})
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
