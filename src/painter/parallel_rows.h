@@ -18,15 +18,30 @@ namespace orv::hdri::blockedAVX2 {
 
 /// Tells the thread sanitizer what oneTBB guarantees and it can not see: what happened before a loop happens
 /// before each of its bodies, and these before what comes after it. Bodies are not ordered among themselves,
-/// so their races show. Nothing in other builds.
+/// so their races show. Nothing in other builds. The tags are static because a body can not read even its
+/// captures before it has entered.
 class LoopOrder {
  public:
+  /// From before the loop (after its body was made) until after it.
   LoopOrder() { release(begin_); }
+  ~LoopOrder() { acquire(end_); }
+  LoopOrder(const LoopOrder&) = delete;
+  LoopOrder& operator=(const LoopOrder&) = delete;
+
   /// Around each body.
-  void enterBody() { acquire(begin_); }
-  void leaveBody() { release(end_); }
-  /// After the loop, or where the results of bodies are joined.
-  void joinBodies() { acquire(end_); }
+  struct Body {
+    Body() { acquire(begin_); }
+    ~Body() { release(end_); }
+    Body(const Body&) = delete;
+    Body& operator=(const Body&) = delete;
+  };
+  /// Where the results of bodies are joined.
+  struct Join {
+    Join() { acquire(end_); }
+    ~Join() { release(end_); }
+    Join(const Join&) = delete;
+    Join& operator=(const Join&) = delete;
+  };
 
  private:
 #if defined(__SANITIZE_THREAD__)
@@ -36,8 +51,8 @@ class LoopOrder {
   static void release(char&) {}
   static void acquire(char&) {}
 #endif
-  char begin_ = 0;
-  char end_ = 0;
+  static inline char begin_ = 0;
+  static inline char end_ = 0;
 };
 
 /// Runs `body(y)` for y = 0, step, 2 step … below `end`, in parallel; returns when all are done. Bodies write
@@ -46,16 +61,12 @@ template <typename Body>
 void forEachRow(std::uint32_t end, std::uint32_t step, const Body& body) {
   tbb::task_group_context context;
   const std::uint32_t steps = end / step + (end % step != 0);
-  LoopOrder order;
-  tbb::parallel_for(
-      tbb::blocked_range<std::uint32_t>(0, steps, 1),
-      [&](const tbb::blocked_range<std::uint32_t>& range) {
-        order.enterBody();
-        for (std::uint32_t i = range.begin(); i != range.end(); ++i) body(i * step);
-        order.leaveBody();
-      },
-      tbb::auto_partitioner(), context);
-  order.joinBodies();
+  const auto run = [&](const tbb::blocked_range<std::uint32_t>& range) {
+    const LoopOrder::Body order;
+    for (std::uint32_t i = range.begin(); i != range.end(); ++i) body(i * step);
+  };
+  const LoopOrder order;
+  tbb::parallel_for(tbb::blocked_range<std::uint32_t>(0, steps, 1), run, tbb::auto_partitioner(), context);
 }
 
 /// Runs `body(y, maximum)` for each row below `end`, in parallel, each task with a lane-wise maximum of its
@@ -63,24 +74,18 @@ void forEachRow(std::uint32_t end, std::uint32_t step, const Body& body) {
 template <typename Body>
 float maximumOverRows(std::uint32_t end, const Body& body) {
   tbb::task_group_context context;
-  LoopOrder order;
-  const Float8 lanes = tbb::parallel_reduce(
-      tbb::blocked_range<std::uint32_t>(0, end, 1), zero8(),
-      [&](const tbb::blocked_range<std::uint32_t>& range, Float8 maximum) {
-        order.enterBody();
-        for (std::uint32_t y = range.begin(); y != range.end(); ++y) body(y, maximum);
-        order.leaveBody();
-        return maximum;
-      },
-      [&](Float8 a, Float8 b) {
-        order.joinBodies();
-        const Float8 joined = max(a, b);
-        order.leaveBody();
-        return joined;
-      },
-      tbb::auto_partitioner(), context);
-  order.joinBodies();
-  return horizontalMax(lanes);
+  const auto run = [&](const tbb::blocked_range<std::uint32_t>& range, Float8 maximum) {
+    const LoopOrder::Body order;
+    for (std::uint32_t y = range.begin(); y != range.end(); ++y) body(y, maximum);
+    return maximum;
+  };
+  const auto join = [](Float8 a, Float8 b) {
+    const LoopOrder::Join order;
+    return max(a, b);
+  };
+  const LoopOrder order;
+  return horizontalMax(tbb::parallel_reduce(tbb::blocked_range<std::uint32_t>(0, end, 1), zero8(), run, join,
+                                            tbb::auto_partitioner(), context));
 }
 
 }  // namespace orv::hdri::blockedAVX2

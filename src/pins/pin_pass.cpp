@@ -15,16 +15,12 @@ void paintPins(BlockedPainter& painter, EnvImage* result) {
   const BlockedPainter* self = &painter;
   tbb::enumerable_thread_specific<PinRowPainter> rowPainters(self, result);
   tbb::task_group_context context;
-  LoopOrder order;
-  tbb::parallel_for(
-      std::int32_t{0}, painter.height(), std::int32_t{1},
-      [&](std::int32_t y) {
-        order.enterBody();
-        rowPainters.local().paintRow(y);
-        order.leaveBody();
-      },
-      context);
-  order.joinBodies();
+  const auto paintRow = [&](std::int32_t y) {
+    const LoopOrder::Body order;
+    rowPainters.local().paintRow(y);
+  };
+  const LoopOrder order;
+  tbb::parallel_for(std::int32_t{0}, painter.height(), std::int32_t{1}, paintRow, context);
 }
 
 }  // namespace orv::hdri::blockedAVX2

@@ -22,7 +22,8 @@ std::vector<float> counting(std::uint32_t width, std::uint32_t height) {
 
 float channel(const BlockedMap& map, std::size_t x, std::uint32_t y, int c) {
   const Block& block = map.row(y)[x / 8];
-  return (c == 0 ? block.r : c == 1 ? block.g : block.b)[x % 8];
+  const float* plane = c == 0 ? block.r : c == 1 ? block.g : block.b;
+  return plane[x % 8];
 }
 
 const ColorAdjustment kNeutral{Adjustments{}};
