@@ -1,10 +1,13 @@
 #include "pins/PinRowPainter.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "backgrounds/BackgroundSource.h"
 #include "hdri/EnvImage.h"
 #include "painter/BlockedPainter.h"
+#include "shapes/PinShape.h"
+#include "shapes/trigonometry.h"
 #include "simd/Float8.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -19,18 +22,64 @@ void interleaveBlock(const Block& block, Float8& a, Float8& b, Float8& c) {
 
 }  // namespace
 
-PinRowPainter::PinRowPainter(const BlockedPainter* painter, EnvImage* result)
-    : painter_(painter), result_(result) {
-  row_.resize(blocksFor(static_cast<std::uint32_t>(painter->width())));
+PinRowPainter::PinRowPainter(const BlockedPainter* painter, const PassPlan* plan, EnvImage* result)
+    : painter_(painter), plan_(plan), result_(result) {
+  row_.resize(plan->blocks());
 }
 
 void PinRowPainter::paintRow(std::int32_t y) {
   // latitude = (1/2 - (y + 1/2) / height) pi
   const float latitude =
-      (0.5f - (static_cast<float>(y) + 0.5f) / static_cast<float>(painter_->height())) * 3.1415927f;
+      (0.5f - (static_cast<float>(y) + 0.5f) / static_cast<float>(painter_->height())) * kPi;
   painter_->background()->fillRow(static_cast<std::uint32_t>(y), latitude, row_.blocks());
+  setLatitude(latitude);
+  for (const PlannedPin& pin : plan_->pins()) {
+    if (pin.firstRow <= y && y <= pin.lastRow) layPin(pin, latitude);
+  }
   if (result_) storeRow(y);
   painter_->progressFraction(1.0f, result_ ? static_cast<float>(result_->height) : 0.0f);
+}
+
+void PinRowPainter::setLatitude(float latitude) {
+  const SinCos8 direction = sinCos(splat(latitude));
+  store(latitude_, splat(latitude));
+  store(sinLatitude_, direction.sin);
+  store(cosLatitude_, direction.cos);
+}
+
+void PinRowPainter::layPin(const PlannedPin& pin, float latitude) {
+  pin.shape->azimuthSpans(latitude, spans_);
+  // Spans ascend and may share a block, which is painted with the first of them.
+  std::uint32_t next = 0;
+  for (const AzimuthSpan& span : spans_) {
+    const BlockRange range = plan_->blocksOf(span);
+    for (std::uint32_t block = std::max(range.first, next); block < range.end; block += kRunBlocks) {
+      layRun(pin, block, std::min(range.end - block, static_cast<std::uint32_t>(kRunBlocks)));
+    }
+    next = std::max(next, range.end);
+  }
+}
+
+void PinRowPainter::layRun(const PlannedPin& pin, std::uint32_t firstBlock, std::uint32_t count) {
+  const std::size_t column = 8 * std::size_t{firstBlock};
+  PixelRun run = planes_.run();
+  run.needs = pin.needs;
+  run.blocks = count;
+  run.elevation = latitude_;
+  run.sinElevation = sinLatitude_;
+  run.cosElevation = cosLatitude_;
+  run.azimuth = plan_->azimuth() + column;
+  run.sinAzimuth = plan_->sinAzimuth() + column;
+  run.cosAzimuth = plan_->cosAzimuth() + column;
+  run.cosFromCentre = plan_->cosFromCentre(pin, firstBlock, count);
+  // Shapes that know no changes leave them alone.
+  if (pin.needs & kNeedsCoordinates) {
+    for (float* const change : run.changes) std::fill_n(change, 8 * run.blocks, 0.0f);
+  }
+
+  pin.shape->evaluateRun(run);
+  pin.curve->applyRun(run);
+  pin.fill->compositeRun(run, &row_.blocks()[firstBlock], scratch_);
 }
 
 void PinRowPainter::storeRow(std::int32_t y) {

@@ -2,7 +2,11 @@
 
 #include <cstdint>
 
+#include "brushes/PinFill.h"
 #include "pins/BlockRow.h"
+#include "pins/PassPlan.h"
+#include "shapes/AzimuthSpans.h"
+#include "shapes/PixelRun.h"
 
 namespace orv::hdri {
 struct EnvImage;
@@ -17,18 +21,28 @@ class BlockedPainter;
 class PinRowPainter {
  public:
   /// @param result where rows go; null when the map has no pixels.
-  PinRowPainter(const BlockedPainter* painter, EnvImage* result);
+  PinRowPainter(const BlockedPainter* painter, const PassPlan* plan, EnvImage* result);
 
   /// Paints row `y`: the background, then the pins over it, then the store, then the progress.
   void paintRow(std::int32_t y);
 
  private:
+  /// The row's latitude with its sine and cosine, in all lanes.
+  void setLatitude(float latitude);
+  void layPin(const PlannedPin& pin, float latitude);
+  void layRun(const PlannedPin& pin, std::uint32_t firstBlock, std::uint32_t count);
   void storeRow(std::int32_t y);
 
   const BlockedPainter* painter_;
+  const PassPlan* plan_;
   EnvImage* result_;
-  float invHeight_;
   BlockRow row_;
+  AzimuthSpans spans_;
+  alignas(32) float latitude_[8];
+  alignas(32) float sinLatitude_[8];
+  alignas(32) float cosLatitude_[8];
+  RunPlanes planes_;
+  FillScratch scratch_;
 };
 
 }  // namespace orv::hdri::blockedAVX2
