@@ -5,7 +5,9 @@
 #include "orvrender/BigBlocks.h"
 
 orvScene::orvScene(const orvScene_options& given)
-    : options(given), sky(given.sky ? std::make_unique<orv::host::ReferenceSky>() : nullptr) {
+    : options(given),
+      images({given.maxImageSide, given.maxImagePixels}, given.imageCacheBytes),
+      sky(given.sky ? std::make_unique<orv::host::ReferenceSky>() : nullptr) {
   orv::host::BigBlocks::instance().addScene();
 }
 

@@ -4,6 +4,7 @@
 
 #include "orvrender/Progress.h"
 #include "orvrender/SceneApi.h"
+#include "orvrender/images/ImageLibrary.h"
 #include "orvrender/orvHost.h"
 #include "orvrender/sky/ReferenceSky.h"
 
@@ -18,5 +19,6 @@ class orvScene {
   const orvScene_options options;
   orv::host::Progress progress;
   orv::host::SceneApi api;
+  orv::host::ImageLibrary images;
   std::unique_ptr<orv::host::ReferenceSky> sky;  ///< null: the scene has none
 };

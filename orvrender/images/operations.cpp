@@ -1,15 +1,33 @@
+#include <new>
+#include <string>
+
 #include "host/orvImage.h"
 #include "host/orvLog.h"
+#include "orvrender/Scene.h"
 
 extern "C" {
 
-orvImage* orv_image_load(orvScene*, const char* path, orvTexture_profile, bool, const void*) {
-  orv_critical("%s: this build reads no images\n", path);
-  return nullptr;
+orvImage* orv_image_load(orvScene* scene, const char* path, orvTexture_profile profile, bool cached,
+                         const void*) {
+  if (!scene) return nullptr;
+  if (!path || !*path) {
+    orv_critical("an image has no path; give one\n");
+    return nullptr;
+  }
+  try {
+    return scene->images.load(path, profile, cached);
+  } catch (const std::bad_alloc&) {
+    orv_critical("%s: there is no memory to read it; close other programs\n", path);
+    return nullptr;
+  }
 }
 
-void orv_image_free(orvScene*, orvImage*, bool) {}
+void orv_image_free(orvScene* scene, orvImage* image, bool discard) {
+  if (scene) scene->images.giveBack(image, discard);
+}
 
-void orv_image_free_mode(orvScene*, bool, bool) {}
+void orv_image_free_mode(orvScene* scene, bool keep, bool discardAll) {
+  if (scene) scene->images.setKeep(keep, discardAll);
+}
 
 }  // extern "C"

@@ -1,0 +1,128 @@
+#include "orvrender/images/FileKind.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "orvrender/images/ImageError.h"
+
+namespace orv::host {
+namespace {
+
+using namespace std::string_view_literals;
+
+struct Signature {
+  std::string_view bytes;
+  FileKind kind;
+};
+
+constexpr Signature kSignatures[] = {
+    {"\x76\x2F\x31\x01"sv, FileKind::openexr},
+    {"#?RADIANCE"sv, FileKind::radiance},
+    {"#?RGBE"sv, FileKind::radiance},
+    {"II\x2A\0"sv, FileKind::tiff},
+    {"MM\0\x2A"sv, FileKind::tiff},
+    {"II\x2B\0"sv, FileKind::tiff},
+    {"MM\0\x2B"sv, FileKind::tiff},
+    {"\x89PNG\r\n\x1A\n"sv, FileKind::png},
+    {"\xFF\xD8\xFF"sv, FileKind::jpeg},
+};
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+bool isSpace(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+}  // namespace
+
+FileKindNames namesOf(FileKind kind) {
+  switch (kind) {
+    case FileKind::openexr:
+      return {"OpenEXR", "openexr"};
+    case FileKind::radiance:
+      return {"Radiance HDR", "hdr"};
+    case FileKind::pfm:
+      return {"PFM", "pnm"};
+    case FileKind::tiff:
+      return {"TIFF", "tiff"};
+    case FileKind::png:
+      return {"PNG", "png"};
+    case FileKind::jpeg:
+      break;
+  }
+  return {"JPEG", "jpeg"};
+}
+
+std::optional<FileKind> kindOf(std::span<const unsigned char> firstBytes) {
+  const std::string_view text(reinterpret_cast<const char*>(firstBytes.data()), firstBytes.size());
+  for (const Signature& signature : kSignatures) {
+    if (text.starts_with(signature.bytes)) return signature.kind;
+  }
+  const bool isFloatMap = text.starts_with("PF") || text.starts_with("Pf");
+  if (isFloatMap && firstBytes.size() > 2 && isSpace(firstBytes[2])) return FileKind::pfm;
+  return std::nullopt;
+}
+
+FileFacts inspectFile(const std::string& path) {
+  struct stat status {};
+  if (stat(path.c_str(), &status) != 0) {
+    if (errno == ENOENT || errno == ENOTDIR) throw ImageError("there is no such file; check the path");
+    throw ImageError(std::string("cannot be reached (") + std::strerror(errno) +
+                     "); check the path and its rights");
+  }
+  if (S_ISDIR(status.st_mode)) throw ImageError("is a folder; give an image file");
+  if (!S_ISREG(status.st_mode)) throw ImageError("is not a regular file; give an image file");
+  if (status.st_size == 0) throw ImageError("is empty (0 bytes); save or copy it again");
+
+  const File file(std::fopen(path.c_str(), "rb"));
+  if (!file) {
+    throw ImageError(std::string("cannot be opened (") + std::strerror(errno) + "); check its rights");
+  }
+  std::array<unsigned char, kFirstBytes> first{};
+  const std::size_t got = std::fread(first.data(), 1, first.size(), file.get());
+  const std::optional<FileKind> kind = kindOf({first.data(), got});
+  if (!kind) {
+    throw ImageError(
+        "its first bytes name none of OpenEXR, Radiance HDR, PFM, TIFF, PNG and JPEG; convert it to one of "
+        "them");
+  }
+  return {*kind, static_cast<std::size_t>(status.st_size)};
+}
+
+bool isCompleteJpeg(const std::string& path) {
+  const File file(std::fopen(path.c_str(), "rb"));
+  if (!file) return false;
+  constexpr int kStartOfScan = 0xDA;
+  constexpr int kEndOfImage = 0xD9;
+
+  // Segments are skipped by their length, for a preview inside one has an end marker of its own. The data of
+  // a scan run to the next marker that is neither a restart nor a stuffed byte.
+  if (std::fgetc(file.get()) != 0xFF || std::fgetc(file.get()) != 0xD8) return false;
+  for (;;) {
+    int c = std::fgetc(file.get());
+    while (c != EOF && c != 0xFF) c = std::fgetc(file.get());
+    while (c == 0xFF) c = std::fgetc(file.get());
+    if (c == EOF) return false;
+    if (c == kEndOfImage) return true;
+    const bool standsAlone = c == 0x00 || c == 0x01 || (c >= 0xD0 && c <= 0xD8);
+    if (standsAlone) continue;
+    const int high = std::fgetc(file.get());
+    const int low = std::fgetc(file.get());
+    if (high == EOF || low == EOF) return false;
+    const long length = high * 256 + low - 2;
+    if (length < 0) return false;
+    if (c != kStartOfScan && std::fseek(file.get(), length, SEEK_CUR) != 0) return false;
+  }
+}
+
+}  // namespace orv::host

@@ -1,0 +1,110 @@
+#include "orvrender/images/HostImage.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "host/orvLog.h"
+#include "orvrender/images/MipPyramid.h"
+
+namespace orv::host {
+namespace {
+
+/// A coordinate in [0, 1]; 0 for one that is not a number.
+float unit(float coordinate) { return coordinate > 0 ? std::min(coordinate, 1.0f) : 0.0f; }
+
+/// The two pixels around a place on an axis of `size` pixels, whose centres lie at (i + 0.5) / size, and the
+/// second one's weight. Beyond the outer centres both are the outer pixel.
+struct Neighbours {
+  std::size_t first;
+  std::size_t second;
+  float weight;
+};
+
+Neighbours neighbours(float coordinate, std::uint32_t size) {
+  const float place = std::max(coordinate * static_cast<float>(size) - 0.5f, 0.0f);
+  const auto first = std::min(static_cast<std::uint32_t>(place), size - 1);
+  const auto second = std::min(first + 1, size - 1);
+  return {first, second, place - static_cast<float>(first)};
+}
+
+float mix(float a, float b, float weight) { return a + (b - a) * weight; }
+
+/// Makes colour straight, picks the channels asked for and applies the gains.
+void finish(const float associated[4], bool hasAlpha, orvImage_lookup& lookup) {
+  float channels[4] = {associated[0], associated[1], associated[2], associated[3]};
+  if (hasAlpha && associated[3] > 0) {
+    for (int c = 0; c < 3; ++c) {
+      const float straight = associated[c] / associated[3];
+      constexpr float kMost = std::numeric_limits<float>::max();
+      channels[c] = std::clamp(straight, -kMost, kMost);
+    }
+  }
+  // Behind the last channel there is nothing; alpha is always the image's.
+  for (std::uint32_t c = 0; c < 3; ++c) {
+    const std::uint32_t channel = lookup.firstChannel < 4 ? lookup.firstChannel + c : 4;
+    lookup.rgba[c] = lookup.gain[c] * (channel < 4 ? channels[channel] : 0.0f);
+  }
+  lookup.rgba[3] = lookup.gain[3] * channels[3];
+}
+
+}  // namespace
+
+HostImage::HostImage(std::string path, orvTexture_profile profile, Pixels pixels)
+    : path_(std::move(path)), profile_(profile), pixels_(std::move(pixels)) {}
+
+HostImage::~HostImage() = default;
+
+void HostImage::get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const {
+  const auto column =
+      static_cast<std::size_t>(std::clamp<std::int64_t>(x, 0, std::int64_t{pixels_.width} - 1));
+  const auto row = static_cast<std::size_t>(std::clamp<std::int64_t>(y, 0, std::int64_t{pixels_.height} - 1));
+  std::copy_n(pixels_.rgb.get() + 3 * (row * pixels_.width + column), 3, rgb);
+}
+
+void HostImage::set_filter_mode(orvFilter_mode mode) {
+  mode_ = mode;
+  if (mode != orvFilter_mode::anisotropic || filtered_) return;
+  try {
+    filtered_ = std::make_unique<FilteredLookup>(pixels_);
+  } catch (const std::bad_alloc&) {
+    orv_critical("%s: there is no memory to filter it, so it is looked up without; close other programs\n",
+                 path_.c_str());
+  }
+}
+
+void HostImage::lookup(orvImage_lookup& lookup) const {
+  float rgba[4];
+  sampleBilinear(unit(lookup.u), 1.0f - unit(lookup.v), rgba);
+  finish(rgba, has_alpha(), lookup);
+}
+
+void HostImage::lookup_filtered(orvImage_lookup& lookup) const {
+  const float s = unit(lookup.u);
+  const float t = 1.0f - unit(lookup.v);
+  float rgba[4];
+  if (!filtered_ || !filtered_->sample(s, t, lookup, rgba)) sampleBilinear(s, t, rgba);
+  finish(rgba, has_alpha(), lookup);
+}
+
+std::uint64_t HostImage::memory() const { return pixels_.bytes() + (filtered_ ? filtered_->bytes() : 0); }
+
+std::uint32_t HostImage::mip_levels() const { return MipPyramid::levelsOf(pixels_.width, pixels_.height); }
+
+void HostImage::sampleBilinear(float s, float t, float rgba[4]) const {
+  const Neighbours column = neighbours(s, pixels_.width);
+  const Neighbours row = neighbours(t, pixels_.height);
+  const std::size_t upper = row.first * pixels_.width;
+  const std::size_t lower = row.second * pixels_.width;
+  const auto between = [&](const float* plane, std::size_t channels, std::size_t c) {
+    const auto at = [&](std::size_t start, std::size_t x) { return plane[(start + x) * channels + c]; };
+    return mix(mix(at(upper, column.first), at(upper, column.second), column.weight),
+               mix(at(lower, column.first), at(lower, column.second), column.weight), row.weight);
+  };
+  for (std::size_t c = 0; c < 3; ++c) rgba[c] = between(pixels_.rgb.get(), 3, c);
+  rgba[3] = pixels_.alpha ? between(pixels_.alpha.get(), 1, 0) : 1.0f;
+}
+
+}  // namespace orv::host

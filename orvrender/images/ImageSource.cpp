@@ -1,0 +1,174 @@
+#include "orvrender/images/ImageSource.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "orvrender/images/ImageError.h"
+
+namespace orv::host {
+namespace {
+
+constexpr int kMostParts = 1000;
+constexpr std::int64_t kMostTilePixels = std::int64_t{1} << 24;
+
+/// A reader's message as part of a line.
+std::string inOneLine(std::string message) {
+  while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
+  std::replace(message.begin(), message.end(), '\n', ' ');
+  return message.empty() ? "no reason given" : message;
+}
+
+[[noreturn]] void failToRead(FileKind kind, const std::string& reason) {
+  throw ImageError(std::string("cannot be read as ") + namesOf(kind).title + " (" + inOneLine(reason) +
+                   "); it is damaged or cut short: save or copy it again");
+}
+
+std::string sizeText(std::int64_t width, std::int64_t height) {
+  return std::to_string(width) + " x " + std::to_string(height);
+}
+
+void checkSize(const char* what, const Window& window, const ImageLimits& limits) {
+  const std::int64_t width = window.width();
+  const std::int64_t height = window.height();
+  if (width <= 0 || height <= 0) {
+    throw ImageError(std::string("its ") + what + " is " + sizeText(width, height) +
+                     " and holds nothing; save it again");
+  }
+  const auto side = static_cast<std::uint64_t>(std::max(width, height));
+  const std::uint64_t pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+  if (side > limits.side || pixels > limits.pixels) {
+    throw ImageError(std::string("its ") + what + " is " + sizeText(width, height) +
+                     ", above the limits of " + std::to_string(limits.side) + " a side and " +
+                     std::to_string(limits.pixels) + " pixels; scale it down");
+  }
+}
+
+/// How an integer image stands for light. Files that do not say are taken for sRGB up to 16 bits.
+Encoding encodingOf(const OIIO::ImageSpec& spec) {
+  const std::string space = spec.get_string_attribute("oiio:ColorSpace");
+  const std::string_view name = space;
+  if (name == "linear" || name == "Linear" || name == "scene_linear") return {};
+  if (name.starts_with("Gamma")) {
+    const double gamma = static_cast<double>(spec.get_float_attribute("oiio:Gamma", 2.2f));
+    return {Encoding::Kind::power, gamma > 0.1 && gamma < 10 ? gamma : 2.2};
+  }
+  return {Encoding::Kind::srgb, 1.0};
+}
+
+bool isCoded(const OIIO::ImageSpec& spec) {
+  return spec.format == OIIO::TypeDesc::UINT8 || spec.format == OIIO::TypeDesc::UINT16;
+}
+
+}  // namespace
+
+Window intersection(const Window& a, const Window& b) {
+  return {std::max(a.x0, b.x0), std::max(a.y0, b.y0), std::min(a.x1, b.x1), std::min(a.y1, b.y1)};
+}
+
+ImageSource::ImageSource(const std::string& path, orvTexture_profile profile, const ImageLimits& limits) {
+  const FileFacts file = inspectFile(path);
+  kind_ = file.kind;
+  open(path);
+  choosePart();
+  checkSizes(limits, file.bytes);
+  if (profile == orvTexture_profile::environment && isCoded(spec_)) encoding_ = encodingOf(spec_);
+  isStraight_ = spec_.get_int_attribute("oiio:UnassociatedAlpha") != 0;
+}
+
+void ImageSource::open(const std::string& path) {
+  if (kind_ == FileKind::jpeg && !isCompleteJpeg(path))
+    failToRead(kind_, "it ends before its end-of-image marker");
+  input_ = OIIO::ImageInput::create(namesOf(kind_).reader);
+  if (!input_) {
+    throw ImageError(std::string("there is no reader for ") + namesOf(kind_).title + " (" +
+                     inOneLine(OIIO::geterror()) + "); install OpenImageIO with it");
+  }
+  // Alpha is associated here, after colour has become linear.
+  OIIO::ImageSpec wishes;
+  wishes.attribute("oiio:UnassociatedAlpha", 1);
+  if (!input_->open(path, spec_, wishes)) failToRead(kind_, input_->geterror());
+  static_cast<void>(input_->geterror());
+}
+
+void ImageSource::choosePart() {
+  if (kind_ != FileKind::openexr) {
+    channels_ = channelsByPlace(spec_);
+    if (spec_.channelnames.size() >= 3) channels_ = channelsByName(spec_, false).value_or(channels_);
+    data_ = {0, 0, spec_.width, spec_.height};
+    map_ = data_;
+    return;
+  }
+
+  // The first part with colour of its own, else the first with a layer that has.
+  std::string channels;
+  for (const bool layers : {false, true}) {
+    for (int part = 0; part < kMostParts && input_->seek_subimage(part, 0); ++part) {
+      const OIIO::ImageSpec& spec = input_->spec();
+      if (!layers) channels += (part > 0 ? "; " : "") + channelList(spec);
+      const auto found = spec.deep ? std::nullopt : channelsByName(spec, layers);
+      if (!found) continue;
+      part_ = part;
+      spec_ = spec;
+      channels_ = *found;
+      data_ = {spec.x, spec.y, std::int64_t{spec.x} + spec.width, std::int64_t{spec.y} + spec.height};
+      map_ = {spec.full_x, spec.full_y, std::int64_t{spec.full_x} + spec.full_width,
+              std::int64_t{spec.full_y} + spec.full_height};
+      return;
+    }
+    static_cast<void>(input_->geterror());
+  }
+  if (channels.size() > 200) channels.replace(200, std::string::npos, "...");
+  throw ImageError("it has no part with flat colour channels R, G, B or Y (it has: " + channels +
+                   "); write one");
+}
+
+void ImageSource::checkSizes(const ImageLimits& limits, std::size_t fileBytes) const {
+  checkSize("image", map_, limits);
+  checkSize("data window", data_, limits);
+  if (spec_.depth > 1) throw ImageError("it is a volume; give a flat image");
+  if (channels_.begin() < 0 || channels_.end() > spec_.nchannels)
+    throw ImageError("it has no channels; save it again");
+  const std::int64_t tilePixels = std::int64_t{spec_.tile_width} * spec_.tile_height;
+  if (spec_.tile_width < 0 || spec_.tile_height < 0 || tilePixels > kMostTilePixels) {
+    throw ImageError("its tiles of " + sizeText(spec_.tile_width, spec_.tile_height) +
+                     " pixels are too large; save it with smaller ones");
+  }
+
+  // A header that promises more pixels than so few bytes can hold must not cost memory. A byte of a PNG's
+  // zlib stream unpacks to at most 1032, and each of those holds at most 8 pixels.
+  const auto pixels = static_cast<std::uint64_t>(data_.width() * data_.height());
+  const bool tooShort =
+      (kind_ == FileKind::png && pixels / (1032 * 8) > fileBytes) ||
+      (kind_ == FileKind::pfm && pixels * 4 * static_cast<std::uint64_t>(spec_.nchannels) > fileBytes);
+  if (tooShort) failToRead(kind_, "its " + std::to_string(fileBytes) + " bytes are too few for its size");
+}
+
+void ImageSource::require(bool done) {
+  if (!done) failToRead(kind_, input_->geterror());
+}
+
+void ImageSource::readRows(std::int64_t y0, std::int64_t y1, OIIO::TypeDesc format, void* out,
+                           OIIO::stride_t columnStride, OIIO::stride_t rowStride) {
+  // Of files other than OpenEXR the reader counts rows from the file's own origin.
+  const std::int64_t origin = kind_ == FileKind::openexr ? 0 : spec_.y;
+  require(input_->read_scanlines(part_, 0, static_cast<int>(y0 + origin), static_cast<int>(y1 + origin), 0,
+                                 channels_.begin(), channels_.end(), format, out, columnStride, rowStride));
+}
+
+void ImageSource::readTiles(const Window& window, OIIO::TypeDesc format, void* out) {
+  const std::int64_t originX = kind_ == FileKind::openexr ? 0 : spec_.x;
+  const std::int64_t originY = kind_ == FileKind::openexr ? 0 : spec_.y;
+  require(input_->read_tiles(part_, 0, static_cast<int>(window.x0 + originX),
+                             static_cast<int>(window.x1 + originX), static_cast<int>(window.y0 + originY),
+                             static_cast<int>(window.y1 + originY), 0, 1, channels_.begin(), channels_.end(),
+                             format, out));
+}
+
+void ImageSource::finish() {
+  const std::string complaint = input_->geterror();
+  // Stray bytes between a JPEG's segments cost no pixel.
+  const bool harmless = complaint.empty() || complaint.find("extraneous bytes") != std::string::npos;
+  if (!harmless) failToRead(kind_, complaint);
+}
+
+}  // namespace orv::host

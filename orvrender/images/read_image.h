@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "host/orvImage.h"
+#include "orvrender/images/ImageSource.h"
+#include "orvrender/images/Pixels.h"
+
+namespace orv::host {
+
+/// An image as read, and how many of its pixels were not finite and were replaced.
+struct ReadImage {
+  Pixels pixels;
+  std::uint64_t replacedPixels = 0;
+};
+
+/// Reads an image file: linear colour of the first part that has colour, grey as red, green and blue alike,
+/// over the display window (black and transparent where the file holds nothing). NaN becomes 0 and an
+/// infinity the largest half float, 65504, of its sign. Throws ImageError.
+ReadImage readImage(const std::string& path, orvTexture_profile profile, const ImageLimits& limits);
+
+}  // namespace orv::host
