@@ -1,7 +1,10 @@
 #include "orvrender/sky/ReferenceSky.h"
 
 #include <algorithm>
-#include <cstddef>
+#include <cmath>
+
+#include "orvrender/sky/SkyModel.h"
+#include "orvrender/sky/solar_position.h"
 
 namespace orv::host {
 
@@ -9,11 +12,35 @@ ReferenceSky::ReferenceSky() = default;
 ReferenceSky::~ReferenceSky() = default;
 
 void ReferenceSky::render(const void*, float* rgb, std::uint32_t width, std::uint32_t height) {
-  std::fill_n(rgb, std::size_t{3} * width * height, 0.0f);
+  if (!model_) model_ = std::make_unique<SkyModel>();
+  model_->render(conditionsOf(*this), sun(), rgb, width, height);
 }
 
-void ReferenceSky::set_sun_direction(const double*) {}
+void ReferenceSky::set_sun_direction(const double* direction) {
+  direction_.reset();
+  if (!direction) return;
+  const double length = std::hypot(direction[0], direction[1], direction[2]);
+  if (!std::isfinite(length) || !(length > 0)) return;
+  direction_ = {direction[0] / length, direction[1] / length, direction[2] / length};
+}
 
-void ReferenceSky::use_own_sun() {}
+void ReferenceSky::use_own_sun() { direction_.reset(); }
+
+SunPlace ReferenceSky::sun() const {
+  if (direction_) {
+    // Light travels away from the sun; the host's y axis is the map's z.
+    const auto& d = *direction_;
+    return {std::atan2(d[2], -d[0]), std::asin(std::clamp(-d[1], -1.0, 1.0))};
+  }
+  const SkyConditions conditions = conditionsOf(*this);
+  const double days = daysFromJ2000(conditions.dayOfYear, static_cast<double>(conditions.hours),
+                                    static_cast<double>(conditions.timeZone));
+  const SolarPosition position = solarPosition(days, static_cast<double>(conditions.latitude),
+                                               static_cast<double>(conditions.longitude));
+  // Compass bearings run clockwise from north; longitudes on the map run from east the other way.
+  const double azimuth =
+      std::remainder(90 - position.azimuth + static_cast<double>(conditions.northOffset), 360.0);
+  return {azimuth * (kPi / 180), position.elevation * (kPi / 180)};
+}
 
 }  // namespace orv::host

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <tbb/blocked_range.h>
+#include <tbb/parallel_for.h>
+#include <tbb/partitioner.h>
+#include <tbb/task_group.h>
+
+#include <cstdint>
+
+#if defined(__SANITIZE_THREAD__)
+#include <sanitizer/tsan_interface.h>
+#endif
+
+namespace orv {
+
+/// Tells the thread sanitizer what oneTBB guarantees and it can not see: what happened before a loop happens
+/// before each of its bodies, and these before what comes after it. Bodies are not ordered among themselves,
+/// so their races show. Nothing in other builds. The tags are static because a body can not read even its
+/// captures before it has entered.
+class LoopOrder {
+ public:
+  /// From before the loop (after its body was made) until after it.
+  LoopOrder() { release(begin_); }
+  ~LoopOrder() { acquire(end_); }
+  LoopOrder(const LoopOrder&) = delete;
+  LoopOrder& operator=(const LoopOrder&) = delete;
+
+  /// Around each body.
+  struct Body {
+    Body() { acquire(begin_); }
+    ~Body() { release(end_); }
+    Body(const Body&) = delete;
+    Body& operator=(const Body&) = delete;
+  };
+  /// Where the results of bodies are joined.
+  struct Join {
+    Join() { acquire(end_); }
+    ~Join() { release(end_); }
+    Join(const Join&) = delete;
+    Join& operator=(const Join&) = delete;
+  };
+
+ private:
+#if defined(__SANITIZE_THREAD__)
+  static void release(char& tag) { __tsan_release(&tag); }
+  static void acquire(char& tag) { __tsan_acquire(&tag); }
+#else
+  static void release(char&) {}
+  static void acquire(char&) {}
+#endif
+  static inline char begin_ = 0;
+  static inline char end_ = 0;
+};
+
+/// Runs `body(y)` for y = 0, step, 2 step … below `end`, in parallel; returns when all are done. Bodies write
+/// disjoint data. An exception of a body ends the loop and is thrown on.
+template <typename Body>
+void forEachRow(std::uint32_t end, std::uint32_t step, const Body& body) {
+  tbb::task_group_context context;
+  const std::uint32_t steps = end / step + (end % step != 0);
+  const auto run = [&](const tbb::blocked_range<std::uint32_t>& range) {
+    const LoopOrder::Body order;
+    for (std::uint32_t i = range.begin(); i != range.end(); ++i) body(i * step);
+  };
+  const LoopOrder order;
+  tbb::parallel_for(tbb::blocked_range<std::uint32_t>(0, steps, 1), run, tbb::auto_partitioner(), context);
+}
+
+}  // namespace orv
