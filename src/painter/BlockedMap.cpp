@@ -45,7 +45,7 @@ BlockedMap& BlockedMap::operator=(BlockedMap&& other) noexcept {
 
 void BlockedMap::copyInto(BlockedMap& destination) const {
   BlockedMap copy(width_, height_);
-  if (data_) std::memcpy(copy.data_, data_, bytes());
+  if (copy.data_) std::memcpy(copy.data_, data_, bytes());
   destination = std::move(copy);
 }
 
