@@ -61,8 +61,8 @@ struct SinCos8 {
   Float8 cos;
 };
 
-/// Sine and cosine of each lane, radians. Absolute error below 1.3e-7 on [-pi, pi] and 1e-6 on [-20, 20];
-/// beyond, it grows with the rounding of x (2.2e-8 |x|).
+/// Sine and cosine of each lane, radians. Absolute error below 1.9e-7 on [-pi, pi], 2.5e-7 on [-2 pi, 2 pi]
+/// and 6.3e-7 on [-20, 20]; beyond, it grows with the rounding of pi/2, as 2.8e-8 |x|.
 inline SinCos8 sinCos(Float8 x) {
   const QuarterTurn turn = reduceToQuarterTurn(x);
   const Float8 z = turn.r * turn.r;
@@ -89,18 +89,20 @@ inline Float8 cos(Float8 x) {
   return xorSign(p * select(odd, turn.r, splat(1.0f)), bitsToFloat(shiftLeft<30>(turn.quadrant + splat(1))));
 }
 
-/// pi/2 - arccos |x|, with the sign of x.
+/// Arc sine of each lane, radians in [-pi/2, pi/2]: pi/2 - arccos |x| with the sign of x. Absolute error
+/// below 1.3e-6; x in [-1, 1], not a number outside.
 inline Float8 arcsin(Float8 x) {
   const Float8 a = abs(x);
   const Float8 g = polynomial(kArccosCoefficients, a) * sqrt(splat(1.0f) - a);
   return xorSign(splat(kHalfPi) - g, keep(x < zero8(), signBit()));
 }
 
-/// Arc cosine of each lane, radians in [0, pi]; x in [-1, 1], not a number outside. Form of Abramowitz &
-/// Stegun 4.4.46, cut to six terms: absolute error below 2.3e-6.
+/// Arc cosine of each lane, radians in [0, pi]; x in [-1, 1], not a number outside. After Abramowitz &
+/// Stegun 4.4.46, cut to six terms: absolute error below 1.4e-6.
 inline Float8 arccos(Float8 x) { return splat(kHalfPi) - arcsin(x); }
 
-/// Arc tangent of each lane, radians in [-pi/2, pi/2].
+/// Arc tangent of each lane, radians in [-pi/2, pi/2]; any number. Absolute error below 1.8e-7, relative
+/// below 2.2e-7.
 inline Float8 arctan(Float8 z) {
   const Float8 m = abs(z);
   const Mask8 steep = m > splat(1.0f);
@@ -109,7 +111,7 @@ inline Float8 arctan(Float8 z) {
   return xorSign(select(steep, splat(kHalfPi) - a, a), keep(z < zero8(), signBit()));
 }
 
-/// The angle of (x, y), radians in [-pi, pi]; 0 for (0, 0).
+/// The angle of (x, y), radians in [-pi, pi]; 0 for (0, 0). Absolute error below 3.6e-7.
 inline Float8 atan2(Float8 y, Float8 x) {
   const Float8 turn = keep(x < zero8(), select(y >= zero8(), splat(kPi), splat(-kPi)));
   const Float8 angle = arctan(y / x) + turn;
@@ -117,8 +119,8 @@ inline Float8 atan2(Float8 y, Float8 x) {
   return {_mm256_andnot_ps(origin.v, angle.v)};
 }
 
-/// e^x. Exactly 0 where 2^n underflows (x below about -87.7); above about 88.4 the scale stays at the largest
-/// finite float.
+/// e^x. Relative error below 1.2e-7 on [-87.3, 88.7]. Exactly 0 below -87.7; above 88.4 the scale stays at
+/// the largest finite float, and the result may be infinite.
 inline Float8 exp(Float8 x) {
   const Float8 n = floor(fma(x, splat(1.442695f), splat(0.5f)));
   // Subtract n ln 2 in two parts, so that the remainder keeps its low bits.
@@ -130,7 +132,7 @@ inline Float8 exp(Float8 x) {
   return {_mm256_andnot_ps(vanishes.v, (e * scale).v)};
 }
 
-/// t^2 (3 - 2 t); t in [0, 1].
+/// t^2 (3 - 2 t); t in [0, 1]. Absolute error below 7.4e-8.
 inline Float8 smoothstep(Float8 t) { return fnma(splat(2.0f), t, splat(3.0f)) * (t * t); }
 
 }  // namespace orv::hdri::blockedAVX2
