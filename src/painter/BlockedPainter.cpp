@@ -32,15 +32,6 @@ void BlockedPainter::setOptions(const PainterOptions& options) {
   keepBackground_ = options.keepBackground != 0;
 }
 
-bool BlockedPainter::addRectPin(const RectPinParams&, const Brush&) { return false; }
-
-bool BlockedPainter::addCirclePin(const CirclePinParams&, const Brush&) { return false; }
-
-void BlockedPainter::noteBackgroundFill() {
-  hasBackgroundFill_ = true;
-  backgroundValid_ = backgroundValid_ && background_ && background_->canSample();
-}
-
 void BlockedPainter::clear() {
   hasBackgroundFill_ = false;
   pins_.clear();

@@ -143,7 +143,7 @@ void addPlaces(Scenes& scenes) {
   scenes.addBoth("rectangle over the seam", {{rect(-178, 12, 35, 18, -20), gradient(45)}});
   scenes.addBoth("wide rectangle", {{rect(20, 10, 80, 30), color(1, 1, 1)}});
   scenes.addBoth("tall rectangle at a pole", {{rect(-50, 60, 12, 75), color(1, 1, 1)}});
-  scenes.addBoth("sub-pixel pins", {{circle(1.4, 1.4, 0.4), color(3, 3, 3)},
+  scenes.addBoth("sub-pixel pins", {{circle(1.25, 1.5, 0.4), color(3, 3, 3)},
                                     {rect(-60, 30, 0.5, 0.3), color(3, 3, 3)},
                                     {circle(-90, 70, 0.01), color(3, 3, 3)}});
 }
