@@ -10,6 +10,10 @@
 
 class orvImage;
 
+namespace orv::hdri {
+class SunSkyBrush;
+}
+
 namespace orv::hdri::blockedAVX2 {
 
 class BackgroundSource;
@@ -83,7 +87,7 @@ class BlockedPainter final : public IPainter, public AlignedObject {
   /// Makes a background and installs it in place of the old one; null, and no background, without memory.
   template <typename Background, typename... Args>
   bool install(const Args&... args);
-  bool installSunSky(const Brush& brush);
+  bool installSunSky(const SunSkyBrush& brush);
   /// One and a half pixels in the coarser direction of the map, radians: the soft edge of a shape.
   float pixelAngle() const;
   bool addPin(std::unique_ptr<PinShape> shape, const Brush& fill, bool rectangular);

@@ -5,10 +5,12 @@
 #include "backgrounds/ColorBackground.h"
 #include "backgrounds/GradientBackground.h"
 #include "backgrounds/ImageBackground.h"
+#include "backgrounds/SunSkyBackground.h"
 #include "brushes/host_parameters.h"
 #include "hdri/ColorBrush.h"
 #include "hdri/GradientBrush.h"
 #include "hdri/ImageBrush.h"
+#include "hdri/SunSkyBrush.h"
 #include "host/orvImage.h"
 #include "host/orvLog.h"
 #include "host/orvSky.h"
@@ -34,7 +36,7 @@ bool BlockedPainter::setBackground(const Brush& brush) {
       case BrushKind::gradient:
         return install<GradientBackground>(static_cast<const GradientBrush&>(brush));
       case BrushKind::sunSky:
-        return installSunSky(brush);
+        return installSunSky(static_cast<const SunSkyBrush&>(brush));
       case BrushKind::image:
         return install<ImageBackground>(static_cast<const ImageBrush&>(brush));
       case BrushKind::background:
@@ -46,7 +48,12 @@ bool BlockedPainter::setBackground(const Brush& brush) {
   return false;
 }
 
-bool BlockedPainter::installSunSky(const Brush&) {
+bool BlockedPainter::installSunSky(const SunSkyBrush& brush) {
+  if (orvSky* sky = orv_get_sky(scene_)) {
+    ApplySunAndSky(brush, *sky);
+    background_.reset(new (std::nothrow) SunSkyBackground(brush, *sky));
+    return background_ != nullptr;
+  }
   // A missing sky shows as a red map rather than as a silent failure.
   orv_critical("No skylight api found\n");
   install<ColorBackground>(ColorBrush(1.0f, 0.0f, 0.0f));
