@@ -82,9 +82,10 @@ OIIO::ImageSpec describe(const hdri::EnvImage& map, MapFormat format, const MapF
   const bool preview = format == MapFormat::png || format == MapFormat::jpeg;
   OIIO::ImageSpec spec(map.width, map.height, 3, preview ? OIIO::TypeUInt8 : OIIO::TypeFloat);
   spec.attribute("oiio:ColorSpace", preview ? "sRGB" : "Linear");
-  spec.attribute("Software", options.software);
-  // Equal maps give equal files: the time of writing is the file system's to tell.
-  spec.attribute("DateTime", "");
+  if (!options.software.empty()) spec.attribute("Software", options.software);
+  // Equal maps give equal files: the time of writing, which these formats' writers add, is the file system's
+  // to tell.
+  if (format == MapFormat::exr || format == MapFormat::tiff) spec.attribute("DateTime", "");
   if (!mapCompressions(format).empty())
     spec.attribute("compression", options.compression.empty() ? "zip" : options.compression);
   if (format == MapFormat::jpeg) spec.attribute("CompressionQuality", 95);
@@ -128,8 +129,18 @@ bool writeBands(OIIO::ImageOutput& output, const hdri::EnvImage& map, OIIO::Type
   return true;
 }
 
+/// JPEG's own library ends the program on a map that is too large, so it is not asked.
+void checkSides(const hdri::EnvImage& map, const OutputFile& file, MapFormat format) {
+  constexpr int kMaxJpegSide = 65500;
+  if (format == MapFormat::jpeg && std::max(map.width, map.height) > kMaxJpegSide)
+    throw FileError(file.path() + ": cannot be written: " + std::to_string(map.width) + " x " +
+                    std::to_string(map.height) + " pixels; a JPEG file has at most " +
+                    std::to_string(kMaxJpegSide) + " a side");
+}
+
 void writeWithPlugin(const hdri::EnvImage& map, OutputFile& file, MapFormat format,
                      const MapFileOptions& options) {
+  checkSides(map, file, format);
   OutputProxy proxy(file);
   const std::string plugin = pluginName(format);
   const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(plugin);

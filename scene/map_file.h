@@ -16,10 +16,10 @@ namespace orv::scene {
 enum class MapFormat { exr, hdr, pfm, tiff, png, jpeg };
 
 struct MapFileOptions {
-  std::string compression;              ///< of EXR and TIFF; empty takes ZIP
-  float exposureStops = 0;              ///< of previews
-  std::string software;                 ///< name and version of the program, for the file's header
-  std::function<void(float)> progress;  ///< hears of the amount done, 0 to 1; may be empty
+  std::string compression = {};              ///< of EXR and TIFF; empty takes ZIP
+  float exposureStops = 0;                   ///< of previews
+  std::string software = {};                 ///< name and version of the program, for the file's header
+  std::function<void(float)> progress = {};  ///< hears of the amount done, 0 to 1; may be empty
 };
 
 /// The format that the ending of `path` names, in any letter case.

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -21,9 +20,9 @@ struct PaintError : std::runtime_error {
 };
 
 struct PaintOptions {
-  std::string fileName = "scene";  ///< what messages call the scene
-  std::string folder;              ///< image paths are relative to it: the scene file's
-  std::optional<MapSize> size;     ///< instead of the scene's own
+  std::string fileName = "scene";    ///< what messages call the scene
+  std::string folder = {};           ///< image paths are relative to it: the scene file's
+  std::optional<MapSize> size = {};  ///< instead of the scene's own
 };
 
 struct PaintResult {

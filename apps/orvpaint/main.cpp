@@ -34,6 +34,8 @@ constexpr const char* kFooter =
     "2 the call is wrong or a scene has errors; 3 a missing image or sky was painted as a visible colour\n"
     "and no file is written.";
 
+constexpr float kMostStops = 64.0f;
+
 /// `WxH`; what is wrong with it, or nothing.
 std::string readSize(const std::string& text, std::optional<scene::MapSize>& size) {
   const char* end = text.data() + text.size();
@@ -53,6 +55,15 @@ std::string readSize(const std::string& text, std::optional<scene::MapSize>& siz
 std::string checkOutput(const std::string& path) {
   if (scene::mapFormatOf(path)) return {};
   return "\"" + path + "\" has no ending that names a format; allowed: " + scene::listOf(scene::mapEndings());
+}
+
+std::string checkExposure(const std::string& text) {
+  float stops = NAN;
+  const char* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data() + (text.starts_with('+') ? 1 : 0), end, stops);
+  // Written so that a NaN is refused.
+  if (error == std::errc() && rest == end && std::abs(stops) <= kMostStops) return {};
+  return "\"" + text + "\" is not an exposure; allowed: a number of stops from -64 to 64";
 }
 
 std::vector<std::string_view> compressionNames() {
@@ -97,7 +108,7 @@ void addPaint(CLI::App& app, PaintArguments& arguments) {
       ->check(CLI::Range(1, 1024));
   paint->add_option("--exposure", arguments.exposureStops, "Exposure of .png and .jpg previews, in stops")
       ->type_name("STOPS")
-      ->check(CLI::Range(-64.0, 64.0));
+      ->check(CLI::Validator(checkExposure, ""));
   paint
       ->add_option("--compression", arguments.compression,
                    "Compression, zip by default. EXR: " +
@@ -118,7 +129,8 @@ std::string checkPaint(const PaintArguments& arguments) {
   bool compressible = false;
   for (const std::string& path : arguments.outputs) {
     std::error_code error;
-    targets.push_back(std::filesystem::weakly_canonical(path, error).string());
+    targets.push_back(
+        std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error).string());
     const auto known = scene::mapCompressions(*scene::mapFormatOf(path));
     compressible |= std::find(known.begin(), known.end(), arguments.compression) != known.end();
   }

@@ -1,0 +1,267 @@
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <chrono>
+#include <cstring>
+#include <thread>
+
+#include "apps/Program.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::UnorderedElementsAre;
+
+constexpr const char* kAllOutputs[] = {"a.exr", "a.hdr", "a.pfm", "a.tif", "a.png", "a.jpg"};
+
+/// A scene whose image does not exist.
+constexpr const char* kMissingImage =
+    R"({"version": 1, "size": [64, 32], "background": {"type": "image", "path": "none.exr"}})";
+
+class PaintTest : public testing::Test {
+ protected:
+  PaintTest() : scene_(folder_.put("s.json", kColorScene)) {}
+
+  Outcome paint(std::vector<std::string> more) {
+    more.insert(more.begin(), {"paint", scene_});
+    return orvpaint(std::move(more));
+  }
+
+  TestFolder folder_;
+  std::string scene_;
+};
+
+/// Width, height and floats of a PFM file.
+struct Pfm {
+  int width = 0;
+  int height = 0;
+  std::vector<float> values;
+};
+
+Pfm readPfm(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::string magic;
+  std::string scale;
+  Pfm pfm;
+  file >> magic >> pfm.width >> pfm.height >> scale;
+  file.get();
+  pfm.values.resize(static_cast<std::size_t>(pfm.width) * static_cast<std::size_t>(pfm.height) * 3);
+  file.read(reinterpret_cast<char*>(pfm.values.data()),
+            static_cast<std::streamsize>(pfm.values.size() * sizeof(float)));
+  EXPECT_EQ(file.gcount(), static_cast<std::streamsize>(pfm.values.size() * sizeof(float)));
+  return pfm;
+}
+
+TEST_F(PaintTest, PaintsTheColourOfTheScene) {
+  const Outcome run = paint({"-o", folder_ / "a.pfm"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "");
+  const Pfm pfm = readPfm(folder_ / "a.pfm");
+  EXPECT_EQ(pfm.width, 64);
+  EXPECT_EQ(pfm.height, 32);
+  for (std::size_t i = 0; i < pfm.values.size(); i += 3) {
+    ASSERT_EQ(pfm.values[i], 0.5f);
+    ASSERT_EQ(pfm.values[i + 1], 0.25f);
+    ASSERT_EQ(pfm.values[i + 2], 2.0f);
+  }
+}
+
+TEST_F(PaintTest, ASizeOfTheCallComesBeforeTheScenes) {
+  EXPECT_EQ(paint({"-o", folder_ / "a.pfm", "--size", "33x7"}).status, 0);
+  const Pfm pfm = readPfm(folder_ / "a.pfm");
+  EXPECT_EQ(pfm.width, 33);
+  EXPECT_EQ(pfm.height, 7);
+}
+
+TEST_F(PaintTest, WritesEveryFormatAtOnce) {
+  std::vector<std::string> call;
+  for (const char* name : kAllOutputs) call.insert(call.end(), {"-o", folder_ / name});
+  const Outcome run = paint(call);
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(folder_.names(),
+              UnorderedElementsAre("s.json", "a.exr", "a.hdr", "a.pfm", "a.tif", "a.png", "a.jpg"));
+}
+
+TEST_F(PaintTest, BytesAreEqualWithOneTwoAndSevenThreads) {
+  const std::string gradient = ORVHDRI_SOURCE_DIR "/examples/gradient.json";
+  for (const char* threads : {"1", "2", "7"})
+    EXPECT_EQ(orvpaint({"paint", gradient, "-o", folder_ / (std::string(threads) + ".exr"), "--size",
+                        "501x301", "--threads", threads})
+                  .status,
+              0);
+  const std::string one = contentsOf(folder_ / "1.exr");
+  EXPECT_GT(one.size(), 1000u);
+  EXPECT_EQ(contentsOf(folder_ / "2.exr"), one);
+  EXPECT_EQ(contentsOf(folder_ / "7.exr"), one);
+}
+
+TEST_F(PaintTest, AWrongSceneLeavesNoFile) {
+  scene_ = folder_.put("s.json", R"({"version": 1})");
+  const Outcome run = paint({"-o", folder_ / "a.exr"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.err, scene_ + ": background: missing; required: a brush\n");
+  EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
+}
+
+TEST_F(PaintTest, AMissingSceneIsAFileThatCannotBeRead) {
+  scene_ = folder_ / "none.json";
+  const Outcome run = paint({"-o", folder_ / "a.exr"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "orvpaint: " + scene_ + ": cannot be read: No such file or directory\n");
+}
+
+TEST_F(PaintTest, AMissingImageIsNamedAndLeavesNoFile) {
+  scene_ = folder_.put("s.json", kMissingImage);
+  const Outcome run = paint({"-o", folder_ / "a.exr"});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_THAT(run.err, HasSubstr("Failed to find image '" + (folder_ / "none.exr") + "'"));
+  EXPECT_THAT(run.err, HasSubstr("Background painting failed, using white instead"));
+  EXPECT_THAT(run.err, HasSubstr("--allow-fallback"));
+  EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
+}
+
+TEST_F(PaintTest, AFallbackIsWrittenWhenItIsAllowed) {
+  scene_ = folder_.put("s.json", kMissingImage);
+  const Outcome run = paint({"-o", folder_ / "a.pfm", "--allow-fallback"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_THAT(run.err, HasSubstr("none.exr"));
+  for (const float value : readPfm(folder_ / "a.pfm").values) ASSERT_EQ(value, 1.0f);
+}
+
+/// A scene whose image holds these bytes.
+void expectBrokenImage(const TestFolder& folder, const std::string& bytes) {
+  folder.put("none.exr", bytes);
+  const std::string scene = folder.put("s.json", kMissingImage);
+  const Outcome run = orvpaint({"paint", scene, "-o", folder / "a.exr"});
+  EXPECT_EQ(run.status, 3) << run.err;
+  EXPECT_THAT(run.err, HasSubstr(folder / "none.exr"));
+  EXPECT_FALSE(fs::exists(folder / "a.exr"));
+}
+
+TEST_F(PaintTest, AnEmptyImageIsNamed) { expectBrokenImage(folder_, ""); }
+
+TEST_F(PaintTest, ATextNamedExrIsNamed) { expectBrokenImage(folder_, "This is no picture.\n"); }
+
+TEST_F(PaintTest, ATruncatedImageIsNamed) {
+  const std::string whole = contentsOf(ORVHDRI_SOURCE_DIR "/examples/venice.exr");
+  ASSERT_GT(whole.size(), 1000u);
+  for (const std::size_t length : {std::size_t{4}, std::size_t{100}, whole.size() / 2})
+    expectBrokenImage(folder_, whole.substr(0, length));
+}
+
+TEST_F(PaintTest, AFolderThatDoesNotExistIsNamed) {
+  const Outcome run = paint({"-o", folder_ / "none/a.exr"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "orvpaint: " + (folder_ / "none/a.exr") + ": cannot be written: the folder " +
+                         (folder_ / "none") + " does not exist\n");
+}
+
+TEST_F(PaintTest, AFolderThatCannotBeWrittenIsNamed) {
+  // Not even the super-user makes files in there.
+  const Outcome run = paint({"-o", "/proc/a.exr"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.err, HasSubstr("orvpaint: /proc/a.exr: cannot be written: "));
+}
+
+TEST_F(PaintTest, AFullDeviceIsNamed) {
+  fs::create_symlink("/dev/full", folder_ / "a.exr");
+  const Outcome run = paint({"-o", folder_ / "a.exr"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "orvpaint: " + (folder_ / "a.exr") + ": cannot be written: No space left on device\n");
+}
+
+TEST_F(PaintTest, AFullDiskIsNamedForEveryFormatAndLeavesTheOldFile) {
+  // Noise is hard to compress: each file is larger than the limit, which fails writes as a full disk does.
+  for (const char* name : kAllOutputs) {
+    const std::string path = folder_.put(name, "old");
+    const Outcome run =
+        Program({"paint", ORVHDRI_SOURCE_DIR "/examples/gradient.json", "-o", path, "--size", "4096x2048"})
+            .prepared([] {
+              const rlimit small{1024, RLIM_INFINITY};
+              ::setrlimit(RLIMIT_FSIZE, &small);
+            })
+            .run();
+    EXPECT_EQ(run.status, 1) << name;
+    EXPECT_EQ(run.err, "orvpaint: " + path + ": cannot be written: File too large\n") << name;
+    EXPECT_EQ(contentsOf(path), "old") << name;
+  }
+  EXPECT_EQ(folder_.names().size(), 7u) << "no unfinished file is left";
+}
+
+TEST_F(PaintTest, AllOutputsOrNone) {
+  fs::create_symlink("/dev/full", folder_ / "b.exr");
+  const Outcome run = paint({"-o", folder_ / "a.exr", "-o", folder_ / "b.exr"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_FALSE(fs::exists(folder_ / "a.exr"));
+}
+
+TEST_F(PaintTest, ClosedStreamsDoNotHarmTheFile) {
+  const Outcome run = Program({"paint", scene_, "-o", folder_ / "a.pfm"})
+                          .prepared([] {
+                            ::close(STDIN_FILENO);
+                            ::close(STDOUT_FILENO);
+                            ::close(STDERR_FILENO);
+                          })
+                          .run();
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(readPfm(folder_ / "a.pfm").width, 64);
+}
+
+/// Waits until the child has begun its file, then sends it the signal.
+std::function<void(pid_t)> interrupt(const TestFolder& folder, int signal) {
+  return [&folder, signal](pid_t child) {
+    // A minute, for slow machines; the file usually is there at once.
+    for (int i = 0; i < 60000; ++i) {
+      for (const std::string& name : folder.names()) {
+        if (!name.starts_with(".orvpaint-")) continue;
+        ::kill(child, signal);
+        return;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    ::kill(child, SIGKILL);
+  };
+}
+
+TEST_F(PaintTest, AnInterruptedRunLeavesNoFile) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    const Outcome run =
+        Program({"paint", scene_, "-o", folder_ / "a.exr", "-o", folder_ / "b.png", "--size", "16384x8192"})
+            .meanwhile(interrupt(folder_, signal))
+            .run();
+    EXPECT_EQ(run.status, 128 + signal);
+    EXPECT_EQ(run.err, "orvpaint: interrupted; unfinished files are removed\n");
+    EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
+  }
+}
+
+TEST_F(PaintTest, AnInterruptThatIsIgnoredStaysIgnored) {
+  const Outcome run = Program({"paint", scene_, "-o", folder_ / "a.exr", "--size", "4096x2048"})
+                          .prepared([] { std::signal(SIGINT, SIG_IGN); })
+                          .meanwhile(interrupt(folder_, SIGINT))
+                          .run();
+  EXPECT_EQ(run.status, 0) << run.err;
+}
+
+TEST_F(PaintTest, APainterThatIsMissingIsNamed) {
+  const Outcome run = paint({"-o", folder_ / "a.exr", "--painter", folder_ / "none.so"});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.err, HasSubstr("the painter cannot be loaded: " + (folder_ / "none.so")));
+}
+
+TEST_F(PaintTest, TooManyPixelsForTheMemoryIsAFailure) {
+  const Outcome run = Program({"paint", scene_, "-o", folder_ / "a.exr", "--size", "65536x8192"})
+                          .prepared([] {
+                            const rlimit small{rlim_t{2} << 30, RLIM_INFINITY};
+                            ::setrlimit(RLIMIT_AS, &small);
+                          })
+                          .run();
+  EXPECT_EQ(run.status, 1);
+  EXPECT_THAT(run.err, HasSubstr("not enough memory"));
+  EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
+}
+
+}  // namespace

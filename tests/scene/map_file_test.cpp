@@ -1,0 +1,214 @@
+#include "scene/map_file.h"
+
+#include <OpenImageIO/imageio.h>
+#include <gmock/gmock.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "scene/SceneErrors.h"
+#include "scene/tone_map.h"
+
+namespace orv::scene {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::FloatEq;
+using ::testing::HasSubstr;
+
+/// 300 rows, so that a map is handed over in more than one go; values from tiny to those of a sun.
+hdri::EnvImage testMap() {
+  hdri::EnvImage map(13, 300);
+  for (std::size_t i = 0; i < map.pixels.size(); ++i) {
+    const auto x = static_cast<float>(i);
+    map.pixels[i] = {std::exp2(std::fmod(x, 37.0f) - 18.0f), x * 0.001f, 3e5f / (x + 1.0f)};
+  }
+  return map;
+}
+
+class MapFileTest : public testing::Test {
+ protected:
+  MapFileTest() : folder_(fs::path(testing::TempDir()) / ("orv_map_" + std::to_string(::getpid()))) {
+    fs::create_directory(folder_);
+  }
+  ~MapFileTest() override { fs::remove_all(folder_); }
+
+  std::string save(const hdri::EnvImage& map, const std::string& name, MapFileOptions options = {}) {
+    const std::string path = (folder_ / name).string();
+    OutputFile file(path);
+    options.software = "tester 1.2";
+    writeMap(map, file, mapFormatOf(path).value(), options);
+    file.commit();
+    return path;
+  }
+
+  static std::string bytes(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  struct Picture {
+    OIIO::ImageSpec header;
+    std::vector<float> pixels;
+  };
+  static Picture load(const std::string& path) {
+    const auto input = OIIO::ImageInput::open(path);
+    EXPECT_TRUE(input) << OIIO::geterror();
+    if (!input) return {};
+    Picture picture{input->spec(), std::vector<float>(input->spec().image_pixels() * 3)};
+    EXPECT_TRUE(input->read_image(0, 0, 0, 3, OIIO::TypeFloat, picture.pixels.data())) << input->geterror();
+    return picture;
+  }
+  static bool sameBits(const Picture& picture, const hdri::EnvImage& map) {
+    return picture.pixels.size() == map.pixels.size() * 3 &&
+           std::memcmp(picture.pixels.data(), map.pixels.data(), map.pixels.size() * sizeof(hdri::Rgb)) == 0;
+  }
+
+  fs::path folder_;
+};
+
+TEST(MapFormatOf, LooksAtTheEndingInAnyCase) {
+  EXPECT_EQ(mapFormatOf("a.exr"), MapFormat::exr);
+  EXPECT_EQ(mapFormatOf("a.EXR"), MapFormat::exr);
+  EXPECT_EQ(mapFormatOf("x/a.b.tiff"), MapFormat::tiff);
+  EXPECT_EQ(mapFormatOf("a.tif"), MapFormat::tiff);
+  EXPECT_EQ(mapFormatOf("a.jpeg"), MapFormat::jpeg);
+  EXPECT_EQ(mapFormatOf(".hdr"), MapFormat::hdr);
+  EXPECT_EQ(mapFormatOf("a"), std::nullopt);
+  EXPECT_EQ(mapFormatOf("a.exr/b"), std::nullopt);
+  EXPECT_EQ(mapFormatOf("a.gif"), std::nullopt);
+  EXPECT_EQ(mapFormatOf(""), std::nullopt);
+}
+
+TEST_F(MapFileTest, ExrKeepsEveryBit) { EXPECT_TRUE(sameBits(load(save(testMap(), "a.exr")), testMap())); }
+
+TEST_F(MapFileTest, ExrIsFloatAndZipCompressed) {
+  const OIIO::ImageSpec header = load(save(testMap(), "a.exr")).header;
+  EXPECT_EQ(header.format, OIIO::TypeFloat);
+  EXPECT_EQ(header.get_string_attribute("compression"), "zip");
+  EXPECT_THAT(header.channelnames, ElementsAre("R", "G", "B"));
+}
+
+TEST_F(MapFileTest, ExrTellsOrientationAndPrimariesAndHasNoEnvmap) {
+  const OIIO::ImageSpec header = load(save(testMap(), "a.exr")).header;
+  EXPECT_EQ(header.get_string_attribute("orv:projection"), "latlong");
+  EXPECT_EQ(header.get_string_attribute("orv:orientation"),
+            "centre +x, zenith +z, longitudes grow to the right");
+  EXPECT_EQ(header.get_string_attribute("Software"), "tester 1.2");
+  EXPECT_EQ(header.find_attribute("envmap"), nullptr);
+  EXPECT_EQ(bytes((folder_ / "a.exr").string()).find("envmap"), std::string::npos);
+  const OIIO::ParamValue* primaries = header.find_attribute("chromaticities");
+  ASSERT_NE(primaries, nullptr);
+  const auto* xy = static_cast<const float*>(primaries->data());
+  EXPECT_THAT(std::vector<float>(xy, xy + 8),
+              ElementsAre(0.64f, 0.33f, 0.30f, 0.60f, 0.15f, 0.06f, 0.3127f, 0.3290f));
+}
+
+TEST_F(MapFileTest, EachExrCompressionThatLosesNothingKeepsEveryBit) {
+  for (const char* compression : {"none", "rle", "zips", "zip", "piz"}) {
+    const Picture picture = load(save(testMap(), "a.exr", {.compression = compression}));
+    EXPECT_EQ(picture.header.get_string_attribute("compression"), compression);
+    EXPECT_TRUE(sameBits(picture, testMap())) << compression;
+  }
+}
+
+TEST_F(MapFileTest, EachTiffCompressionKeepsEveryBit) {
+  for (const char* compression : {"none", "lzw", "packbits", "zip"}) {
+    const Picture picture = load(save(testMap(), "a.tif", {.compression = compression}));
+    EXPECT_EQ(picture.header.format, OIIO::TypeFloat);
+    EXPECT_TRUE(sameBits(picture, testMap())) << compression;
+  }
+}
+
+TEST_F(MapFileTest, PfmHoldsTheRowsFromTheBottom) {
+  hdri::EnvImage map(1, 2);
+  map.pixels[0] = {1, 2, 3};
+  map.pixels[1] = {4, 5, 6};
+  const std::string text = bytes(save(map, "a.pfm"));
+  const std::string header = "PF\n1 2\n-1.0\n";
+  ASSERT_EQ(text.size(), header.size() + 24);
+  EXPECT_EQ(text.substr(0, header.size()), header);
+  float values[6];
+  std::memcpy(values, text.data() + header.size(), sizeof values);
+  EXPECT_THAT(values, ElementsAre(4, 5, 6, 1, 2, 3));
+}
+
+TEST_F(MapFileTest, HdrIsExactToItsSharedExponent) {
+  hdri::EnvImage map(16, 3);
+  for (std::size_t i = 0; i < map.pixels.size(); ++i)
+    map.pixels[i] = {1000.0f, 500.0f, static_cast<float>(i)};
+  const Picture picture = load(save(map, "a.hdr"));
+  ASSERT_EQ(picture.pixels.size(), map.pixels.size() * 3);
+  // Eight bits of mantissa for the largest channel: steps of 1024 / 256.
+  for (std::size_t i = 0; i < map.pixels.size(); ++i) {
+    EXPECT_NEAR(picture.pixels[3 * i], map.pixels[i].r, 4.0f);
+    EXPECT_NEAR(picture.pixels[3 * i + 1], map.pixels[i].g, 4.0f);
+    EXPECT_NEAR(picture.pixels[3 * i + 2], map.pixels[i].b, 4.0f);
+  }
+}
+
+TEST_F(MapFileTest, PngIsTheToneMappedPicture) {
+  const hdri::EnvImage map = testMap();
+  const auto expected = toneMap(map, 1.5f);
+  const Picture picture = load(save(map, "a.png", {.exposureStops = 1.5f}));
+  EXPECT_EQ(picture.header.format, OIIO::TypeUInt8);
+  EXPECT_EQ(picture.header.get_string_attribute("oiio:ColorSpace"), "sRGB");
+  ASSERT_EQ(picture.pixels.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i)
+    ASSERT_EQ(std::lround(picture.pixels[i] * 255.0f), expected[i]) << i;
+}
+
+TEST_F(MapFileTest, JpegIsNearTheToneMappedPicture) {
+  hdri::EnvImage map(32, 16);
+  for (hdri::Rgb& pixel : map.pixels) pixel = {0.18f, 0.18f, 0.18f};
+  const Picture picture = load(save(map, "a.jpg"));
+  for (const float value : picture.pixels) EXPECT_NEAR(value * 255.0f, 141.0f, 2.0f);
+}
+
+TEST_F(MapFileTest, EqualMapsGiveEqualFiles) {
+  for (const char* name : {"a.exr", "a.hdr", "a.pfm", "a.tif", "a.png", "a.jpg"}) {
+    const std::string first = bytes(save(testMap(), name));
+    EXPECT_EQ(bytes(save(testMap(), name)), first) << name;
+    EXPECT_EQ(first.find("DateTime"), std::string::npos) << name;
+  }
+}
+
+TEST_F(MapFileTest, ProgressEndsAtOne) {
+  for (const char* name : {"a.exr", "a.pfm", "a.png"}) {
+    float last = 0;
+    save(testMap(), name, {.progress = [&](float amount) {
+           EXPECT_GT(amount, last);
+           last = amount;
+         }});
+    EXPECT_EQ(last, 1.0f) << name;
+  }
+}
+
+TEST_F(MapFileTest, ASizeThatTheFormatCannotHoldIsNamed) {
+  const hdri::EnvImage map(65536, 1);
+  OutputFile file((folder_ / "a.jpg").string());
+  try {
+    writeMap(map, file, MapFormat::jpeg, {});
+    FAIL();
+  } catch (const FileError& error) {
+    EXPECT_THAT(error.what(), HasSubstr("a.jpg: cannot be written: "));
+  }
+}
+
+TEST_F(MapFileTest, AFullDeviceIsNamedForEveryFormat) {
+  for (const std::string_view ending : mapEndings()) {
+    const fs::path link = folder_ / ("full" + std::string(ending));
+    fs::create_symlink("/dev/full", link);
+    OutputFile file(link.string());
+    writeMap(testMap(), file, mapFormatOf(link.string()).value(), {});
+    EXPECT_THROW(file.commit(), FileError) << ending;
+  }
+}
+
+}  // namespace
+}  // namespace orv::scene

@@ -1,0 +1,119 @@
+#include "scene/scene_brushes.h"
+
+#include <gtest/gtest.h>
+
+#include <numbers>
+
+#include "hdri/BackgroundBrush.h"
+#include "hdri/ColorBrush.h"
+#include "hdri/GradientBrush.h"
+#include "hdri/ImageBrush.h"
+#include "hdri/SunSkyBrush.h"
+
+namespace orv::scene {
+namespace {
+
+constexpr float kPi = std::numbers::pi_v<float>;
+
+TEST(CircleParams, AreRadians) {
+  ScenePin pin;
+  pin.shape = CircleShape{90};
+  pin.azimuth = -180;
+  pin.elevation = 45;
+  pin.rotation = 30;
+  pin.half = true;
+  pin.falloff = hdri::Falloff::circleSmoothEdge;
+  pin.falloffAmount = 0.25f;
+  const hdri::CirclePinParams params = circleParams(pin);
+  EXPECT_NEAR(params.azimuth, -kPi, 1e-6f);
+  EXPECT_NEAR(params.elevation, kPi / 4, 1e-6f);
+  EXPECT_NEAR(params.radius, kPi / 2, 1e-6f);
+  EXPECT_NEAR(params.rotation, kPi / 6, 1e-6f);
+  EXPECT_EQ(params.half, 1u);
+  EXPECT_EQ(params.falloffKind, hdri::Falloff::circleSmoothEdge);
+  EXPECT_EQ(params.falloffAmount, 0.25f);
+}
+
+TEST(RectParams, AreRadians) {
+  ScenePin pin;
+  pin.shape = RectShape{60, 30, 9};
+  pin.azimuth = 18;
+  const hdri::RectPinParams params = rectParams(pin);
+  EXPECT_NEAR(params.azimuth, kPi / 10, 1e-6f);
+  EXPECT_NEAR(params.halfWidth, kPi / 3, 1e-6f);
+  EXPECT_NEAR(params.halfHeight, kPi / 6, 1e-6f);
+  EXPECT_NEAR(params.cornerRadius, kPi / 20, 1e-6f);
+  EXPECT_EQ(params.half, 0u);
+  EXPECT_EQ(params.falloffKind, hdri::Falloff::solid);
+}
+
+TEST(BackgroundBrush, CarriesAdjustmentsBlurAndRotationInDegrees) {
+  SceneBrush brush;
+  brush.paint = ImagePaint{"a.exr"};
+  brush.adjustments = {2, 3, 0.5f, -0.5f, 4, 5, 6};
+  brush.blur = 7;
+  brush.rotationAzimuth = 350;
+  brush.rotationTilt = -20;
+  const auto made = backgroundBrush(brush, "folder");
+  EXPECT_EQ(made->kind(), hdri::BrushKind::image);
+  EXPECT_EQ(made->adjustments(), brush.adjustments);
+  EXPECT_EQ(made->blurAmount(), 7.0f);
+  EXPECT_EQ(made->tiltAngle1(), 350.0f);
+  EXPECT_EQ(made->tiltAngle2(), -20.0f);
+  EXPECT_TRUE(made->mapSettingsOn());
+}
+
+TEST(ImageBrush, IsSoughtInTheScenesFolder) {
+  SceneBrush brush;
+  brush.paint = ImagePaint{"maps/a.exr"};
+  const auto pathFrom = [&](const std::string& folder) {
+    return static_cast<const hdri::ImageBrush&>(*fillBrush(brush, folder)).path();
+  };
+  EXPECT_EQ(pathFrom("/scenes"), "/scenes/maps/a.exr");
+  EXPECT_EQ(pathFrom(""), "maps/a.exr");
+  brush.paint = ImagePaint{"/absolute/a.exr"};
+  EXPECT_EQ(pathFrom("/scenes"), "/absolute/a.exr");
+}
+
+TEST(FillBrush, CarriesTheMode) {
+  SceneBrush brush;
+  brush.paint = ColorPaint{{1, 2, 3}};
+  brush.mode = hdri::BlendMode::screen;
+  const auto made = fillBrush(brush, "");
+  EXPECT_EQ(made->mode(), hdri::BlendMode::screen);
+  EXPECT_FALSE(made->mapSettingsOn());
+  EXPECT_EQ(static_cast<const hdri::ColorBrush&>(*made).color(), (hdri::Rgb{1, 2, 3}));
+}
+
+TEST(FillBrush, CarriesStopsOpacityAndAngle) {
+  SceneBrush brush;
+  const GradientPaint paint{{{0.5f, 1, 1, 2, 3, 4, 5}}, {{0.25f, 0, 1, 0.75f}}, 30};
+  brush.paint = paint;
+  const auto made = fillBrush(brush, "");
+  const auto& gradient = static_cast<const hdri::GradientBrush&>(*made);
+  EXPECT_EQ(gradient.stops(), paint.stops);
+  EXPECT_EQ(gradient.curve(), paint.opacity);
+  EXPECT_EQ(gradient.angle(), 30.0f);
+}
+
+TEST(FillBrush, CarriesTheBackgroundsRotationInDegrees) {
+  SceneBrush brush;
+  brush.paint = BackgroundPaint{120, -30};
+  const auto made = fillBrush(brush, "");
+  EXPECT_EQ(static_cast<const hdri::BackgroundBrush&>(*made).turn(), 120.0f);
+  EXPECT_EQ(static_cast<const hdri::BackgroundBrush&>(*made).tilt(), -30.0f);
+}
+
+TEST(SunSkyBrush, CarriesTheSettings) {
+  SceneBrush brush;
+  SunSkyPaint paint;
+  paint.settings.turbidity = 5;
+  paint.settings.sunFromAngles = 1;
+  paint.settings.sunElevation = 12;
+  brush.paint = paint;
+  const auto made = backgroundBrush(brush, "");
+  EXPECT_EQ(static_cast<const hdri::SunSkyBrush&>(*made).settings(), paint.settings);
+}
+
+}  // namespace
+}  // namespace orv::scene
