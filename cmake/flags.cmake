@@ -15,6 +15,10 @@ if(ORVHDRI_SANITIZE)
     -fsanitize=${ORVHDRI_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   target_link_options(orvhdri_flags INTERFACE -fsanitize=${ORVHDRI_SANITIZE})
 endif()
+if(ORVHDRI_FUZZ)
+  # What a fuzz target links tells it which code an input has reached.
+  target_compile_options(orvhdri_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # The painter's kernels: eight lanes, fused steps only where they are written.
 add_library(orvhdri_kernel_flags INTERFACE)
