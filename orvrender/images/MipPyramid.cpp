@@ -1,11 +1,10 @@
 #include "orvrender/images/MipPyramid.h"
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
-
 #include <algorithm>
 #include <bit>
 #include <new>
+
+#include "host/row_loop.h"
 
 namespace orv::host {
 namespace {
@@ -40,21 +39,19 @@ std::vector<Taps> tapsOf(std::uint32_t source, std::uint32_t target) {
 /// Averages a plane of `channels` interleaved floats.
 void shrink(const float* from, std::uint32_t fromWidth, float* to, const std::vector<Taps>& columns,
             const std::vector<Taps>& rows, std::size_t channels) {
-  tbb::parallel_for(tbb::blocked_range<std::size_t>(0, rows.size(), 8), [&](const auto& range) {
-    for (std::size_t y = range.begin(); y != range.end(); ++y) {
-      float* out = to + y * columns.size() * channels;
-      for (const Taps& column : columns) {
-        for (std::size_t c = 0; c < channels; ++c) {
-          float sum = 0;
-          for (std::uint32_t j = 0; j < rows[y].count; ++j) {
-            const float* in =
-                from + (std::size_t{rows[y].first + j} * fromWidth + column.first) * channels + c;
-            for (std::uint32_t i = 0; i < column.count; ++i) {
-              sum += rows[y].weights[j] * column.weights[i] * in[i * channels];
-            }
+  forEachRow(static_cast<std::uint32_t>(rows.size()), 1, [&](std::uint32_t y) {
+    const Taps& row = rows[y];
+    float* out = to + y * columns.size() * channels;
+    for (const Taps& column : columns) {
+      for (std::size_t c = 0; c < channels; ++c) {
+        float sum = 0;
+        for (std::uint32_t j = 0; j < row.count; ++j) {
+          const float* in = from + (std::size_t{row.first + j} * fromWidth + column.first) * channels + c;
+          for (std::uint32_t i = 0; i < column.count; ++i) {
+            sum += row.weights[j] * column.weights[i] * in[i * channels];
           }
-          *out++ = sum;
         }
+        *out++ = sum;
       }
     }
   });

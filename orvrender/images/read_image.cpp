@@ -1,16 +1,13 @@
 #include "orvrender/images/read_image.h"
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
-#include <tbb/parallel_reduce.h>
-
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <vector>
 
+#include "host/row_loop.h"
 #include "orvrender/images/ImageError.h"
 #include "orvrender/images/Orientation.h"
 
@@ -44,15 +41,14 @@ class BlockWriter {
   void write(const Window& window, const std::byte* block) const {
     const Window inside = intersection(window, source_.map());
     if (inside.isEmpty()) return;
-    tbb::parallel_for(tbb::blocked_range<std::int64_t>(inside.y0, inside.y1, 16), [&](const auto& rows) {
-      for (std::int64_t y = rows.begin(); y != rows.end(); ++y) {
-        if (format() == OIIO::TypeDesc::UINT8) {
-          writeCodes(window, inside, y, reinterpret_cast<const std::uint8_t*>(block));
-        } else if (format() == OIIO::TypeDesc::UINT16) {
-          writeCodes(window, inside, y, reinterpret_cast<const std::uint16_t*>(block));
-        } else {
-          writeFloats(window, inside, y, reinterpret_cast<const float*>(block));
-        }
+    forEachRow(static_cast<std::uint32_t>(inside.height()), 1, [&](std::uint32_t row) {
+      const std::int64_t y = inside.y0 + row;
+      if (format() == OIIO::TypeDesc::UINT8) {
+        writeCodes(window, inside, y, reinterpret_cast<const std::uint8_t*>(block));
+      } else if (format() == OIIO::TypeDesc::UINT16) {
+        writeCodes(window, inside, y, reinterpret_cast<const std::uint16_t*>(block));
+      } else {
+        writeFloats(window, inside, y, reinterpret_cast<const float*>(block));
       }
     });
   }
@@ -169,44 +165,45 @@ bool readDirectly(ImageSource& source, Pixels& out) {
   return true;
 }
 
-/// Replaces what is not finite, limits alpha, and associates straight colour with it.
+/// Replaces what is not finite in pixels `begin` to `end`, limits alpha, and associates straight colour with
+/// it.
 /// @return how many pixels were not finite.
+std::uint64_t repair(Pixels& pixels, std::size_t begin, std::size_t end, bool isStraight) {
+  float* const rgb = pixels.rgb.get();
+  float* const alpha = pixels.alpha.get();
+
+  // Almost every run is as it should be, which a pass without branches finds out.
+  std::uint32_t notFinite = 0;
+  for (std::size_t i = 3 * begin; i < 3 * end; ++i) notFinite |= isFinite(rgb[i]) ? 0u : 1u;
+  for (std::size_t i = begin; alpha && i < end; ++i) notFinite |= isFinite(alpha[i]) ? 0u : 1u;
+
+  std::uint64_t replaced = 0;
+  for (std::size_t i = begin; notFinite && i < end; ++i) {
+    float* const pixel = rgb + 3 * i;
+    const bool finite =
+        isFinite(pixel[0]) && isFinite(pixel[1]) && isFinite(pixel[2]) && (!alpha || isFinite(alpha[i]));
+    if (finite) continue;
+    ++replaced;
+    for (int c = 0; c < 3; ++c) pixel[c] = madeFinite(pixel[c]);
+    if (alpha) alpha[i] = madeFinite(alpha[i]);
+  }
+  for (std::size_t i = begin; alpha && i < end; ++i) {
+    alpha[i] = std::clamp(alpha[i], 0.0f, 1.0f);
+    for (std::size_t c = 0; isStraight && c < 3; ++c) rgb[3 * i + c] *= alpha[i];
+  }
+  return replaced;
+}
+
+/// The same for all pixels, a run that fits the first cache at a time.
 std::uint64_t repair(Pixels& pixels, bool isStraight) {
-  constexpr std::size_t kChunk = 4096;
-  const auto repairChunk = [&](std::size_t begin, std::size_t end) {
-    std::uint64_t replaced = 0;
-    float* const rgb = pixels.rgb.get();
-    float* const alpha = pixels.alpha.get();
-
-    // Almost every chunk is as it should be, which a pass without branches finds out.
-    std::uint32_t notFinite = 0;
-    for (std::size_t i = 3 * begin; i < 3 * end; ++i) notFinite |= isFinite(rgb[i]) ? 0u : 1u;
-    for (std::size_t i = begin; alpha && i < end; ++i) notFinite |= isFinite(alpha[i]) ? 0u : 1u;
-    for (std::size_t i = begin; notFinite && i < end; ++i) {
-      float* const pixel = rgb + 3 * i;
-      const bool finite =
-          isFinite(pixel[0]) && isFinite(pixel[1]) && isFinite(pixel[2]) && (!alpha || isFinite(alpha[i]));
-      if (finite) continue;
-      ++replaced;
-      for (int c = 0; c < 3; ++c) pixel[c] = madeFinite(pixel[c]);
-      if (alpha) alpha[i] = madeFinite(alpha[i]);
-    }
-
-    for (std::size_t i = begin; alpha && i < end; ++i) {
-      alpha[i] = std::clamp(alpha[i], 0.0f, 1.0f);
-      for (std::size_t c = 0; isStraight && c < 3; ++c) rgb[3 * i + c] *= alpha[i];
-    }
-    return replaced;
-  };
-  return tbb::parallel_reduce(
-      tbb::blocked_range<std::size_t>(0, pixels.count(), 16 * kChunk), std::uint64_t{0},
-      [&](const auto& range, std::uint64_t replaced) {
-        for (std::size_t begin = range.begin(); begin < range.end(); begin += kChunk) {
-          replaced += repairChunk(begin, std::min(begin + kChunk, range.end()));
-        }
-        return replaced;
-      },
-      std::plus<>());
+  constexpr std::size_t kRun = 2048;
+  std::atomic<std::uint64_t> replaced{0};
+  forEachRow(static_cast<std::uint32_t>((pixels.count() + kRun - 1) / kRun), 1, [&](std::uint32_t run) {
+    const std::size_t begin = run * kRun;
+    const std::uint64_t found = repair(pixels, begin, std::min(begin + kRun, pixels.count()), isStraight);
+    if (found > 0) replaced.fetch_add(found, std::memory_order_relaxed);
+  });
+  return replaced.load(std::memory_order_relaxed);
 }
 
 Pixels allocate(const ImageSource& source) {
