@@ -6,6 +6,7 @@
 #include <utility>
 #include <variant>
 
+#include "host/orvMemory.h"
 #include "host/orvNode.h"
 
 namespace orv::host {
@@ -17,17 +18,24 @@ class Node final : public orvNode {
   using Value = std::variant<std::monostate, std::uint32_t, float, std::string>;
 
   Node(std::string typeName, std::uint32_t id) : typeName_(std::move(typeName)), id_(id) {}
-  ~Node();
+  ~Node() {
+    for (auto& [name, parameter] : parameters_) orv_free(parameter.array.data);
+  }
   Node(const Node&) = delete;
   Node& operator=(const Node&) = delete;
 
-  bool is_parameter_animated(const char* name) const override;
-  void set_parameter(const char* name, std::uint32_t value) override;
-  void set_parameter(const char* name, float value) override;
-  void set_parameter(const char* name, const char* text) override;
-  orvFloat_array& float_array(const char* name) override;
+  bool is_parameter_animated(const char* name) const override {
+    const auto found = parameters_.find(name ? name : "");
+    return found != parameters_.end() && found->second.animated;
+  }
+  void set_parameter(const char* name, std::uint32_t value) override { parameter(name).value = value; }
+  void set_parameter(const char* name, float value) override { parameter(name).value = value; }
+  void set_parameter(const char* name, const char* text) override {
+    parameter(name).value = std::string(text ? text : "");
+  }
+  orvFloat_array& float_array(const char* name) override { return parameter(name).array; }
 
-  void setAnimated(const char* name, bool animated);
+  void setAnimated(const char* name, bool animated) { parameter(name).animated = animated; }
 
   const std::string& typeName() const { return typeName_; }
   std::uint32_t id() const { return id_; }

@@ -1,7 +1,5 @@
 #include "orvrender/images/FilteredLookup.h"
 
-#include <OpenImageIO/imagecache.h>
-
 #include <algorithm>
 #include <cmath>
 #include <new>
@@ -26,18 +24,27 @@ FilteredLookup::FilteredLookup(const Pixels& pixels)
     : pyramid_(pixels),
       channels_(pixels.alpha ? 4 : 3),
       id_(nextId.fetch_add(1)),
-      system_(OIIO::TextureSystem::create(false)) {
+      cache_(OIIO::ImageCache::create(false)),
+      system_(cache_ ? OIIO::TextureSystem::create(false, cache_.get()) : nullptr) {
   if (!system_) throw std::bad_alloc();
   // Tiles are copies of pixels that stay at hand, so the cache need not hold them all.
   const float megabytes = static_cast<float>(pixels.bytes() + pyramid_.bytes()) / (1 << 20);
-  system_->attribute("max_memory_MB", std::clamp(1.25f * megabytes, 64.0f, 512.0f));
+  cache_->attribute("max_memory_MB", std::clamp(1.25f * megabytes, 64.0f, 512.0f));
 
   const OIIO::ustring name("orv:image:" + std::to_string(id_));
   const OIIO::ImageSpec configuration = PyramidInput::configuration(pyramid_);
-  if (system_->imagecache()->add_file(name, &PyramidInput::create, &configuration)) {
+  if (cache_->add_file(name, &PyramidInput::create, &configuration)) {
     handle_ = system_->get_texture_handle(name, threadInfo());
   }
   if (handle_ && !system_->good(handle_)) handle_ = nullptr;
+}
+
+void FilteredLookup::DestroySystem::operator()(OIIO::TextureSystem* system) const {
+  // TextureSystem::destroy of OpenImageIO 2.4 deletes it as an incomplete type: nothing that it holds is
+  // freed.
+  void* const storage = dynamic_cast<void*>(system);
+  system->~TextureSystem();
+  ::operator delete(storage);
 }
 
 FilteredLookup::~FilteredLookup() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <OpenImageIO/imagecache.h>
 #include <OpenImageIO/texture.h>
 
 #include <atomic>
@@ -32,8 +33,11 @@ class FilteredLookup {
   std::size_t bytes() const { return pyramid_.bytes(); }
 
  private:
-  struct Destroy {
-    void operator()(OIIO::TextureSystem* system) const { OIIO::TextureSystem::destroy(system); }
+  struct DestroyCache {
+    void operator()(OIIO::ImageCache* cache) const { OIIO::ImageCache::destroy(cache); }
+  };
+  struct DestroySystem {
+    void operator()(OIIO::TextureSystem* system) const;
   };
 
   OIIO::TextureSystem::Perthread* threadInfo() const;
@@ -41,7 +45,8 @@ class FilteredLookup {
   MipPyramid pyramid_;
   int channels_;
   std::uint64_t id_;  // of this object, unlike any other's before or after
-  std::unique_ptr<OIIO::TextureSystem, Destroy> system_;
+  std::unique_ptr<OIIO::ImageCache, DestroyCache> cache_;
+  std::unique_ptr<OIIO::TextureSystem, DestroySystem> system_;  // uses the cache
   OIIO::TextureSystem::TextureHandle* handle_ = nullptr;
   mutable std::mutex mutex_;
   mutable std::map<std::thread::id, OIIO::TextureSystem::Perthread*> threadInfos_;
