@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 #ifdef ORVHDRI_BENCH_OPENCV
@@ -19,6 +21,7 @@
 
 #include "backgrounds/BlurSettings.h"
 #include "backgrounds/blur.h"
+#include "backgrounds/tilt.h"
 #include "bench/interleaved.h"
 #include "painter/BlockedMap.h"
 #include "painter/BlockedPainter.h"
@@ -105,12 +108,62 @@ void blurMap(benchmark::State& state) {
   state.counters["fma_share"] = terms / (state.counters["own_ms"] * 1e-3) / peak;
 }
 
+/// A full rotation, beside the peer's bilinear remapping with its coordinate maps ready.
+void tiltMap(benchmark::State& state) {
+  const auto width = static_cast<std::uint32_t>(state.range(0));
+  const auto angle = static_cast<float>(state.range(1)) * 0.1f;
+  BlockedMap map = picture(width);
+  const auto own = [&] { tilt(map, TiltSettings(0.5f, angle)); };
+#ifdef ORVHDRI_BENCH_OPENCV
+  const auto columns = static_cast<int>(width);
+  const cv::Mat from(columns / 2, columns, CV_32FC3, cv::Scalar(1, 2, 3));
+  cv::Mat to(columns / 2, columns, CV_32FC3, cv::Scalar(0, 0, 0));
+  cv::Mat x(columns / 2, columns, CV_32F), y(columns / 2, columns, CV_32F);
+  for (int row = 0; row < y.rows; ++row)
+    for (int column = 0; column < x.cols; ++column) {
+      const double theta = (row + 0.5) / y.rows * CV_PI, phi = column * 2 * CV_PI / columns;
+      const double d[3] = {std::sin(theta) * std::cos(phi), std::sin(theta) * std::sin(phi), std::cos(theta)};
+      const double e[3] = {std::cos(angle) * d[0] + std::sin(angle) * d[2], d[1],
+                           std::cos(angle) * d[2] - std::sin(angle) * d[0]};
+      const double u = (std::atan2(e[1], e[0]) + 0.5) / (2 * CV_PI);
+      x.at<float>(row, column) = static_cast<float>((u - std::floor(u)) * (columns - 1));
+      y.at<float>(row, column) =
+          static_cast<float>(std::acos(std::clamp(e[2], -1.0, 1.0)) / CV_PI * (y.rows - 1));
+    }
+  const auto peer = [&] { cv::remap(from, to, x, y, cv::INTER_LINEAR, cv::BORDER_WRAP); };
+  const std::string name = "remap";
+#else
+  const auto peer = [] {};
+  const std::string name = "nothing";
+#endif
+  bench::compare(state, name, own, peer, bench::smoke() ? 1 : 15);
+  state.counters["Mpixel/s"] = 0.5 * width * width / state.counters["own_ms"] * 1e-3;
+}
+
+/// A rotation about the vertical axis alone.
+void shiftMap(benchmark::State& state) {
+  const auto width = static_cast<std::uint32_t>(state.range(0));
+  BlockedMap map = picture(width);
+  const BlockedMap copy = picture(width);
+  bench::compare(
+      state, "memcpy", [&] { tilt(map, TiltSettings(0.5f, 0)); },
+      [&] { std::memcpy(map.data(), copy.data(), map.bytes()); });
+}
+
 BENCHMARK(blurMap)
     ->ArgNames({"width", "radius"})
     ->ArgsProduct({{2048, 4096}, {20, 100, 400}})
     ->UseManualTime()
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(tiltMap)
+    ->ArgNames({"width", "tenths"})
+    ->ArgsProduct({{2048, 4096}, {3, 12}})
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(shiftMap)->ArgName("width")->Arg(2048)->Arg(4096)->UseManualTime()->Iterations(1)->Unit(
+    benchmark::kMillisecond);
 
 }  // namespace
 

@@ -9,46 +9,25 @@ namespace {
 
 constexpr int kOutputs = static_cast<int>(kFilterOutputs);
 
-/// Six sums and the window of values that lie `distance` in front of them. The window is a ring: value p
-/// stands in slot p mod 6, so that a step loads one value and moves none. The values behind are memory
-/// operands: sixteen registers hold no second window.
-struct Step {
-  Float8 sum[kOutputs];
-  Float8 front[kOutputs];
-
-  /// Adds the two values at `distance` = 6 n + 1 + phase from each output.
-  template <int phase>
-  void add(const float* centre, std::ptrdiff_t distance, const float* weights) {
-    front[kOutputs - 1 - phase] = load(centre - 8 * distance);
-    const Float8 w = splat(weights[distance]);
-    const float* behind = centre + 8 * distance;
-    for (int i = 0; i < kOutputs; ++i)
-      sum[i] = fma(w, front[(i + kOutputs - 1 - phase) % kOutputs] + load(behind + 8 * i), sum[i]);
-  }
-};
-
+/// Six outputs from `centre` on: six sums in registers, which each weight serves at once. The window in front
+/// of the outputs moves by one value a step, so that the compiler keeps it in registers and loads one; the
+/// one behind is made of memory operands, for sixteen registers do not hold both.
 inline void filterSix(const float* centre, const float* weights, std::ptrdiff_t reach, float* out) {
-  Step step;
-  const Float8 w = splat(weights[0]);
-  for (int i = 0; i < kOutputs; ++i) {
-    step.front[i] = load(centre + 8 * i);
-    step.sum[i] = w * step.front[i];
+  Float8 sum[kOutputs];
+  const Float8 w0 = splat(weights[0]);
+  for (int i = 0; i < kOutputs; ++i) sum[i] = w0 * load(centre + 8 * i);
+  const float* front = centre;
+  const float* behind = centre;
+#pragma GCC unroll 6
+  for (std::ptrdiff_t d = 1; d <= reach; ++d) {
+    front -= 8;
+    behind += 8;
+    // Hides from the compiler that the window behind overlaps the last step's: it would spill to keep it.
+    asm("" : "+r"(behind));
+    const Float8 w = splat(weights[d]);
+    for (int i = 0; i < kOutputs; ++i) sum[i] = fma(w, load(front + 8 * i) + load(behind + 8 * i), sum[i]);
   }
-  std::ptrdiff_t d = 1;
-  for (; d + kOutputs - 1 <= reach; d += kOutputs) {
-    step.add<0>(centre, d, weights);
-    step.add<1>(centre, d + 1, weights);
-    step.add<2>(centre, d + 2, weights);
-    step.add<3>(centre, d + 3, weights);
-    step.add<4>(centre, d + 4, weights);
-    step.add<5>(centre, d + 5, weights);
-  }
-  if (d <= reach) step.add<0>(centre, d, weights);
-  if (d + 1 <= reach) step.add<1>(centre, d + 1, weights);
-  if (d + 2 <= reach) step.add<2>(centre, d + 2, weights);
-  if (d + 3 <= reach) step.add<3>(centre, d + 3, weights);
-  if (d + 4 <= reach) step.add<4>(centre, d + 4, weights);
-  for (int i = 0; i < kOutputs; ++i) store(out + 8 * i, step.sum[i]);
+  for (int i = 0; i < kOutputs; ++i) store(out + 8 * i, sum[i]);
 }
 
 }  // namespace
