@@ -2,11 +2,15 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <numbers>
+#include <utility>
 
+#include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
+#include "hdri/ImageBrush.h"
 #include "paint/scene_painting.h"
 #include "support/reference/pins.h"
 
@@ -209,6 +213,44 @@ TEST(Physics, TurningARectangleByWholeColumnsMovesThePictureBitForBit) {
                                       .halfWidth = radians(40.7),
                                       .halfHeight = radians(21.3),
                                       .rotation = radians(10)});
+}
+
+/// The largest difference of two maps' channels, away from the poles, where neighbouring columns differ most.
+double largestDifference(const orv::hdri::EnvImage& a, const orv::hdri::EnvImage& b) {
+  double largest = 0;
+  for (std::size_t i = 8 * static_cast<std::size_t>(a.width);
+       i + 8 * static_cast<std::size_t>(a.width) < a.pixels.size(); ++i) {
+    largest = std::max(largest, static_cast<double>(std::abs(a.pixels[i].r - b.pixels[i].r)));
+    largest = std::max(largest, static_cast<double>(std::abs(a.pixels[i].g - b.pixels[i].g)));
+  }
+  return largest;
+}
+
+TEST(Physics, AWholeSphereOfBackgroundTurnsAsTheBackgroundItselfDoes) {
+  // A picture that changes by at most 0.02 from one column to the next; both ways may differ by half a pixel.
+  reference::Scene scene = blackScene(256, 128);
+  reference::Image& picture = scene.images["sky.pfm"] = {256, 128, {}};
+  for (int y = 0; y < 128; ++y)
+    for (int x = 0; x < 256; ++x) {
+      const double a = (x + 0.5) / 256.0 * 2.0 * pi - pi;
+      const double e = (0.5 - (y + 0.5) / 128.0) * pi;
+      for (const double c : {std::cos(a) * std::cos(e), std::sin(a) * std::cos(e), std::sin(e)})
+        picture.rgb.push_back(static_cast<float>(0.5 + 0.4 * c));
+    }
+  for (const auto& [turn, tilt] :
+       {std::pair{40.0f, 0.0f}, {90.0f, 35.0f}, {200.0f, -70.0f}, {0.0f, 120.0f}}) {
+    const auto rotated = std::make_shared<orv::hdri::ImageBrush>("sky.pfm");
+    rotated->setTiltAngles(turn, tilt);
+    scene.background = rotated;
+    scene.pins.clear();
+    const auto expected = paint(scene);
+
+    scene.background = std::make_shared<orv::hdri::ImageBrush>("sky.pfm");
+    const auto fill = std::make_shared<orv::hdri::BackgroundBrush>(turn, tilt);
+    fill->setMode(orv::hdri::BlendMode::mix);
+    scene.pins = {{CirclePinParams{.radius = radians(180)}, fill}};
+    EXPECT_LT(largestDifference(*expected, *paint(scene)), 0.02) << turn << ", " << tilt;
+  }
 }
 
 }  // namespace
