@@ -28,9 +28,10 @@ void ReferenceSky::use_own_sun() { direction_.reset(); }
 
 SunPlace ReferenceSky::sun() const {
   if (direction_) {
-    // Light travels away from the sun; the host's y axis is the map's z.
+    // Light travels away from the sun; the host's y axis is the map's z. Straight up has longitude 0, for
+    // which no zero may be negative.
     const auto& d = *direction_;
-    return {std::atan2(d[2], -d[0]), std::asin(std::clamp(-d[1], -1.0, 1.0))};
+    return {std::atan2(d[2], 0.0 - d[0]), std::asin(std::clamp(-d[1], -1.0, 1.0))};
   }
   const SkyConditions conditions = conditionsOf(*this);
   const double days = daysFromJ2000(conditions.dayOfYear, static_cast<double>(conditions.hours),
