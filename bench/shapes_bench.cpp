@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/interleaved.h"
 #include "shapes/CirclePinShape.h"
 #include "shapes/RectPinShape.h"
 
@@ -182,7 +183,8 @@ void registerAll() {
   static const RectPinShape roundedRect(rounded, kPixelAngle);
 
   const auto add = [](const std::string& name, auto body) {
-    benchmark::RegisterBenchmark(name.c_str(), body)->MinTime(0.1);
+    auto* const registered = benchmark::RegisterBenchmark(name.c_str(), body);
+    bench::smoke() ? registered->Iterations(1) : registered->MinTime(0.1);
   };
   add("circle/fast/scalar", [](benchmark::State& s) { scalarCircle(s, false); });
   add("circle/fast/table", [](benchmark::State& s) { runShape(s, circle, kNeedsSoftEdge, true); });
