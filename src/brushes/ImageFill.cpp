@@ -2,6 +2,7 @@
 
 #include "hdri/ImageBrush.h"
 #include "host/orvImage.h"
+#include "painter/BlockedPainter.h"
 #include "simd/Float8.h"
 
 namespace orv::hdri::blockedAVX2 {

@@ -4,7 +4,7 @@
 
 #include "backgrounds/ColorAdjustment.h"
 #include "brushes/PinFill.h"
-#include "painter/BlockedPainter.h"
+#include "painter/HostImage.h"
 
 class orvImage;
 struct orvImage_lookup;

@@ -6,9 +6,8 @@
 
 #include "hdri/IPainter.h"
 #include "host/AlignedObject.h"
+#include "painter/HostImage.h"
 #include "pins/Pin.h"
-
-class orvImage;
 
 namespace orv::hdri {
 class SunSkyBrush;
@@ -17,14 +16,6 @@ class SunSkyBrush;
 namespace orv::hdri::blockedAVX2 {
 
 class BackgroundSource;
-class BlockedPainter;
-
-/// Hands an image back to the host.
-struct ImageRelease {
-  const BlockedPainter* painter;
-  void operator()(orvImage* image) const;
-};
-using HostImage = std::unique_ptr<orvImage, ImageRelease>;
 
 /// The painter, and the services that its parts call on it.
 class BlockedPainter final : public IPainter, public AlignedObject {

@@ -178,7 +178,7 @@ TEST_F(PaintTest, AFullDiskIsNamedForEveryFormatAndLeavesTheOldFile) {
   for (const char* name : kAllOutputs) {
     const std::string path = folder_.put(name, "old");
     const Outcome run =
-        Program({"paint", ORVHDRI_SOURCE_DIR "/examples/gradient.json", "-o", path, "--size", "4096x2048"})
+        Program({"paint", ORVHDRI_SOURCE_DIR "/examples/gradient.json", "-o", path, "--size", "512x256"})
             .prepared([] {
               const rlimit small{1024, RLIM_INFINITY};
               ::setrlimit(RLIMIT_FSIZE, &small);
