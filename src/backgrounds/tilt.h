@@ -10,7 +10,7 @@ namespace orv::hdri::blockedAVX2 {
 ///
 /// Any other takes, for each pixel, the direction of its left edge and its row's centre through the inverse
 /// of the rotation and looks the map up there as `sampleBilinear` does. The directions are right to 5e-6 rad,
-/// within 0.02 rad of the poles to 1e-4 (docs/numerics.md).
+/// within 0.02 rad of the poles to 4e-4 (docs/numerics.md).
 /// The bytes do not depend on the number of threads. @throws std::bad_alloc; the map is then unchanged.
 void tilt(BlockedMap& map, const TiltSettings& settings);
 

@@ -163,12 +163,14 @@ TEST_F(AdjustmentsTest, EveryFailingAllocationEndsInBadAllocAndLosesNothing) {
   int failures = 0;
   for (std::int64_t n = 1; n < 100; ++n) {
     host_.failAllocation(n);
+    bool failed = false;
     try {
       background_.prepare(*painter_);
-      break;
     } catch (const std::bad_alloc&) {
-      ++failures;
+      failed = true;
     }
+    if (!failed) break;
+    ++failures;
     background_.preparedMap().release();
     background_.samplingCopy().release();
     ASSERT_EQ(host_.liveBlocks(), live) << n;

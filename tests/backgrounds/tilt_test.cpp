@@ -165,8 +165,8 @@ TEST(Tilt, WhatLiesToTheRightAndAboveComesToTheCentre) {
             column = x;
             row = y;
           }
-      EXPECT_NEAR(column, kWidth / 2, 1.5) << azimuth << ", " << angle;
-      EXPECT_NEAR(row, kHeight / 2, 1.5) << azimuth << ", " << angle;
+      EXPECT_NEAR(column, kWidth / 2.0, 1.5) << azimuth << ", " << angle;
+      EXPECT_NEAR(row, kHeight / 2.0, 1.5) << azimuth << ", " << angle;
       EXPECT_GT(brightest, 0.99);
     }
 }
