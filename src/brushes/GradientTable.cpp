@@ -15,9 +15,8 @@ void GradientTable::Segments<channels>::build(const std::vector<Stop>& stops, co
   for (std::size_t i = 0; i < n; ++i)
     ascending = ascending && (i == 0 ? positions[0] == positions[0] : positions[i - 1] <= positions[i]);
 
-  // At least eight entries, so that a whole vector can be loaded.
-  const std::size_t entries = std::max<std::size_t>(n + 1, kLanes);
-  small = n + 1 <= static_cast<std::size_t>(kLanes);
+  // Whole vectors.
+  const std::size_t entries = (n + kLanes) / kLanes * kLanes;
   for (auto* table : {&start, &invLength, &cubic, &square, &linear}) table->assign(entries, 0.0f);
   for (std::size_t c = 0; c < channels; ++c) {
     base[c].assign(entries, 1.0f);
@@ -48,7 +47,13 @@ void GradientTable::Segments<channels>::build(const std::vector<Stop>& stops, co
 
 template <std::size_t channels>
 Float8 GradientTable::Segments<channels>::at(const std::vector<float>& table, Int8 index) const {
-  return small ? lookUp(loadUnaligned(table.data()), index) : gather(table.data(), index);
+  // Permutations of a few vectors: a gather costs more than a dozen of them.
+  Float8 value = lookUp(loadUnaligned(table.data()), index);
+  for (std::size_t first = kLanes; first < table.size(); first += kLanes) {
+    const Mask8 here = shiftRight<3>(index) == splat(static_cast<int>(first / kLanes));
+    value = select(here, lookUp(loadUnaligned(&table[first]), index), value);
+  }
+  return value;
 }
 
 template <std::size_t channels>

@@ -27,12 +27,11 @@ class GradientTable {
   Float8 evaluate(Float8 t, Block& colour) const;
 
  private:
-  /// The segments of one list of stops, as the arrays that lanes look up in. Segment 0 lies before the first
-  /// stop, the last behind the last stop. A channel is `base + change * s`.
+  /// The segments of one list of stops, as arrays of whole vectors that lanes look up in. Segment 0 lies
+  /// before the first stop, the last behind the last stop. A channel is `base + change * s`.
   template <std::size_t channels>
   struct Segments {
     bool ascending = true;
-    bool small = true;             ///< all segments fit one vector
     std::vector<float> positions;  ///< of the stops
     std::vector<float> start;      ///< position of the segment's first stop
     std::vector<float> invLength;  ///< 1 / its length

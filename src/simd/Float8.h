@@ -125,10 +125,8 @@ inline Int8 floatToBits(Float8 a) { return {_mm256_castps_si256(a.v)}; }
 /// -1 where the mask is set, else 0.
 inline Int8 toInt(Mask8 mask) { return {_mm256_castps_si256(mask.v)}; }
 
-/// Lane i is `table`'s lane index[i], an index from 0 to 7.
+/// Lane i is `table`'s lane index[i] mod 8.
 inline Float8 lookUp(Float8 table, Int8 index) { return {_mm256_permutevar8x32_ps(table.v, index.v)}; }
-/// Lane i is table[index[i]].
-inline Float8 gather(const float* table, Int8 index) { return {_mm256_i32gather_ps(table, index.v, 4)}; }
 
 /// The largest of the eight lanes, which must be numbers.
 inline float horizontalMax(Float8 a) {

@@ -39,6 +39,18 @@ TEST(Float8, HorizontalMaxFindsTheLargestInEveryLane) {
   }
 }
 
+TEST(Float8, LookUpTakesTheLaneThatTheIndexNamesModuloEight) {
+  const Int8 index = toIntTruncated(splat(9.0f) - laneIndex());
+  const Lanes out = lanes(lookUp(laneIndex() * splat(10.0f), index));
+  const float expected[8] = {10, 0, 70, 60, 50, 40, 30, 20};
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(out.v[i], expected[i]);
+}
+
+TEST(Float8, MaskAsIntegerIsMinusOneWhereSet) {
+  const Lanes out = lanes(toFloat(toInt(laneIndex() < splat(3.0f))));
+  for (int i = 0; i < 8; ++i) EXPECT_EQ(out.v[i], i < 3 ? -1.0f : 0.0f);
+}
+
 TEST(Float8, DeinterleaveSplitsPixelsIntoPlanesAndInterleaveJoinsThem) {
   alignas(32) float pixels[24];
   for (int i = 0; i < 24; ++i) pixels[i] = static_cast<float>(i);
