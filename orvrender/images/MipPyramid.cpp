@@ -4,7 +4,7 @@
 #include <bit>
 #include <new>
 
-#include "host/row_loop.h"
+#include "orvrender/images/image_rows.h"
 
 namespace orv::host {
 namespace {
@@ -39,7 +39,8 @@ std::vector<Taps> tapsOf(std::uint32_t source, std::uint32_t target) {
 /// Averages a plane of `channels` interleaved floats.
 void shrink(const float* from, std::uint32_t fromWidth, float* to, const std::vector<Taps>& columns,
             const std::vector<Taps>& rows, std::size_t channels) {
-  forEachRow(static_cast<std::uint32_t>(rows.size()), 1, [&](std::uint32_t y) {
+  const std::uint64_t pixels = std::uint64_t{columns.size()} * rows.size();
+  forEachImageRow(static_cast<std::uint32_t>(rows.size()), pixels, [&](std::uint32_t y) {
     const Taps& row = rows[y];
     float* out = to + y * columns.size() * channels;
     for (const Taps& column : columns) {

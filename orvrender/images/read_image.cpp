@@ -7,9 +7,9 @@
 #include <cstring>
 #include <vector>
 
-#include "host/row_loop.h"
 #include "orvrender/images/ImageError.h"
 #include "orvrender/images/Orientation.h"
+#include "orvrender/images/image_rows.h"
 
 namespace orv::host {
 namespace {
@@ -41,7 +41,8 @@ class BlockWriter {
   void write(const Window& window, const std::byte* block) const {
     const Window inside = intersection(window, source_.map());
     if (inside.isEmpty()) return;
-    forEachRow(static_cast<std::uint32_t>(inside.height()), 1, [&](std::uint32_t row) {
+    const auto pixels = static_cast<std::uint64_t>(inside.width() * inside.height());
+    forEachImageRow(static_cast<std::uint32_t>(inside.height()), pixels, [&](std::uint32_t row) {
       const std::int64_t y = inside.y0 + row;
       if (format() == OIIO::TypeDesc::UINT8) {
         writeCodes(window, inside, y, reinterpret_cast<const std::uint8_t*>(block));
@@ -198,7 +199,8 @@ std::uint64_t repair(Pixels& pixels, std::size_t begin, std::size_t end, bool is
 std::uint64_t repair(Pixels& pixels, bool isStraight) {
   constexpr std::size_t kRun = 2048;
   std::atomic<std::uint64_t> replaced{0};
-  forEachRow(static_cast<std::uint32_t>((pixels.count() + kRun - 1) / kRun), 1, [&](std::uint32_t run) {
+  const auto runs = static_cast<std::uint32_t>((pixels.count() + kRun - 1) / kRun);
+  forEachImageRow(runs, pixels.count(), [&](std::uint32_t run) {
     const std::size_t begin = run * kRun;
     const std::uint64_t found = repair(pixels, begin, std::min(begin + kRun, pixels.count()), isStraight);
     if (found > 0) replaced.fetch_add(found, std::memory_order_relaxed);
