@@ -123,6 +123,17 @@ TEST_F(PaintTest, AMissingImageIsNamedAndLeavesNoFile) {
   EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
 }
 
+TEST_F(PaintTest, AMissingImageInsideAPinIsNamedAndLeavesNoFile) {
+  scene_ = folder_.put("s.json", R"({"version": 1, "size": [64, 32],
+    "background": {"type": "color", "color": [0, 0, 0]},
+    "pins": [{"shape": "rect", "azimuth": 0, "elevation": 0, "halfWidth": 20, "halfHeight": 20,
+              "fill": {"type": "image", "path": "none.png"}}]})");
+  const Outcome run = paint({"-o", folder_ / "a.exr"});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_THAT(run.err, HasSubstr("Failed to find image '" + (folder_ / "none.png") + "'"));
+  EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
+}
+
 TEST_F(PaintTest, AFallbackIsWrittenWhenItIsAllowed) {
   scene_ = folder_.put("s.json", kMissingImage);
   const Outcome run = paint({"-o", folder_ / "a.pfm", "--allow-fallback"});
