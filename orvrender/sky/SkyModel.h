@@ -31,12 +31,12 @@ class SkyModel {
   void paintSky(const SkyConditions& conditions, const SunPlace& sun, float* rgb, std::uint32_t width,
                 std::uint32_t height) const;
 
+  Atmosphere air_{1, 0, 0};
   // What the tables were built for.
   double turbidity_ = kNone, ozone_ = kNone, groundAlbedo_ = kNone;
   double sunElevation_ = kNone;
   std::uint32_t airBuilds_ = 0, viewBuilds_ = 0;
 
-  Atmosphere air_{1, 0, 0};
   TransmittanceTable transmittance_;
   MultipleScatteringTable multiple_;
   SkyView view_;
