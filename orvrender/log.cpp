@@ -26,10 +26,12 @@ Log& theLog() {
 std::string formatLine(const char* format, std::va_list arguments) {
   std::va_list again;
   va_copy(again, arguments);
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_copy has made it
   const int length = std::vsnprintf(nullptr, 0, format, again);
   va_end(again);
   if (length < 0) return "a log message could not be formatted";
   std::string line(static_cast<std::size_t>(length), '\0');
+  // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it
   std::vsnprintf(line.data(), line.size() + 1, format, arguments);
   while (!line.empty() && line.back() == '\n') line.pop_back();
   for (char& c : line) {

@@ -40,10 +40,14 @@ orvImage* ImageLibrary::load(const std::string& path, orvTexture_profile profile
           "them\n",
           path.c_str(), static_cast<unsigned long long>(read.replacedPixels));
     }
-    entries_.push_back(
-        {std::make_unique<HostImage>(path, profile, std::move(read.pixels)), stamp, 1, cached});
+    auto image = std::make_unique<HostImage>(path, profile, std::move(read.pixels));
+    Entry& entry = entries_.emplace_back();
+    entry.image = std::move(image);
+    entry.stamp = stamp;
+    entry.users = 1;
+    entry.shared = cached;
     trim();
-    return entries_.back().image.get();
+    return entry.image.get();
   } catch (const ImageError& error) {
     orv_critical("%s: %s\n", path.c_str(), error.what());
   } catch (const std::bad_alloc&) {

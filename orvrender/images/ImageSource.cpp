@@ -56,7 +56,8 @@ Encoding encodingOf(const OIIO::ImageSpec& spec) {
 }
 
 bool isCoded(const OIIO::ImageSpec& spec) {
-  return spec.format == OIIO::TypeDesc::UINT8 || spec.format == OIIO::TypeDesc::UINT16;
+  const auto type = spec.format.basetype;
+  return type == OIIO::TypeDesc::UINT8 || type == OIIO::TypeDesc::UINT16;
 }
 
 }  // namespace
@@ -147,7 +148,7 @@ void ImageSource::require(bool done) {
   if (!done) failToRead(kind_, input_->geterror());
 }
 
-void ImageSource::readRows(std::int64_t y0, std::int64_t y1, OIIO::TypeDesc format, void* out,
+void ImageSource::readRows(std::int64_t y0, std::int64_t y1, const OIIO::TypeDesc& format, void* out,
                            OIIO::stride_t columnStride, OIIO::stride_t rowStride) {
   // Of files other than OpenEXR the reader counts rows from the file's own origin.
   const std::int64_t origin = kind_ == FileKind::openexr ? 0 : spec_.y;
@@ -155,7 +156,7 @@ void ImageSource::readRows(std::int64_t y0, std::int64_t y1, OIIO::TypeDesc form
                                  channels_.begin(), channels_.end(), format, out, columnStride, rowStride));
 }
 
-void ImageSource::readTiles(const Window& window, OIIO::TypeDesc format, void* out) {
+void ImageSource::readTiles(const Window& window, const OIIO::TypeDesc& format, void* out) {
   const std::int64_t originX = kind_ == FileKind::openexr ? 0 : spec_.x;
   const std::int64_t originY = kind_ == FileKind::openexr ? 0 : spec_.y;
   require(input_->read_tiles(part_, 0, static_cast<int>(window.x0 + originX),

@@ -49,10 +49,10 @@ class ImageSource {
   const Window& map() const { return map_; }
 
   /// Reads all columns of rows y0 to y1 of a file without tiles, channels `channels().begin()` to `.end()`.
-  void readRows(std::int64_t y0, std::int64_t y1, OIIO::TypeDesc format, void* out,
+  void readRows(std::int64_t y0, std::int64_t y1, const OIIO::TypeDesc& format, void* out,
                 OIIO::stride_t columnStride = OIIO::AutoStride, OIIO::stride_t rowStride = OIIO::AutoStride);
   /// Reads whole tiles, or those parts of tiles that lie inside the data window, packed.
-  void readTiles(const Window& window, OIIO::TypeDesc format, void* out);
+  void readTiles(const Window& window, const OIIO::TypeDesc& format, void* out);
   /// Throws when the reader has complained about pixels that it has filled in on its own.
   void finish();
 

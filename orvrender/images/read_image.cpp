@@ -156,7 +156,7 @@ bool readDirectly(ImageSource& source, Pixels& out) {
   const Window& data = source.data();
   const Window& map = source.map();
   const Window wanted = intersection(data, map);
-  const bool isFloat = spec.format == OIIO::TypeDesc::FLOAT || spec.format == OIIO::TypeDesc::HALF;
+  const bool isFloat = spec.format.is_floating_point();
   const bool asStored = isFloat && spec.tile_width == 0 && !out.alpha && source.channels().areConsecutive();
   if (!asStored || wanted.x0 != data.x0 || wanted.x1 != data.x1) return false;
 
