@@ -11,7 +11,8 @@ ImageFill::ImageFill(const ImageBrush& brush)
     : PinFill(brush), adjustment_(brush.adjustments()), path_(brush.path()) {}
 
 bool ImageFill::prepare(BlockedPainter& painter) {
-  image_ = painter.loadImage(path_);
+  release(painter);
+  image_ = painter.loadImage(path_).release();
   if (!image_) return false;
   if (painter.smoothing()) {
     lookup_ = &orvImage::lookup_filtered;
@@ -23,7 +24,10 @@ bool ImageFill::prepare(BlockedPainter& painter) {
   return true;
 }
 
-void ImageFill::release(BlockedPainter&) { image_.reset(); }
+void ImageFill::release(BlockedPainter& painter) {
+  if (image_) painter.freeImage(image_);
+  image_ = nullptr;
+}
 
 Shading ImageFill::shadeRun(const PixelRun& run, FillScratch& scratch) const {
   for (std::size_t i = 0; i < run.blocks; ++i) lookUpBlock(run, i, scratch);
@@ -54,7 +58,7 @@ void ImageFill::lookUpBlock(const PixelRun& run, std::size_t block, FillScratch&
       lookup.dsdy = run.changes[1][pixel] * 0.5f;
       lookup.dtdx = run.changes[2][pixel] * -0.5f;
       lookup.dtdy = run.changes[3][pixel] * -0.5f;
-      (*image_.*lookup_)(lookup);
+      (image_->*lookup_)(lookup);
     }
     colour.r[lane] = lookup.rgba[0];
     colour.g[lane] = lookup.rgba[1];

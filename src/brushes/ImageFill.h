@@ -32,7 +32,7 @@ class ImageFill final : public PinFill {
  private:
   void lookUpBlock(const PixelRun& run, std::size_t block, FillScratch& scratch) const;
 
-  HostImage image_;
+  orvImage* image_ = nullptr;  ///< the host's, from prepare to release
   void (orvImage::*lookup_)(orvImage_lookup&) const = nullptr;
   ColorAdjustment adjustment_;
   std::string path_;

@@ -15,7 +15,6 @@ void ImageRelease::operator()(orvImage* image) const { painter->freeImage(image)
 BlockedPainter::BlockedPainter(PainterType type) : type_(type) { PixelMemory::instance().attach(); }
 
 BlockedPainter::~BlockedPainter() {
-  // Fills may hold images, which go back to the host through the painter.
   pins_.clear();
   PixelMemory::instance().detach();
 }
