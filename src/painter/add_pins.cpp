@@ -10,12 +10,13 @@
 #include "pins/fill_factory.h"
 #include "shapes/CirclePinShape.h"
 #include "shapes/RectPinShape.h"
+#include "shapes/trigonometry.h"
 
 namespace orv::hdri::blockedAVX2 {
 
 float BlockedPainter::pixelAngle() const {
-  const float a = pinSizeScale_ * 6.2831855f / static_cast<float>(width_);
-  const float b = pinSizeScale_ * 3.1415927f / static_cast<float>(height_);
+  const float a = pinSizeScale_ * kTwoPi / static_cast<float>(width_);
+  const float b = pinSizeScale_ * kPi / static_cast<float>(height_);
   // The second when they are equal or one is no number.
   return a > b ? a : b;
 }
