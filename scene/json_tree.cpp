@@ -80,7 +80,8 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
 
   bool addNumber(Data data) {
     const auto overflow = overflows_.find(count_);
-    return add(overflow == overflows_.end() ? std::move(data) : OverflowingNumber{overflow->second});
+    if (overflow != overflows_.end()) data.emplace<OverflowingNumber>(overflow->second);
+    return add(std::move(data));
   }
 
   bool open(Data data) {
