@@ -364,7 +364,8 @@ TEST_F(Pins, OfHostileSizesLeaveNumbersInTheMap) {
         painter->addRectPin({.elevation = 1.5f, .halfWidth = size, .halfHeight = size, .cornerRadius = size},
                             BackgroundBrush(1e30f, kNan));
       }
-    for (const Rgb& pixel : painter->paint()->pixels)
+    const auto map = painter->paint();
+    for (const Rgb& pixel : map->pixels)
       EXPECT_TRUE(std::isfinite(pixel.r) && std::isfinite(pixel.g) && std::isfinite(pixel.b));
   }
 }
