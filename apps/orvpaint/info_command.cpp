@@ -52,7 +52,7 @@ std::string imageNote(const std::string& folder, const std::string& path) {
 }
 
 std::string paintText(const scene::SceneBrush& brush, const std::string& folder) {
-  const std::string type(scene::kBrushTypes.nameOf(brush.kind()));
+  std::string type(scene::kBrushTypes.nameOf(brush.kind()));
   if (const auto* color = std::get_if<scene::ColorPaint>(&brush.paint)) {
     const auto& [r, g, b] = color->color;
     return type + " " + rgbText(static_cast<double>(r), static_cast<double>(g), static_cast<double>(b));
