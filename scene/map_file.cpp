@@ -117,8 +117,8 @@ void writePfm(const hdri::EnvImage& map, OutputFile& file, const MapFileOptions&
   }
 }
 
-bool writeBands(OIIO::ImageOutput& output, const hdri::EnvImage& map, OIIO::TypeDesc type, const void* pixels,
-                const MapFileOptions& options) {
+bool writeBands(OIIO::ImageOutput& output, const hdri::EnvImage& map, const OIIO::TypeDesc& type,
+                const void* pixels, const MapFileOptions& options) {
   const std::size_t rowBytes = static_cast<std::size_t>(map.width) * 3 * type.size();
   for (int y = 0; y < map.height; y += kBandRows) {
     const int end = std::min(y + kBandRows, map.height);

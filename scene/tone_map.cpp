@@ -17,7 +17,7 @@ std::uint8_t toneMapped(float linear, float gain) {
   // y = x (2.51 x + 0.03) / (x (2.43 x + 0.59) + 0.14)
   const float y = std::min(x * (2.51f * x + 0.03f) / (x * (2.43f * x + 0.59f) + 0.14f), 1.0f);
   const float encoded = y <= 0.0031308f ? 12.92f * y : 1.055f * std::pow(y, 1.0f / 2.4f) - 0.055f;
-  return static_cast<std::uint8_t>(encoded * 255.0f + 0.5f);
+  return static_cast<std::uint8_t>(std::lround(encoded * 255.0f));
 }
 
 std::vector<std::uint8_t> toneMap(const hdri::EnvImage& map, float stops) {
