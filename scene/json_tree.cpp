@@ -80,7 +80,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
 
   bool addNumber(Data data) {
     const auto overflow = overflows_.find(count_);
-    if (overflow != overflows_.end()) data.emplace<OverflowingNumber>(overflow->second);
+    if (overflow != overflows_.end()) data = OverflowingNumber{overflow->second};
     return add(std::move(data));
   }
 

@@ -1,11 +1,11 @@
 #include "scene/tone_map.h"
 
-#include <tbb/blocked_range.h>
-#include <tbb/parallel_for.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
+
+#include "host/row_loop.h"
 
 namespace orv::scene {
 
@@ -23,12 +23,14 @@ std::uint8_t toneMapped(float linear, float gain) {
 std::vector<std::uint8_t> toneMap(const hdri::EnvImage& map, float stops) {
   std::vector<std::uint8_t> bytes(map.pixels.size() * 3);
   const float gain = std::exp2(stops);
-  tbb::parallel_for(tbb::blocked_range<std::size_t>(0, map.pixels.size(), 4096), [&](const auto& range) {
-    for (std::size_t i = range.begin(); i != range.end(); ++i) {
-      const hdri::Rgb& pixel = map.pixels[i];
-      bytes[3 * i] = toneMapped(pixel.r, gain);
-      bytes[3 * i + 1] = toneMapped(pixel.g, gain);
-      bytes[3 * i + 2] = toneMapped(pixel.b, gain);
+  const auto width = static_cast<std::size_t>(map.width);
+  forEachRow(static_cast<std::uint32_t>(map.height), 1, [&](std::size_t y) {
+    const hdri::Rgb* pixel = map.pixels.data() + y * width;
+    std::uint8_t* out = bytes.data() + 3 * y * width;
+    for (const hdri::Rgb* const end = pixel + width; pixel != end; ++pixel, out += 3) {
+      out[0] = toneMapped(pixel->r, gain);
+      out[1] = toneMapped(pixel->g, gain);
+      out[2] = toneMapped(pixel->b, gain);
     }
   });
   return bytes;
