@@ -9,7 +9,7 @@
 namespace orv::hdri::blockedAVX2 {
 namespace {
 
-constexpr std::size_t kBigBlock = std::size_t{32} << 20;
+constexpr std::size_t kBigBlock = std::size_t{8} << 20;
 constexpr std::size_t kHugePage = std::size_t{2} << 20;
 
 std::size_t roundedToHugePages(std::size_t bytes) { return (bytes + kHugePage - 1) & ~(kHugePage - 1); }

@@ -6,7 +6,7 @@
 
 namespace orv::hdri::blockedAVX2 {
 
-/// Where results' pixels come from. Blocks of 32 MB and more are aligned for huge pages, because page faults
+/// Where results' pixels come from. Blocks of 8 MB and more are aligned for huge pages, because page faults
 /// and not arithmetic are what a fresh map costs; the newest of them that comes back is kept for the next
 /// paint as long as any painter lives. Thread-safe.
 class PixelMemory final : public std::pmr::memory_resource {
