@@ -1,6 +1,5 @@
 #pragma once
 
-#include <tbb/blocked_range.h>
 #include <tbb/parallel_for.h>
 #include <tbb/partitioner.h>
 #include <tbb/task_group.h>
@@ -57,13 +56,12 @@ class LoopOrder {
 template <typename Body>
 void forEachRow(std::uint32_t end, std::uint32_t step, const Body& body) {
   tbb::task_group_context context;
-  const std::uint32_t steps = end / step + (end % step != 0);
-  const auto run = [&](const tbb::blocked_range<std::uint32_t>& range) {
+  const auto run = [&](std::uint32_t y) {
     const LoopOrder::Body order;
-    for (std::uint32_t i = range.begin(); i != range.end(); ++i) body(i * step);
+    body(y);
   };
   const LoopOrder order;
-  tbb::parallel_for(tbb::blocked_range<std::uint32_t>(0, steps, 1), run, tbb::auto_partitioner(), context);
+  tbb::parallel_for(std::uint32_t{0}, end, step, run, tbb::auto_partitioner(), context);
 }
 
 }  // namespace orv

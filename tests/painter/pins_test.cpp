@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <tbb/global_control.h>
 
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -199,9 +200,9 @@ TEST_F(Pins, ShowAnImageWithItsTopAtTheSecondAxis) {
 TEST_F(Pins, OfACircleHandNoFootprintOver) {
   // Left-overs of a rectangle's footprint would show.
   host().images["a.exr"] = std::make_unique<FakeImage>(4, 2);
-  bool still = true;
+  std::atomic<bool> still = true;
   host().images["a.exr"]->onLookupFiltered = [&](orvImage_lookup& l) {
-    still = still && l.dsdx == 0.0f && l.dsdy == 0.0f && l.dtdx == 0.0f && l.dtdy == 0.0f;
+    if (l.dsdx != 0.0f || l.dsdy != 0.0f || l.dtdx != 0.0f || l.dtdy != 0.0f) still = false;
   };
   painter->setOptions({1, 0});
   painter->addRectPin(rect(), GradientBrush());
