@@ -9,10 +9,8 @@ install(DIRECTORY src/host/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvrender
   FILES_MATCHING PATTERN "*.h" PATTERN AlignedObject.h EXCLUDE PATTERN row_loop.h EXCLUDE)
 install(FILES orvrender/orvHost.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvrender)
 
-if(TARGET orvpaint)
-  install(TARGETS orvpaint RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(FILES scene/scene.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/orvhdri)
-endif()
+install(TARGETS orvpaint RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES scene/scene.schema.json DESTINATION ${CMAKE_INSTALL_DATADIR}/orvhdri)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvhdri)
 install(EXPORT orvhdriTargets NAMESPACE orvhdri:: DESTINATION ${package_dir})

@@ -42,7 +42,8 @@ struct orvImage_lookup {
 /// threads. The order of operations is part of the interface.
 class orvImage {
  public:
-  /// 1: reads the pixel (x, y), row 0 at the top, into three floats (red, green, blue).
+  /// 1: reads the pixel (x, y), row 0 at the top, into three floats (red, green, blue), associated with
+  /// alpha.
   virtual void get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const = 0;
   /// 2: chooses how `lookup` and `lookup_filtered` filter; called before look-ups start, on one thread.
   virtual void set_filter_mode(orvFilter_mode mode) = 0;
@@ -52,7 +53,8 @@ class orvImage {
   virtual std::uint32_t height() const = 0;
   /// 5: whether the file has an alpha channel.
   virtual bool has_alpha() const = 0;
-  /// 6: width x height interleaved RGB floats, rows packed from the top; lives as long as the image.
+  /// 6: width x height interleaved RGB floats associated with alpha, rows packed from the top; lives as long
+  /// as the image.
   virtual const float* pixels() const = 0;
   /// 7: the path that the image was loaded from, zero-terminated; lives as long as the image.
   virtual const char* path() const = 0;
