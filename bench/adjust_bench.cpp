@@ -20,26 +20,16 @@
 #endif
 
 #include "backgrounds/BlurSettings.h"
+#include "backgrounds/PaintContext.h"
 #include "backgrounds/blur.h"
 #include "backgrounds/tilt.h"
 #include "bench/interleaved.h"
-#include "painter/BlockedMap.h"
-#include "painter/BlockedPainter.h"
+#include "maps/BlockedMap.h"
 
 namespace {
 
 using namespace orv::hdri;
 using namespace orv::hdri::blockedAVX2;
-
-struct Destroy {
-  void operator()(IPainter* painter) const { destroyAVX2Painter(painter); }
-};
-
-/// A painter without a scene: progress goes nowhere.
-const BlockedPainter& silentPainter() {
-  static const std::unique_ptr<IPainter, Destroy> painter(createAVX2Painter());
-  return static_cast<const BlockedPainter&>(*painter);
-}
 
 BlockedMap picture(std::uint32_t width) {
   BlockedMap map(width, width / 2);
@@ -85,7 +75,7 @@ void blurMap(benchmark::State& state) {
     state.SkipWithError("no kernel of this radius");
     return;
   }
-  const auto own = [&] { blur(map, settings, silentPainter()); };
+  const auto own = [&] { blur(map, settings, PaintContext()); };
 #ifdef ORVHDRI_BENCH_OPENCV
   const auto size = static_cast<int>(width);
   const cv::Mat from(size / 2, size, CV_32FC3, cv::Scalar(1, 2, 3));
@@ -114,7 +104,7 @@ void tiltMap(benchmark::State& state) {
   const auto width = static_cast<std::uint32_t>(state.range(0));
   const auto angle = static_cast<float>(state.range(1)) * 0.1f;
   BlockedMap map = picture(width);
-  const auto own = [&] { tilt(map, TiltSettings(0.5f, angle)); };
+  const auto own = [&] { tilt(map, {}, TiltSettings(0.5f, angle)); };
 #ifdef ORVHDRI_BENCH_OPENCV
   const auto columns = static_cast<int>(width);
   const cv::Mat from(columns / 2, columns, CV_32FC3, cv::Scalar(1, 2, 3));
@@ -147,7 +137,7 @@ void shiftMap(benchmark::State& state) {
   BlockedMap map = picture(width);
   const BlockedMap copy = picture(width);
   bench::compare(
-      state, "memcpy", [&] { tilt(map, TiltSettings(0.5f, 0)); },
+      state, "memcpy", [&] { tilt(map, {}, TiltSettings(0.5f, 0)); },
       [&] { std::memcpy(map.data(), copy.data(), map.bytes()); });
 }
 

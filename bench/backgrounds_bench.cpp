@@ -19,7 +19,7 @@
 #include "hdri/ColorBrush.h"
 #include "hdri/GradientBrush.h"
 #include "hdri/IPainter.h"
-#include "painter/BlockedMap.h"
+#include "maps/BlockedMap.h"
 
 namespace {
 

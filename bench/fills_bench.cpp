@@ -14,12 +14,13 @@
 #include <string>
 #include <vector>
 
+#include "backgrounds/ColorBackground.h"
 #include "backgrounds/ImageBackground.h"
 #include "bench/interleaved.h"
-#include "brushes/BackgroundRotationFill.h"
-#include "brushes/GradientFill.h"
-#include "brushes/ImageFill.h"
-#include "brushes/SolidColorFill.h"
+#include "fills/BackgroundRotationFill.h"
+#include "fills/GradientFill.h"
+#include "fills/ImageFill.h"
+#include "fills/SolidColorFill.h"
 #include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
 #include "hdri/GradientBrush.h"
@@ -32,43 +33,44 @@ namespace {
 using namespace orv::hdri;
 using namespace orv::hdri::blockedAVX2;
 
-/// A run of pixels across a pin, over a row of the map.
+/// A batch of pixels across a pin, over a row of the map.
 class Row {
  public:
   Row()
-      : planes_(std::make_unique<RunPlanes>()),
+      : planes_(std::make_unique<BatchPlanes>()),
         scratch_(std::make_unique<FillScratch>()),
-        pixels_(kRunBlocks) {
-    run_ = planes_->run();
-    run_.blocks = kRunBlocks;
-    const std::size_t count = 8 * kRunBlocks;
+        pixels_(kBatchBlocks) {
+    batch_ = planes_->batch();
+    batch_.blocks = kBatchBlocks;
+    batch_.color = pixels_.data();
+    const std::size_t count = 8 * kBatchBlocks;
     for (std::size_t i = 0; i < count; ++i) {
       const float x = static_cast<float>(i) / static_cast<float>(count);
-      run_.u[i] = 2.0f * x - 1.0f;
-      run_.v[i] = 0.3f - 0.4f * x;
-      run_.weight[i] = 0.25f + 0.5f * x;
-      run_.changes[0][i] = 0.004f;
-      run_.changes[1][i] = 0.001f;
-      run_.changes[2][i] = -0.001f;
-      run_.changes[3][i] = 0.004f;
+      batch_.u[i] = 2.0f * x - 1.0f;
+      batch_.v[i] = 0.3f - 0.4f * x;
+      batch_.weight[i] = 0.25f + 0.5f * x;
+      batch_.changes[0][i] = 0.004f;
+      batch_.changes[1][i] = 0.001f;
+      batch_.changes[2][i] = -0.001f;
+      batch_.changes[3][i] = 0.004f;
       const float a = 3.0f * x;
-      run_.directionWorld[0][i] = std::cos(a) * 0.8f;
-      run_.directionWorld[1][i] = std::sin(a) * 0.8f;
-      run_.directionWorld[2][i] = 0.6f;
+      batch_.directionWorld[0][i] = std::cos(a) * 0.8f;
+      batch_.directionWorld[1][i] = std::sin(a) * 0.8f;
+      batch_.directionWorld[2][i] = 0.6f;
     }
     clear();
   }
 
   void clear() { std::memset(static_cast<void*>(pixels_.data()), 0, pixels_.size() * sizeof(Block)); }
-  void composite(const PinFill& fill) { fill.compositeRun(run_, pixels_.data(), *scratch_); }
-  const PixelRun& run() const { return run_; }
+  void composite(const PinFill& fill) { fill.composite(batch_, *scratch_); }
+  const PixelBatch& batch() const { return batch_; }
   std::vector<Block>& pixels() { return pixels_; }
 
  private:
-  std::unique_ptr<RunPlanes> planes_;
+  std::unique_ptr<BatchPlanes> planes_;
   std::unique_ptr<FillScratch> scratch_;
   std::vector<Block> pixels_;
-  PixelRun run_;
+  PixelBatch batch_;
 };
 
 /// Compares two ways over a row, each `repeats` times, and counts nanoseconds a block.
@@ -85,7 +87,7 @@ void compareBlocks(benchmark::State& state, const std::string& peerName, int rep
     };
   };
   bench::compare(state, peerName, repeated(subject), repeated(peer));
-  const double blocks = static_cast<double>(count) * static_cast<double>(kRunBlocks);
+  const double blocks = static_cast<double>(count) * static_cast<double>(kBatchBlocks);
   state.counters["ns_per_block"] = state.counters["own_ms"].value * 1e6 / blocks;
   state.counters[peerName + "_ns"] = state.counters[peerName + "_ms"].value * 1e6 / blocks;
 }
@@ -101,17 +103,17 @@ std::unique_ptr<SolidColorFill> solid(BlendMode mode = BlendMode::mix) {
   return make<SolidColorFill>(brush);
 }
 
-void solidColour(benchmark::State& state) {
+void solidColor(benchmark::State& state) {
   Row row, copied;
   const auto fill = solid(static_cast<BlendMode>(state.range(0)));
   compareBlocks(
       state, "memcpy", 4000, [&] { row.composite(*fill); },
       [&] {
         std::memcpy(static_cast<void*>(copied.pixels().data()), row.pixels().data(),
-                    kRunBlocks * sizeof(Block));
+                    kBatchBlocks * sizeof(Block));
       });
 }
-BENCHMARK(solidColour)->DenseRange(0, 3)->Iterations(1)->UseManualTime();
+BENCHMARK(solidColor)->DenseRange(0, 3)->Iterations(1)->UseManualTime();
 
 std::unique_ptr<GradientBrush> gradient(std::int64_t stops) {
   auto brush = std::make_unique<GradientBrush>();
@@ -137,8 +139,8 @@ void gradientOfStops(benchmark::State& state) {
   compareBlocks(
       state, "scalar", 400, [&] { row.composite(*fill); },
       [&] {
-        for (std::size_t i = 0; i < 8 * kRunBlocks; ++i) {
-          const float t = (row.run().u[i] * 0.8660254f + row.run().v[i] * 0.5f + 1.0f) * 0.5f;
+        for (std::size_t i = 0; i < 8 * kBatchBlocks; ++i) {
+          const float t = (row.batch().u[i] * 0.8660254f + row.batch().v[i] * 0.5f + 1.0f) * 0.5f;
           const Rgb color = brush->evalColor(t);
           sum += color.r + color.g + color.b + brush->evalCurve(t);
         }
@@ -200,7 +202,8 @@ void image(benchmark::State& state) {
   ImageBrush brush(picture.path());
   brush.setMode(BlendMode::mix);
   const auto fill = make<ImageFill>(brush);
-  if (!fill->prepare(picture.painter())) {
+  const ColorBackground black(ColorBrush(0, 0, 0));
+  if (!fill->prepare(picture.painter().context(), black)) {
     state.SkipWithError("the picture can not be loaded");
     return;
   }
@@ -208,19 +211,19 @@ void image(benchmark::State& state) {
   const auto peer = solid();
   compareBlocks(
       state, "solid", 20, [&] { row.composite(*fill); }, [&] { row.composite(*peer); });
-  fill->release(picture.painter());
+  fill->release();
 }
 BENCHMARK(image)->ArgName("filtered")->Arg(0)->Arg(1)->Iterations(1)->UseManualTime();
 
 void rotatedBackground(benchmark::State& state) {
   Picture picture;
-  picture.painter().noteBackgroundFill();
-  picture.painter().setBackground(ImageBrush(picture.path()));
-  picture.painter().paint();
   BackgroundBrush brush(40.0f, 20.0f);
+  picture.painter().setBackground(ImageBrush(picture.path()));
+  picture.painter().addCirclePin({.radius = 0.1f}, brush);
+  picture.painter().paint();
   brush.setMode(BlendMode::mix);
   const auto fill = make<BackgroundRotationFill>(brush);
-  fill->setBackground(picture.painter().background());
+  fill->prepare(picture.painter().context(), *picture.painter().background());
   Row row;
   const auto peer = solid();
   compareBlocks(

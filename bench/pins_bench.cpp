@@ -61,11 +61,11 @@ std::unique_ptr<BlockedPainter> makePainter() {
 
 /// Blocks that a painter's pins are laid over, after a paint.
 double countBlocks(const BlockedPainter& painter) {
-  const PassPlan plan(kWidth, painter.pins(), kNeedsSoftEdge);
+  const PassPlan plan(kWidth, kHeight, painter.pins(), kNeedsSoftEdge);
   AzimuthSpans spans;
   double blocks = 0;
   for (const PlannedPin& pin : plan.pins()) {
-    for (std::int32_t y = pin.firstRow; y <= pin.lastRow; ++y) {
+    for (std::int32_t y = pin.rows.first; y <= pin.rows.last; ++y) {
       pin.shape->azimuthSpans((0.5f - (static_cast<float>(y) + 0.5f) / kHeight) * kPi, spans);
       for (const AzimuthSpan& span : spans) {
         const BlockRange range = plan.blocksOf(span);
@@ -126,7 +126,7 @@ void boxes(benchmark::State& state) {
 /// The scalar peer: the same circles over the same columns, one pixel after the other.
 void paintScalar(const BlockedPainter& painter, const std::vector<CirclePinParams>& circles,
                  std::vector<float>& rgb) {
-  const PassPlan plan(kWidth, painter.pins(), kNeedsSoftEdge);
+  const PassPlan plan(kWidth, kHeight, painter.pins(), kNeedsSoftEdge);
   const float pixelAngle = 1.5f * kPi / kHeight;
   tbb::parallel_for(0, kHeight, [&](int y) {
     const float latitude = (0.5f - (static_cast<float>(y) + 0.5f) / kHeight) * kPi;
@@ -140,7 +140,7 @@ void paintScalar(const BlockedPainter& painter, const std::vector<CirclePinParam
     AzimuthSpans spans;
     for (std::size_t i = 0; i < circles.size(); ++i) {
       const PlannedPin& pin = plan.pins()[i];
-      if (y < pin.firstRow || y > pin.lastRow) continue;
+      if (y < pin.rows.first || y > pin.rows.last) continue;
       pin.shape->azimuthSpans(latitude, spans);
       const CirclePinParams& circle = circles[i];
       const float sines = sine * std::sin(circle.elevation), cosines = cosine * std::cos(circle.elevation);

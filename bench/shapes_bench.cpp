@@ -32,7 +32,7 @@ struct Row {
   alignas(32) float elevation[8];
   alignas(32) float sinElevation[8];
   alignas(32) float cosElevation[8];
-  RunPlanes planes;
+  BatchPlanes planes;
 
   explicit Row(float centre) {
     for (std::size_t x = 0; x < kWidth; x += 8) {
@@ -51,20 +51,18 @@ struct Row {
     std::memset(static_cast<void*>(&planes), 0, sizeof planes);
   }
 
-  PixelRun run(std::size_t block, std::uint32_t needs, bool tables) {
-    PixelRun run = planes.run();
-    run.needs = needs;
-    run.blocks = kRunBlocks;
-    run.elevation = elevation;
-    run.sinElevation = sinElevation;
-    run.cosElevation = cosElevation;
-    run.azimuth = azimuth + 8 * block;
-    if (tables) {
-      run.sinAzimuth = sine + 8 * block;
-      run.cosAzimuth = cosine + 8 * block;
-      run.cosFromCentre = fromCentre + 8 * block;
-    }
-    return run;
+  PixelBatch batch(std::size_t block, std::uint32_t needs, bool table) {
+    PixelBatch batch = planes.batch();
+    batch.needs = needs;
+    batch.blocks = kBatchBlocks;
+    batch.elevation = elevation;
+    batch.sinElevation = sinElevation;
+    batch.cosElevation = cosElevation;
+    batch.azimuth = azimuth + 8 * block;
+    batch.sinAzimuth = sine + 8 * block;
+    batch.cosAzimuth = cosine + 8 * block;
+    if (table) batch.cosFromCentre = fromCentre + 8 * block;
+    return batch;
   }
 };
 
@@ -94,28 +92,11 @@ void reportBlocks(benchmark::State& state) {
                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-void runShape(benchmark::State& state, const PinShape& shape, std::uint32_t needs, bool tables) {
+void runShape(benchmark::State& state, const PinShape& shape, std::uint32_t needs, bool table) {
   const auto row = std::make_unique<Row>(circleParams().azimuth);
   for (auto _ : state) {
-    for (std::size_t block = 0; block < kBlocks; block += kRunBlocks) {
-      shape.evaluateRun(row->run(block, needs, tables));
-      benchmark::ClobberMemory();
-    }
-  }
-  reportBlocks(state);
-}
-
-void runBlocks(benchmark::State& state, const PinShape& shape, std::uint32_t needs) {
-  const auto row = std::make_unique<Row>(circleParams().azimuth);
-  PixelBatch batch{};
-  batch.needs = needs;
-  store(batch.elevation, load(row->elevation));
-  store(batch.sinElevation, load(row->sinElevation));
-  store(batch.cosElevation, load(row->cosElevation));
-  for (auto _ : state) {
-    for (std::size_t x = 0; x < kWidth; x += 8) {
-      store(batch.azimuth, load(row->azimuth + x));
-      shape.evaluate(batch);
+    for (std::size_t block = 0; block < kBlocks; block += kBatchBlocks) {
+      shape.evaluate(row->batch(block, needs, table));
       benchmark::ClobberMemory();
     }
   }
@@ -131,7 +112,7 @@ void scalarCircle(benchmark::State& state, bool full) {
   const float cosines = cosE * std::cos(params.elevation), sines = sinE * std::sin(params.elevation);
   for (auto _ : state) {
     for (std::size_t x = 0; x < kWidth; ++x) {
-      const std::size_t i = x % RunPlanes::kPixels;
+      const std::size_t i = x % BatchPlanes::kPixels;
       const float a = row->azimuth[x];
       float cosAngle;
       if (full) {
@@ -160,15 +141,15 @@ void scalarCircle(benchmark::State& state, bool full) {
 
 void runFalloff(benchmark::State& state, const PinShape& shape) {
   const auto row = std::make_unique<Row>(circleParams().azimuth);
-  shape.evaluateRun(row->run(128, kNeedsSoftEdge, true));
-  const PixelRun run = row->run(128, kNeedsSoftEdge, true);
-  alignas(32) static float weights[RunPlanes::kPixels];
+  shape.evaluate(row->batch(128, kNeedsSoftEdge, true));
+  const PixelBatch batch = row->batch(128, kNeedsSoftEdge, true);
+  alignas(32) static float weights[BatchPlanes::kPixels];
   std::memcpy(weights, row->planes.weight, sizeof weights);
   for (auto _ : state) {
-    for (std::size_t block = 0; block < kBlocks; block += kRunBlocks) {
+    for (std::size_t block = 0; block < kBlocks; block += kBatchBlocks) {
       // Weights shrink to denormal numbers when they are multiplied again and again.
       std::memcpy(row->planes.weight, weights, sizeof weights);
-      shape.curve().applyRun(run);
+      shape.curve().evaluate(batch);
       benchmark::ClobberMemory();
     }
   }
@@ -190,17 +171,14 @@ void registerAll() {
   add("circle/fast/table", [](benchmark::State& s) { runShape(s, circle, kNeedsSoftEdge, true); });
   add("circle/fast/computed", [](benchmark::State& s) { runShape(s, circle, kNeedsSoftEdge, false); });
   add("circle/fast/hard", [](benchmark::State& s) { runShape(s, circle, 0, true); });
-  add("circle/fast/blocks", [](benchmark::State& s) { runBlocks(s, circle, kNeedsSoftEdge); });
   add("circle/full/scalar", [](benchmark::State& s) { scalarCircle(s, true); });
   add("circle/full/table", [](benchmark::State& s) { runShape(s, circle, 0x30, true); });
   add("circle/full/computed", [](benchmark::State& s) { runShape(s, circle, 0x30, false); });
   add("circle/full/direction", [](benchmark::State& s) { runShape(s, circle, 0x50, true); });
-  add("circle/full/blocks", [](benchmark::State& s) { runBlocks(s, circle, 0x30); });
   add("rect/soft", [](benchmark::State& s) { runShape(s, rect, kNeedsSoftEdge, true); });
   add("rect/hard", [](benchmark::State& s) { runShape(s, rect, 0, true); });
   add("rect/rounded", [](benchmark::State& s) { runShape(s, roundedRect, kNeedsSoftEdge, true); });
   add("rect/changes", [](benchmark::State& s) { runShape(s, rect, 0x30, true); });
-  add("rect/blocks", [](benchmark::State& s) { runBlocks(s, rect, kNeedsSoftEdge); });
 
   for (const unsigned kind : {16u, 17u, 18u, 19u, 20u, 256u, 512u}) {
     add("falloff/circle/" + std::to_string(kind), [kind](benchmark::State& s) {

@@ -6,7 +6,7 @@ install(TARGETS orvhdri_avx2 orvrender orvhdri_brushes orvhdri_headers EXPORT or
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/hdri DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY src/host/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvrender
-  FILES_MATCHING PATTERN "*.h" PATTERN AlignedObject.h EXCLUDE PATTERN row_loop.h EXCLUDE)
+  FILES_MATCHING PATTERN "*.h")
 install(FILES orvrender/orvHost.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvrender)
 
 install(TARGETS orvpaint RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})

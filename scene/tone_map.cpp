@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "host/row_loop.h"
+#include "maps/row_loop.h"
 
 namespace orv::scene {
 

@@ -2,8 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <memory_resource>
 #include <new>
+#include <stdexcept>
 #include <vector>
 
 #include "hdri/Pixel.h"
@@ -46,6 +48,16 @@ class PixelAllocator {
   std::pmr::memory_resource* resource_;
 };
 
+/// The pixel count of an image, a 32-bit signed number.
+/// @throws std::length_error "vector too long" when it is negative or does not fit.
+inline std::int32_t checkedPixelCount(std::int64_t width, std::int64_t height) {
+  std::int64_t count = 0;
+  if (__builtin_mul_overflow(width, height, &count) || count < 0 ||
+      count > std::numeric_limits<std::int32_t>::max())
+    throw std::length_error("vector too long");
+  return static_cast<std::int32_t>(count);
+}
+
 /// A painted environment map: latitude-longitude, scene-linear RGB, 32-bit floats.
 ///
 /// Pixel (x, y) is `pixels[y * width + x]`. Row 0 is nearest the zenith (+z); row y has latitude
@@ -56,12 +68,15 @@ struct EnvImage {
   std::int32_t height;
   std::vector<Rgb, PixelAllocator<Rgb>> pixels;
 
-  /// Makes an image of width x height uninitialised pixels.
+  /// Makes an image of `w` x `h` uninitialised pixels.
   /// @param memory where the pixels' storage comes from; must outlive the image.
-  /// @throws std::length_error "vector too long" when width * height is negative or does not fit 32 bits;
+  /// @throws std::length_error "vector too long" when w * h is negative or does not fit 32 bits;
   ///         std::bad_alloc when there is no memory.
-  EnvImage(std::int32_t width, std::int32_t height,
-           std::pmr::memory_resource* memory = std::pmr::new_delete_resource());
+  EnvImage(std::int32_t w, std::int32_t h,
+           std::pmr::memory_resource* memory = std::pmr::new_delete_resource())
+      : width(w),
+        height(h),
+        pixels(static_cast<std::size_t>(checkedPixelCount(w, h)), PixelAllocator<Rgb>(memory)) {}
 };
 
 }  // namespace orv::hdri

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "host/row_loop.h"
+#include "maps/row_loop.h"
 
 namespace orv::host {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "host/row_loop.h"
+#include "maps/row_loop.h"
 #include "orvrender/sky/path.h"
 
 namespace orv::host {

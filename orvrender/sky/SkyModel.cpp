@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "host/row_loop.h"
+#include "maps/row_loop.h"
 
 namespace orv::host {
 

@@ -5,7 +5,7 @@
 #include <limits>
 #include <vector>
 
-#include "host/row_loop.h"
+#include "maps/row_loop.h"
 
 namespace orv::host {
 

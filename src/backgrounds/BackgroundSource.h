@@ -3,13 +3,13 @@
 #include <cstdint>
 #include <span>
 
-#include "host/AlignedObject.h"
-#include "painter/BlockedMap.h"
+#include "maps/AlignedObject.h"
+#include "maps/BlockedMap.h"
 #include "simd/Float8.h"
 
 namespace orv::hdri::blockedAVX2 {
 
-class BlockedPainter;
+struct PaintContext;
 
 /// Supplies the colours behind the pins: whole rows of the map, and colours at any map coordinates. `prepare`
 /// runs alone on the set-up thread; afterwards `sampleBlock`, `canSample` and `fillRow` only read and are
@@ -18,9 +18,9 @@ class BackgroundSource : public AlignedObject {
  public:
   virtual ~BackgroundSource() = default;
 
-  /// Builds what the rows need, for the painter's size and settings.
+  /// Builds what the rows need, for the paint's size and settings.
   /// @return false when the source can not be made. @throws std::length_error, std::bad_alloc.
-  virtual bool prepare(BlockedPainter& painter) = 0;
+  virtual bool prepare(const PaintContext& context) = 0;
 
   /// Colours at eight map positions: u in [0, 1] from the left edge to the right, v in [0, 1] from the top
   /// down. Only when `canSample`. @return `out`.

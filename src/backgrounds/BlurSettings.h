@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "backgrounds/AlignedFloats.h"
+#include "maps/AlignedArray.h"
 
 namespace orv::hdri::blockedAVX2 {
 

@@ -9,7 +9,13 @@ namespace {
 
 constexpr float kNeutralTolerance = 1e-5f;
 
+constexpr float kMost = std::numeric_limits<float>::max();
+
 bool differs(float value, float neutral) { return std::abs(value - neutral) > kNeutralTolerance; }
+
+/// A product that overflowed as the largest finite float of its sign; a NaN stays one.
+float limited(float product) { return std::min(std::max(product, -kMost), kMost); }
+Float8 limited(Float8 product) { return min(splat(kMost), max(splat(-kMost), product)); }
 
 /// Loads a block's planes, lets `step` change them and stores them back.
 template <typename Step>
@@ -134,8 +140,9 @@ ColorAdjustment::ColorAdjustment(const Adjustments& a) {
   hueOn_ = differs(hueShift, 0.0f);
   scaleOn_ = differs(a.brightness, 1.0f);
   for (int i = 0; i < 3; ++i) {
-    scale_[i] = splat(a.brightness * tint[i]);
-    scaleOn_ = scaleOn_ || differs(tint[i], 1.0f);
+    const float scale = a.brightness * tint[i];
+    scale_[i] = splat(limited(scale));
+    scaleOn_ = scaleOn_ || differs(scale, 1.0f);
   }
 }
 
@@ -151,9 +158,9 @@ void ColorAdjustment::apply(Block* blocks, std::size_t count) const {
   if (scaleOn_) {
     const Float8 red = scale_[0], green = scale_[1], blue = scale_[2];
     forEachBlock(blocks, count, [=](Float8& r, Float8& g, Float8& b) {
-      r = r * red;
-      g = g * green;
-      b = b * blue;
+      r = limited(r * red);
+      g = limited(g * green);
+      b = limited(b * blue);
     });
   }
   if (gammaOn_) {

@@ -10,7 +10,7 @@ ColorBackground::ColorBackground(const ColorBrush& brush)
     : color_{brush.color().r * brush.brightness(), brush.color().g * brush.brightness(),
              brush.color().b * brush.brightness()} {}
 
-bool ColorBackground::prepare(BlockedPainter&) { return true; }
+bool ColorBackground::prepare(const PaintContext&) { return true; }
 
 Block& ColorBackground::sampleBlock(Block& out, Float8, Float8) const {
   store(out.r, splat(color_[0]));

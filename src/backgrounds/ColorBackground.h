@@ -13,7 +13,7 @@ class ColorBackground final : public BackgroundSource {
  public:
   explicit ColorBackground(const ColorBrush& brush);
 
-  bool prepare(BlockedPainter& painter) override;
+  bool prepare(const PaintContext& context) override;
   Block& sampleBlock(Block& out, Float8 u, Float8 v) const override;
   bool canSample() const override { return true; }
   void fillRow(std::uint32_t row, float latitude, std::span<Block> out) const override;

@@ -18,7 +18,7 @@ std::shared_ptr<const GradientBrush> shareOrClone(const GradientBrush& brush) {
 GradientBackground::GradientBackground(const GradientBrush& brush)
     : brush_(shareOrClone(brush)), adjustment_(brush.adjustments()) {}
 
-bool GradientBackground::prepare(BlockedPainter&) { return true; }
+bool GradientBackground::prepare(const PaintContext&) { return true; }
 
 Block& GradientBackground::sampleBlock(Block& out, Float8, Float8 v) const {
   alignas(32) float t[kLanes];

@@ -17,7 +17,7 @@ class GradientBackground final : public BackgroundSource {
   /// Shares `brush` where a shared pointer owns it, else keeps a clone.
   explicit GradientBackground(const GradientBrush& brush);
 
-  bool prepare(BlockedPainter& painter) override;
+  bool prepare(const PaintContext& context) override;
   /// The gradient at t = v of each lane.
   Block& sampleBlock(Block& out, Float8 u, Float8 v) const override;
   bool canSample() const override { return true; }

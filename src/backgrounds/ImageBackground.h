@@ -17,7 +17,7 @@ class ImageBackground final : public MapBackground {
 
   /// Loads, converts and adjusts the image. @return false, and the prepared map as it was, when the host does
   /// not find the image.
-  bool prepare(BlockedPainter& painter) override;
+  bool prepare(const PaintContext& context) override;
 
  private:
   std::string path_;

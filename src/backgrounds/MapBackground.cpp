@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
-#include "backgrounds/bilinear.h"
-#include "painter/BlockedPainter.h"
+#include "backgrounds/PaintContext.h"
 
 namespace orv::hdri::blockedAVX2 {
 
 Block& MapBackground::sampleBlock(Block& out, Float8 u, Float8 v) const {
-  sampleBilinear(samplingCopy_, u, v, out);
+  SamplePositions at;
+  samplingCopy_.positions(u, v, at);
+  samplingCopy_.sample(at, out);
   return out;
 }
 
@@ -17,11 +18,11 @@ void MapBackground::fillRow(std::uint32_t row, float, std::span<Block> out) cons
   std::copy_n(preparedMap_.row(row).data(), out.size(), out.data());
 }
 
-void MapBackground::renewPreparedMap(const BlockedPainter& painter) {
+void MapBackground::renewPreparedMap(const PaintContext& context) {
   // Given back first, so that the host can hand the same storage out again.
   preparedMap_.release();
   preparedMap_ =
-      BlockedMap(static_cast<std::uint32_t>(painter.width()), static_cast<std::uint32_t>(painter.height()));
+      BlockedMap(static_cast<std::uint32_t>(context.width), static_cast<std::uint32_t>(context.height));
 }
 
 }  // namespace orv::hdri::blockedAVX2

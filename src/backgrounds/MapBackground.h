@@ -2,7 +2,8 @@
 
 #include "backgrounds/BackgroundSource.h"
 #include "backgrounds/ColorAdjustment.h"
-#include "painter/BlockedMap.h"
+#include "backgrounds/InterleavedMap.h"
+#include "maps/BlockedMap.h"
 
 namespace orv::hdri::blockedAVX2 {
 
@@ -19,21 +20,21 @@ class MapBackground : public BackgroundSource {
 
   BlockedMap& preparedMap() { return preparedMap_; }
   const BlockedMap& preparedMap() const { return preparedMap_; }
-  BlockedMap& samplingCopy() { return samplingCopy_; }
-  const BlockedMap& samplingCopy() const { return samplingCopy_; }
+  InterleavedMap& samplingCopy() { return samplingCopy_; }
+  const InterleavedMap& samplingCopy() const { return samplingCopy_; }
 
  protected:
   explicit MapBackground(const Adjustments& adjustments) : adjustment_(adjustments) {}
 
   /// Gives the old prepared map back and makes a new one of the painter's size. Throws as `BlockedMap` does;
   /// the prepared map is then empty.
-  void renewPreparedMap(const BlockedPainter& painter);
+  void renewPreparedMap(const PaintContext& context);
 
   const ColorAdjustment& adjustment() const { return adjustment_; }
 
  private:
   BlockedMap preparedMap_;
-  BlockedMap samplingCopy_;
+  InterleavedMap samplingCopy_;
   ColorAdjustment adjustment_;
 };
 

@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "backgrounds/AlignedFloats.h"
+#include "backgrounds/PaintContext.h"
 #include "backgrounds/adjustments.h"
 #include "backgrounds/conversion.h"
+#include "hdri/EnvImage.h"
 #include "hdri/SunSkyBrush.h"
 #include "host/orvSky.h"
-#include "painter/BlockedPainter.h"
+#include "maps/AlignedArray.h"
 
 namespace orv::hdri::blockedAVX2 {
 
@@ -18,23 +19,23 @@ SunSkyBackground::SunSkyBackground(const SunSkyBrush& brush, orvSky& sky)
       description_(&brush.settings()),
       brush_(brush.weak_from_this().lock()) {}
 
-bool SunSkyBackground::prepare(BlockedPainter& painter) {
-  checkedPixelCount(painter.width(), painter.height());
-  const auto width = static_cast<std::uint32_t>(painter.width());
-  const auto height = static_cast<std::uint32_t>(painter.height());
+bool SunSkyBackground::prepare(const PaintContext& context) {
+  checkedPixelCount(context.width, context.height);
+  const auto width = static_cast<std::uint32_t>(context.width);
+  const auto height = static_cast<std::uint32_t>(context.height);
   // Clears the bits of 95 rather than rounding to a multiple of 96: the host has always been given this size.
   const std::size_t count = (std::size_t{3} * width * height + 95) & ~std::size_t{95};
-  AlignedFloats rgb = count == 0 ? AlignedFloats() : AlignedFloats(count);
+  AlignedFloats rgb(count);
   std::fill_n(rgb.data(), count, 0.0f);
 
-  painter.progressText("Sun & Sky");
+  context.progressText("Sun & Sky");
   sky_->render(description_, rgb.data(), width, height);
 
-  renewPreparedMap(painter);
-  painter.progressText("Sun & Sky Adjustments");
+  renewPreparedMap(context);
+  context.progressText("Sun & Sky Adjustments");
   const float maximum = convertPixels(rgb.data(), adjustment(), preparedMap());
-  painter.progressStep(1.0f);
-  applyAdjustments(*this, painter, maximum);
+  context.progressStep(1.0f);
+  applyAdjustments(*this, context, maximum);
   return true;
 }
 

@@ -21,7 +21,7 @@ class SunSkyBackground final : public MapBackground {
   SunSkyBackground(const SunSkyBrush& brush, orvSky& sky);
 
   /// Renders, converts and adjusts the sky. @return true. @throws std::length_error, std::bad_alloc.
-  bool prepare(BlockedPainter& painter) override;
+  bool prepare(const PaintContext& context) override;
 
  private:
   orvSky* sky_;

@@ -2,32 +2,32 @@
 
 #include "backgrounds/BlurSettings.h"
 #include "backgrounds/MapBackground.h"
+#include "backgrounds/PaintContext.h"
 #include "backgrounds/TiltSettings.h"
 #include "backgrounds/blur.h"
 #include "backgrounds/tilt.h"
-#include "painter/BlockedPainter.h"
 
 namespace orv::hdri::blockedAVX2 {
 
-void applyAdjustments(MapBackground& background, BlockedPainter& painter, float maximum) {
+void applyAdjustments(MapBackground& background, const PaintContext& context, float maximum) {
   BlockedMap& map = background.preparedMap();
-  background.samplingCopy().release();
+  background.samplingCopy() = InterleavedMap();
 
-  BlurSettings blurSettings(painter.blurAmount());
+  BlurSettings blurSettings(context.blurAmount);
   if (blurSettings.amount() > 0.0f) {
-    painter.progressText("Blur");
-    if (blurSettings.makeKernel(map.width(), map.height(), maximum)) blur(map, blurSettings, painter);
+    context.progressText("Blur");
+    if (blurSettings.makeKernel(map.width(), map.height(), maximum)) blur(map, blurSettings, context);
   }
 
   // Fills that show the background bring their own rotation: the copy is taken before the map is rotated.
-  if (painter.hasBackgroundFill()) map.copyInto(background.samplingCopy());
+  if (context.hasBackgroundFill && !map.empty()) background.samplingCopy() = InterleavedMap(map);
 
-  const TiltSettings tiltSettings(painter.tiltAngle1(), painter.tiltAngle2());
+  const TiltSettings tiltSettings(context.tiltAngle1, context.tiltAngle2);
   if (tiltSettings.needed(map.width())) {
-    painter.progressText("Tilt");
-    tilt(map, tiltSettings);
+    context.progressText("Tilt");
+    tilt(map, background.samplingCopy(), tiltSettings);
     // One step of the whole row count: hosts take what passes the end as the end.
-    painter.progressStep(static_cast<float>(map.height()));
+    context.progressStep(static_cast<float>(map.height()));
   }
 }
 

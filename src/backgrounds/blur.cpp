@@ -4,11 +4,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <vector>
 
+#include "backgrounds/PaintContext.h"
 #include "backgrounds/symmetric_filter.h"
-#include "painter/BlockedPainter.h"
-#include "painter/parallel_rows.h"
+#include "maps/row_loop.h"
 #include "simd/transpose.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -47,12 +48,14 @@ class Scratch {
     return floats_.data() + 3 * kColumns * lineFloats_ + channel * resultFloats_;
   }
 
+  /// Packs the halves of values: the sum of two of them can not overflow.
   void pack(const BlockRows& source, std::uint32_t firstColumn, std::uint32_t columns) {
+    const Float8 half = splat(0.5f);
     for (std::size_t p = 0; p < count_; ++p) {
       const float* block = source.data + p * source.stride + std::size_t{24} * firstColumn;
       for (std::uint32_t column = 0; column < columns; ++column) {
         for (std::size_t channel = 0; channel < 3; ++channel, block += 8)
-          store(line(column, channel) + 8 * p, load(block));
+          store(line(column, channel) + 8 * p, half * load(block));
       }
     }
   }
@@ -79,11 +82,13 @@ class Scratch {
 void storeTransposed(Scratch& scratch, std::size_t count, const BlockRows& destination,
                      std::uint32_t firstRow) {
   const std::uint32_t rows = std::min(8u, destination.rows - firstRow);
+  const Float8 most = splat(std::numeric_limits<float>::max());
   for (std::size_t block = 0; block < blocksFor(static_cast<std::uint32_t>(count)); ++block) {
     float* out = destination.data + firstRow * destination.stride + 24 * block;
     for (std::size_t channel = 0; channel < 3; ++channel, out += 8) {
       Float8 values[8];
-      for (std::size_t i = 0; i < 8; ++i) values[i] = load(scratch.result(channel) + 64 * block + 8 * i);
+      for (std::size_t i = 0; i < 8; ++i)
+        values[i] = min(most, load(scratch.result(channel) + 64 * block + 8 * i));
       transpose(values);
       for (std::size_t row = 0; row < rows; ++row) store(out + row * destination.stride, values[row]);
     }
@@ -95,11 +100,12 @@ enum class Ends { truncated, wrapped };
 
 /// Filters every block column of `source` (its lines have `count` values, one a row) and writes column c as
 /// the rows 8 c to 8 c + 7 of `destination`. `scale`, where not null, has a factor for each value of a line.
+/// `doubled` is twice the half kernel, for lines hold halves; what overflows is the largest finite float.
 /// `finish(column)` is called after each block column.
 template <typename Finish>
 void filterColumns(const BlockRows& source, std::uint32_t count, const BlockRows& destination,
-                   const AlignedFloats& kernel, Ends ends, const float* scale, const Finish& finish) {
-  const std::size_t radius = kernel.size() - 1;
+                   const AlignedFloats& doubled, Ends ends, const float* scale, const Finish& finish) {
+  const std::size_t radius = doubled.size() - 1;
   tbb::enumerable_thread_specific<Scratch> scratches([=] { return Scratch(count, radius); });
   forEachRow(source.columns, kColumns, [&](std::uint32_t firstColumn) {
     Scratch& scratch = scratches.local();
@@ -110,7 +116,7 @@ void filterColumns(const BlockRows& source, std::uint32_t count, const BlockRows
         float* line = scratch.line(column, channel);
         float* result = scratch.result(channel);
         if (ends == Ends::wrapped) scratch.wrap(line);
-        filterLine(line, count, kernel.data(), radius, ends == Ends::truncated, result);
+        filterLine(line, count, doubled.data(), radius, ends == Ends::truncated, result);
         if (scale) {
           for (std::size_t p = 0; p < count; ++p)
             store(result + 8 * p, load(result + 8 * p) * splat(scale[p]));
@@ -151,7 +157,7 @@ void fillPadding(std::span<Block> row, std::size_t width) {
 
 }  // namespace
 
-void blur(BlockedMap& map, const BlurSettings& settings, const BlockedPainter& painter) {
+void blur(BlockedMap& map, const BlurSettings& settings, const PaintContext& context) {
   const AlignedFloats& kernel = settings.kernel();
   if (map.empty() || kernel.size() == 0) return;
   const std::uint32_t width = map.width();
@@ -166,14 +172,16 @@ void blur(BlockedMap& map, const BlurSettings& settings, const BlockedPainter& p
   const auto columns = static_cast<std::uint32_t>(map.blocksPerRow());
   const BlockRows rows{map.data(), 24 * map.blocksPerRow(), height, columns};
 
+  AlignedFloats doubled(kernel.size());
+  std::transform(kernel.data(), kernel.data() + kernel.size(), doubled.data(), [](float w) { return 2 * w; });
   const std::vector<float> scales = truncationScales(kernel, height);
-  filterColumns(rows, height, transposed, kernel, Ends::truncated, scales.data(),
-                [&](std::uint32_t) { painter.progressFraction(4.0f, static_cast<float>(width)); });
-  filterColumns(transposed, map.paddedWidth(), rows, kernel, Ends::wrapped, nullptr,
+  filterColumns(rows, height, transposed, doubled, Ends::truncated, scales.data(),
+                [&](std::uint32_t) { context.progressFraction(4.0f, static_cast<float>(width)); });
+  filterColumns(transposed, map.paddedWidth(), rows, doubled, Ends::wrapped, nullptr,
                 [&](std::uint32_t group) {
                   for (std::uint32_t y = 8 * group; y < std::min(8 * group + 8, height); ++y)
                     fillPadding(map.row(y), width);
-                  painter.progressFraction(4.0f, static_cast<float>(height));
+                  context.progressFraction(4.0f, static_cast<float>(height));
                 });
 }
 

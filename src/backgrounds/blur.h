@@ -1,11 +1,11 @@
 #pragma once
 
 #include "backgrounds/BlurSettings.h"
-#include "painter/BlockedMap.h"
+#include "maps/BlockedMap.h"
 
 namespace orv::hdri::blockedAVX2 {
 
-class BlockedPainter;
+struct PaintContext;
 
 /// Blurs a map in place with the settings' kernel: along the columns, where rows past a pole do not count and
 /// the weights that do are brought to a sum of 1, then along the rows, which go on from their other end. Rows
@@ -15,6 +15,6 @@ class BlockedPainter;
 /// Against double precision the error is below 2e-6 + 4e-9 * radius of the pixel
 /// (tests/backgrounds/blur_test.cpp). The bytes do not depend on the number of threads.
 /// @throws std::bad_alloc; the map is then unchanged or half blurred.
-void blur(BlockedMap& map, const BlurSettings& settings, const BlockedPainter& painter);
+void blur(BlockedMap& map, const BlurSettings& settings, const PaintContext& context);
 
 }  // namespace orv::hdri::blockedAVX2

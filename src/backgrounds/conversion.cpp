@@ -1,19 +1,17 @@
 #include "backgrounds/conversion.h"
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 #include "host/orvImage.h"
-#include "painter/parallel_rows.h"
+#include "maps/row_loop.h"
 
 namespace orv::hdri::blockedAVX2 {
 namespace {
 
 /// Blocks converted at a time: their scratch stays in the first-level cache.
 constexpr std::size_t kChunk = 32;
-
-/// Maps of this size and more are written past the caches, which they would only flush.
-constexpr std::size_t kStreamingBytes = std::size_t{32} << 20;
 
 void storeBlock(Block& out, Float8 r, Float8 g, Float8 b, bool streaming) {
   if (streaming) {
@@ -27,12 +25,13 @@ void storeBlock(Block& out, Float8 r, Float8 g, Float8 b, bool streaming) {
   }
 }
 
-/// De-interleaves eight pixels and raises their channels to 0.
-inline void loadRaised(const float* rgb, Float8& r, Float8& g, Float8& b) {
+/// De-interleaves eight pixels and limits their channels to 0 and the largest finite float.
+inline void loadLimited(const float* rgb, Float8& r, Float8& g, Float8& b) {
+  const Float8 most = splat(std::numeric_limits<float>::max());
   deinterleave(loadUnaligned(rgb), loadUnaligned(rgb + 8), loadUnaligned(rgb + 16), r, g, b);
-  r = max(r, zero8());
-  g = max(g, zero8());
-  b = max(b, zero8());
+  r = min(max(r, zero8()), most);
+  g = min(max(g, zero8()), most);
+  b = min(max(b, zero8()), most);
 }
 
 /// Takes `count` blocks of interleaved pixels through the adjustment into the map. Updates the maximum.
@@ -41,7 +40,7 @@ void convertChunk(const float* rgb, std::size_t count, const ColorAdjustment& ad
   Float8 r, g, b;
   if (!adjustment.active()) {
     for (std::size_t i = 0; i < count; ++i) {
-      loadRaised(rgb + 24 * i, r, g, b);
+      loadLimited(rgb + 24 * i, r, g, b);
       maximum = max(max(max(r, g), b), maximum);
       storeBlock(out[i], r, g, b, streaming);
     }
@@ -49,7 +48,7 @@ void convertChunk(const float* rgb, std::size_t count, const ColorAdjustment& ad
   }
   Block scratch[kChunk];
   for (std::size_t i = 0; i < count; ++i) {
-    loadRaised(rgb + 24 * i, r, g, b);
+    loadLimited(rgb + 24 * i, r, g, b);
     storeBlock(scratch[i], r, g, b, false);
   }
   adjustment.apply(scratch, count);
@@ -69,7 +68,7 @@ template <typename Fetch>
 float convertRows(const ColorAdjustment& adjustment, BlockedMap& map, const Fetch& fetch) {
   if (map.empty()) return 0.0f;
   const bool streaming = map.bytes() >= kStreamingBytes;
-  return maximumOverRows(map.height(), [&](std::uint32_t y, Float8& maximum) {
+  const auto convertRow = [&](std::uint32_t y, Float8& maximum) {
     float buffer[kChunk * 24];
     const std::span<Block> row = map.row(y);
     for (std::size_t block = 0; block < row.size(); block += kChunk) {
@@ -77,8 +76,10 @@ float convertRows(const ColorAdjustment& adjustment, BlockedMap& map, const Fetc
       convertChunk(fetch(y, 8 * block, 8 * count, buffer), count, adjustment, streaming, &row[block],
                    maximum);
     }
-    if (streaming) _mm_sfence();
-  });
+    if (streaming) finishStreaming();
+  };
+  const auto larger = [](Float8 a, Float8 b) { return max(a, b); };
+  return horizontalMax(reduceOverRows(map.height(), zero8(), convertRow, larger));
 }
 
 /// Source index of each of `count` map indices: trunc(i (sourceCount / count)) in 32-bit floats.

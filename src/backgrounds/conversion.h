@@ -1,15 +1,15 @@
 #pragma once
 
 #include "backgrounds/ColorAdjustment.h"
-#include "painter/BlockedMap.h"
+#include "maps/BlockedMap.h"
 
 class orvImage;
 
 namespace orv::hdri::blockedAVX2 {
 
-// Both conversions fill a whole map in parallel over its rows: channels below 0 (and NaN) become 0, then the
-// adjustment is applied. Padding lanes hold the row again from its start. Both return the largest channel
-// value of the map, at least 0.
+// Both conversions fill a whole map in parallel over its rows: channels below 0 (and NaN) become 0,
+// infinities the largest finite float, then the adjustment is applied. Padding lanes hold the row again from
+// its start. Both return the largest channel value of the map, at least 0.
 
 /// From interleaved RGB pixels of exactly the map's size, rows packed.
 float convertPixels(const float* rgb, const ColorAdjustment& adjustment, BlockedMap& map);

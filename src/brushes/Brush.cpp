@@ -59,7 +59,7 @@ void Brush::copyBaseTo(Brush& clone) const {
 }
 
 orvNode* Brush::exportBase(orvNode*& node, orvScene* scene, const char* typeName) const {
-  if (!node) node = CreateHostNode(*this, scene, typeName);
+  if (!node) node = createHostNode(*this, scene, typeName);
   if (!node) return nullptr;
   node->set_parameter("mode", mode_);
   node->set_parameter("brightness", adjustments_.brightness);

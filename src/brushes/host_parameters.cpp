@@ -12,7 +12,7 @@
 
 namespace orv::hdri {
 
-orvNode* CreateHostNode(const Brush& brush, orvScene* scene, const char* typeName) {
+orvNode* createHostNode(const Brush& brush, orvScene* scene, const char* typeName) {
   const std::shared_ptr<BrushOwner> lockedOwner = brush.owner().lock();
   if (!lockedOwner) return nullptr;
   orvScene_api* api = orv_get_scene_api(scene);
@@ -21,7 +21,7 @@ orvNode* CreateHostNode(const Brush& brush, orvScene* scene, const char* typeNam
   return api->take_node();
 }
 
-void ApplySunAndSky(const SunSkyBrush& brush, orvSky& sky) {
+void applySunAndSky(const SunSkyBrush& brush, orvSky& sky) {
   const SkySettings& settings = brush.settings();
   sky.turbidity = settings.turbidity;
   sky.ozone = settings.ozone;
@@ -38,8 +38,7 @@ void ApplySunAndSky(const SunSkyBrush& brush, orvSky& sky) {
   sky.settingsGiven = 1;
 
   // An animated time of day always wins over fixed angles.
-  const bool hoursAnimated = brush.node() && brush.node()->is_parameter_animated("hours");
-  if (!settings.sunFromAngles || hoursAnimated) {
+  if (!settings.sunFromAngles || (brush.node() && brush.node()->is_parameter_animated("hours"))) {
     sky.use_own_sun();
     return;
   }

@@ -18,13 +18,12 @@ inline constexpr float kRadiansPerDegree = 0.017453292f;
 
 /// Makes a host parameter node of the named type for a brush.
 /// @return the node, owned by the host; null, without a call to the host, when the brush's owner is gone.
-/// Set-up thread
-///         only.
-orvNode* CreateHostNode(const Brush& brush, orvScene* scene, const char* typeName);
+/// Set-up thread only.
+orvNode* createHostNode(const Brush& brush, orvScene* scene, const char* typeName);
 
 /// Copies a sun-and-sky brush's settings into the host's sky and sets the sun: the brush's two angles when
 /// they are given and the node's "hours" is not animated, else the sky's own sun. Set-up thread only.
-void ApplySunAndSky(const SunSkyBrush& brush, orvSky& sky);
+void applySunAndSky(const SunSkyBrush& brush, orvSky& sky);
 
 /// Sets a host float array to `values`. Storage that is large enough is kept; else a block of exactly that
 /// many floats takes its place, with the old values copied over and the old block given back.

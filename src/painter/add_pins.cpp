@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "backgrounds/BackgroundSource.h"
-#include "brushes/PinFill.h"
+#include "fills/PinFill.h"
 #include "painter/BlockedPainter.h"
 #include "pins/fill_factory.h"
 #include "shapes/CirclePinShape.h"
@@ -15,8 +15,8 @@
 namespace orv::hdri::blockedAVX2 {
 
 float BlockedPainter::pixelAngle() const {
-  const float a = pinSizeScale_ * kTwoPi / static_cast<float>(width_);
-  const float b = pinSizeScale_ * kPi / static_cast<float>(height_);
+  const float a = context_.pinSizeScale * kTwoPi / static_cast<float>(context_.width);
+  const float b = context_.pinSizeScale * kPi / static_cast<float>(context_.height);
   // The second when they are equal or one is no number.
   return a > b ? a : b;
 }
@@ -35,21 +35,21 @@ bool BlockedPainter::addPin(std::unique_ptr<PinShape> shape, const Brush& brush,
   if (!shape) return false;
   if (pins_.size() == pins_.max_size()) throw std::length_error("list too long");
   try {
-    // The node first: a pin that is refused must leave nothing behind, the note of its fill included.
+    // The node first: a pin that is refused must leave nothing behind.
     PinList added(1);
-    added.front() = std::make_unique<Pin>(std::move(shape), nullptr);
-    added.front()->fill = makeFill(*this, brush, rectangular);
-    if (!added.front()->fill) return false;
+    added.front() = std::make_unique<Pin>(std::move(shape), makeFill(brush, rectangular));
+    const PinFill* const fill = added.front()->fill.get();
+    if (!fill) return false;
+    if (fill->kind() == BrushKind::background) {
+      // Map backgrounds keep a sampling copy from the next paint on; one that has none yet is prepared anew.
+      context_.hasBackgroundFill = true;
+      backgroundValid_ = backgroundValid_ && background_ && background_->canSample();
+    }
     pins_.splice(pins_.end(), added);
   } catch (const std::bad_alloc&) {
     return false;
   }
   return true;
-}
-
-void BlockedPainter::noteBackgroundFill() {
-  hasBackgroundFill_ = true;
-  backgroundValid_ = backgroundValid_ && background_ && background_->canSample();
 }
 
 }  // namespace orv::hdri::blockedAVX2

@@ -19,26 +19,29 @@
 namespace orv::hdri::blockedAVX2 {
 
 template <typename Background, typename... Args>
-bool BlockedPainter::install(const Args&... args) {
+void BlockedPainter::install(Args&... args) {
   background_.reset(new (std::nothrow) Background(args...));
-  return background_ != nullptr;
+  if (!background_) throw std::bad_alloc();
 }
 
 bool BlockedPainter::setBackground(const Brush& brush) {
-  tiltAngle2_ = brush.tiltAngle2() * kRadiansPerDegree;
-  tiltAngle1_ = brush.tiltAngle1() * kRadiansPerDegree;
-  blurAmount_ = brush.blurAmount();
+  context_.tiltAngle2 = brush.tiltAngle2() * kRadiansPerDegree;
+  context_.tiltAngle1 = brush.tiltAngle1() * kRadiansPerDegree;
+  context_.blurAmount = brush.blurAmount();
   backgroundValid_ = false;
   try {
     switch (brush.kind()) {
       case BrushKind::color:
-        return install<ColorBackground>(static_cast<const ColorBrush&>(brush));
+        install<ColorBackground>(static_cast<const ColorBrush&>(brush));
+        return true;
       case BrushKind::gradient:
-        return install<GradientBackground>(static_cast<const GradientBrush&>(brush));
+        install<GradientBackground>(static_cast<const GradientBrush&>(brush));
+        return true;
       case BrushKind::sunSky:
         return installSunSky(static_cast<const SunSkyBrush&>(brush));
       case BrushKind::image:
-        return install<ImageBackground>(static_cast<const ImageBrush&>(brush));
+        install<ImageBackground>(static_cast<const ImageBrush&>(brush));
+        return true;
       case BrushKind::background:
         break;
     }
@@ -49,29 +52,29 @@ bool BlockedPainter::setBackground(const Brush& brush) {
 }
 
 bool BlockedPainter::installSunSky(const SunSkyBrush& brush) {
-  if (orvSky* sky = orv_get_sky(scene_)) {
-    ApplySunAndSky(brush, *sky);
-    background_.reset(new (std::nothrow) SunSkyBackground(brush, *sky));
-    return background_ != nullptr;
+  if (orvSky* sky = orv_get_sky(context_.scene)) {
+    applySunAndSky(brush, *sky);
+    install<SunSkyBackground>(brush, *sky);
+    return true;
   }
   // A missing sky shows as a red map rather than as a silent failure.
   orv_critical("No skylight api found\n");
-  install<ColorBackground>(ColorBrush(1.0f, 0.0f, 0.0f));
+  const ColorBrush red(1.0f, 0.0f, 0.0f);
+  install<ColorBackground>(red);
   return false;
 }
 
-bool BlockedPainter::prepareBackground() {
-  if (!background_->prepare(*this)) {
-    orv_critical("Background painting failed, using white instead\n");
-    if (!install<ColorBackground>(ColorBrush(1.0f, 1.0f, 1.0f))) return false;
-    background_->prepare(*this);
-  }
-  return true;
+void BlockedPainter::prepareBackground() {
+  if (background_->prepare(context_)) return;
+  orv_critical("Background painting failed, using white instead\n");
+  const ColorBrush white(1.0f, 1.0f, 1.0f);
+  install<ColorBackground>(white);
+  background_->prepare(context_);
 }
 
 bool BlockedPainter::setSizeFromImage(const std::string& path) {
   // Not released here: the host's cache keeps it for the background that shows it.
-  orvImage* image = loadImage(path).release();
+  orvImage* image = context_.loadImage(path).release();
   if (!image) return false;
   setSize(static_cast<std::int32_t>(image->width()), static_cast<std::int32_t>(image->height()));
   return true;

@@ -5,8 +5,7 @@
 #include <new>
 #include <optional>
 
-#include "brushes/PinFill.h"
-#include "host/orvMemory.h"
+#include "fills/PinFill.h"
 #include "shapes/PinShape.h"
 #include "shapes/trigonometry.h"
 
@@ -16,10 +15,6 @@ namespace {
 /// All tables of a paint together hold at most this many floats (32 MB). Pins beyond compute, to the same
 /// bits.
 constexpr std::size_t kMostTableFloats = std::size_t{1} << 23;
-
-float* allocateFloats(std::size_t count) {
-  return static_cast<float*>(orv_malloc_aligned(count * sizeof(float), 32));
-}
 
 /// A row or column as an integer in [0, limit]; `otherwise` for what is not a number.
 std::int32_t limited(float value, std::int32_t limit, std::int32_t otherwise) {
@@ -43,14 +38,22 @@ BlockRange blocksOfExtent(const PassPlan& plan, const AzimuthExtent& extent) {
 
 }  // namespace
 
-void PassPlan::Release::operator()(float* storage) const { orv_free_aligned(storage); }
+RowRange rowsOf(const PinShape& shape, std::int32_t height) {
+  float lowest, highest;
+  shape.latitudeRange(lowest, highest);
+  // One row fewer than the rows' latitudes count with: pins keep the extent they have always had.
+  const float rows = static_cast<float>(height - 1);
+  const float first = std::floor((kHalfPi - highest) * kInvPi * rows);
+  const float last = std::ceil((kHalfPi - lowest) * kInvPi * rows);
+  return {limited(first, height, height), std::min(limited(last, height, 0), height - 1)};
+}
 
-PassPlan::PassPlan(std::int32_t width, const PinList& pins, std::uint32_t needs)
+PassPlan::PassPlan(std::int32_t width, std::int32_t height, const PinList& pins, std::uint32_t needs)
     : width_(static_cast<std::uint32_t>(width)), blocks_(blocksFor(width_)) {
   pins_.reserve(pins.size());
   for (const std::unique_ptr<Pin>& pin : pins) {
     pins_.push_back({pin->shape.get(), &pin->shape->curve(), pin->fill.get(),
-                     needs | pin->fill->requirements(), pin->firstRow, pin->lastRow, nullptr, 0, 0});
+                     needs | pin->fill->requirements(), rowsOf(*pin->shape, height), nullptr, 0, 0});
   }
   if (pins_.empty() || blocks_ == 0) return;
   fillColumns();
@@ -60,16 +63,15 @@ PassPlan::PassPlan(std::int32_t width, const PinList& pins, std::uint32_t needs)
 /// longitude = ((x + 1/2) / width - 1/2) 2 pi
 void PassPlan::fillColumns() {
   const std::size_t columns = 8 * std::size_t{blocks_};
-  columns_.reset(allocateFloats(3 * columns));
-  if (!columns_) throw std::bad_alloc();
+  columns_ = AlignedFloats(3 * columns);
   const Float8 invWidth = splat(1.0f / static_cast<float>(width_));
   for (std::size_t x = 0; x < columns; x += 8) {
     const Float8 column = laneIndex() + splat(static_cast<float>(x));
     const Float8 azimuth = ((column + splat(0.5f)) * invWidth - splat(0.5f)) * splat(kTwoPi);
     const SinCos8 direction = sinCos(azimuth);
-    store(columns_.get() + x, azimuth);
-    store(columns_.get() + columns + x, direction.sin);
-    store(columns_.get() + 2 * columns + x, direction.cos);
+    store(columns_.data() + x, azimuth);
+    store(columns_.data() + columns + x, direction.sin);
+    store(columns_.data() + 2 * columns + x, direction.cos);
   }
 }
 
@@ -82,7 +84,7 @@ void PassPlan::planTables() {
   std::vector<Request> requests;
   std::size_t floats = 0;
   for (PlannedPin& pin : pins_) {
-    if (pin.firstRow > pin.lastRow) continue;
+    if (pin.rows.first > pin.rows.last) continue;
     const std::optional<AzimuthExtent> extent = pin.shape->cosFromCentreExtent(pin.needs);
     if (!extent) continue;
     const BlockRange range = blocksOfExtent(*this, *extent);
@@ -93,9 +95,12 @@ void PassPlan::planTables() {
   }
   if (floats == 0) return;
 
-  tables_.reset(allocateFloats(floats));
-  if (!tables_) return;
-  float* next = tables_.get();
+  try {
+    tables_ = AlignedFloats(floats);
+  } catch (const std::bad_alloc&) {
+    return;  // pins compute what they do not find
+  }
+  float* next = tables_.data();
   for (const Request& request : requests) {
     PlannedPin& pin = *request.pin;
     pin.tableFirst = request.range.first;
@@ -130,17 +135,6 @@ BlockRange PassPlan::blocksOf(const AzimuthSpan& span) const {
   const float end = std::ceil((kPi + span.end) * kInvTwoPi * width);
   return {static_cast<std::uint32_t>(limited(begin, columns, columns)) / 8,
           blocksFor(static_cast<std::uint32_t>(limited(end, columns, 0)))};
-}
-
-void setRowRange(Pin& pin, std::int32_t height) {
-  float lowest, highest;
-  pin.shape->latitudeRange(lowest, highest);
-  // One row fewer than the rows' latitudes count with: pins keep the extent they have always had.
-  const float rows = static_cast<float>(height - 1);
-  const float first = std::floor((kHalfPi - highest) * kInvPi * rows);
-  const float last = std::ceil((kHalfPi - lowest) * kInvPi * rows);
-  pin.firstRow = limited(first, height, height);
-  pin.lastRow = std::min(limited(last, height, 0), height - 1);
 }
 
 }  // namespace orv::hdri::blockedAVX2

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "brushes/PinFill.h"
+#include "fills/PinFill.h"
 #include "shapes/PinShape.h"
 
 namespace orv::hdri::blockedAVX2 {

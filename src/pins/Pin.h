@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <list>
 #include <memory>
 
@@ -19,8 +18,6 @@ struct Pin {
 
   std::unique_ptr<PinShape> shape;
   std::unique_ptr<PinFill> fill;
-  std::int32_t firstRow = 0;  ///< first row that the pin can touch; set by each paint
-  std::int32_t lastRow = 0;   ///< last row that the pin can touch; set by each paint
 };
 
 /// Pins in the order in which they are laid over the map.

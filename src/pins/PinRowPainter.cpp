@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "backgrounds/BackgroundSource.h"
+#include "backgrounds/PaintContext.h"
 #include "hdri/EnvImage.h"
-#include "painter/BlockedPainter.h"
 #include "shapes/PinShape.h"
 #include "shapes/trigonometry.h"
 #include "simd/Float8.h"
@@ -13,31 +13,28 @@
 namespace orv::hdri::blockedAVX2 {
 namespace {
 
-/// Results of this size and more are written past the caches, which they would only flush.
-constexpr std::size_t kStreamingBytes = std::size_t{32} << 20;
-
 void interleaveBlock(const Block& block, Float8& a, Float8& b, Float8& c) {
   interleave(load(block.r), load(block.g), load(block.b), a, b, c);
 }
 
 }  // namespace
 
-PinRowPainter::PinRowPainter(const BlockedPainter* painter, const PassPlan* plan, EnvImage* result)
-    : painter_(painter), plan_(plan), result_(result) {
-  row_.resize(plan->blocks());
-}
+PinRowPainter::PinRowPainter(const PaintContext& context, const BackgroundSource& background,
+                             const PassPlan& plan, EnvImage* result)
+    : context_(&context), background_(&background), plan_(&plan), result_(result), row_(plan.blocks()) {}
 
-void PinRowPainter::paintRow(std::int32_t y) {
+void PinRowPainter::paintRow(std::uint32_t y) {
+  const auto row = static_cast<std::int32_t>(y);
   // latitude = (1/2 - (y + 1/2) / height) pi
   const float latitude =
-      (0.5f - (static_cast<float>(y) + 0.5f) / static_cast<float>(painter_->height())) * kPi;
-  painter_->background()->fillRow(static_cast<std::uint32_t>(y), latitude, row_.blocks());
+      (0.5f - (static_cast<float>(row) + 0.5f) / static_cast<float>(context_->height)) * kPi;
+  background_->fillRow(y, latitude, row_.all());
   setLatitude(latitude);
   for (const PlannedPin& pin : plan_->pins()) {
-    if (pin.firstRow <= y && y <= pin.lastRow) layPin(pin, latitude);
+    if (pin.rows.first <= row && row <= pin.rows.last) layPin(pin, latitude);
   }
   if (result_) storeRow(y);
-  painter_->progressFraction(1.0f, result_ ? static_cast<float>(result_->height) : 0.0f);
+  context_->progressFraction(1.0f, result_ ? static_cast<float>(result_->height) : 0.0f);
 }
 
 void PinRowPainter::setLatitude(float latitude) {
@@ -53,40 +50,41 @@ void PinRowPainter::layPin(const PlannedPin& pin, float latitude) {
   std::uint32_t next = 0;
   for (const AzimuthSpan& span : spans_) {
     const BlockRange range = plan_->blocksOf(span);
-    for (std::uint32_t block = std::max(range.first, next); block < range.end; block += kRunBlocks) {
-      layRun(pin, block, std::min(range.end - block, static_cast<std::uint32_t>(kRunBlocks)));
+    for (std::uint32_t block = std::max(range.first, next); block < range.end; block += kBatchBlocks) {
+      layBatch(pin, block, std::min(range.end - block, static_cast<std::uint32_t>(kBatchBlocks)));
     }
     next = std::max(next, range.end);
   }
 }
 
-void PinRowPainter::layRun(const PlannedPin& pin, std::uint32_t firstBlock, std::uint32_t count) {
+void PinRowPainter::layBatch(const PlannedPin& pin, std::uint32_t firstBlock, std::uint32_t count) {
   const std::size_t column = 8 * std::size_t{firstBlock};
-  PixelRun run = planes_.run();
-  run.needs = pin.needs;
-  run.blocks = count;
-  run.elevation = latitude_;
-  run.sinElevation = sinLatitude_;
-  run.cosElevation = cosLatitude_;
-  run.azimuth = plan_->azimuth() + column;
-  run.sinAzimuth = plan_->sinAzimuth() + column;
-  run.cosAzimuth = plan_->cosAzimuth() + column;
-  run.cosFromCentre = plan_->cosFromCentre(pin, firstBlock, count);
+  PixelBatch batch = planes_.batch();
+  batch.needs = pin.needs;
+  batch.blocks = count;
+  batch.elevation = latitude_;
+  batch.sinElevation = sinLatitude_;
+  batch.cosElevation = cosLatitude_;
+  batch.azimuth = plan_->azimuth() + column;
+  batch.sinAzimuth = plan_->sinAzimuth() + column;
+  batch.cosAzimuth = plan_->cosAzimuth() + column;
+  batch.color = &row_[firstBlock];
+  batch.cosFromCentre = plan_->cosFromCentre(pin, firstBlock, count);
   // Shapes that know no changes leave them alone.
   if (pin.needs & kNeedsCoordinates) {
-    for (float* const change : run.changes) std::fill_n(change, 8 * run.blocks, 0.0f);
+    for (float* const change : batch.changes) std::fill_n(change, 8 * batch.blocks, 0.0f);
   }
 
-  pin.shape->evaluateRun(run);
-  pin.curve->applyRun(run);
-  pin.fill->compositeRun(run, &row_.blocks()[firstBlock], scratch_);
+  pin.shape->evaluate(batch);
+  pin.curve->evaluate(batch);
+  pin.fill->composite(batch, scratch_);
 }
 
-void PinRowPainter::storeRow(std::int32_t y) {
+void PinRowPainter::storeRow(std::uint32_t y) {
   const auto width = static_cast<std::size_t>(result_->width);
-  float* out = &result_->pixels[static_cast<std::size_t>(y) * width].r;
+  float* out = &result_->pixels[y * width].r;
   const std::size_t whole = width / 8;
-  const std::span<const Block> blocks = row_.blocks();
+  const std::span<const Block> blocks = row_.all();
   Float8 a, b, c;
 
   const bool streaming = result_->pixels.size() * sizeof(Rgb) >= kStreamingBytes && width % 8 == 0;
@@ -97,7 +95,7 @@ void PinRowPainter::storeRow(std::int32_t y) {
       storeStreaming(out + 8, b);
       storeStreaming(out + 16, c);
     }
-    _mm_sfence();
+    finishStreaming();
     return;
   }
 

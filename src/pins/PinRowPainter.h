@@ -2,11 +2,12 @@
 
 #include <cstdint>
 
-#include "brushes/PinFill.h"
-#include "pins/BlockRow.h"
+#include "fills/PinFill.h"
+#include "maps/AlignedArray.h"
+#include "maps/BlockedMap.h"
 #include "pins/PassPlan.h"
 #include "shapes/AzimuthSpans.h"
-#include "shapes/PixelRun.h"
+#include "shapes/PixelBatch.h"
 
 namespace orv::hdri {
 struct EnvImage;
@@ -14,34 +15,38 @@ struct EnvImage;
 
 namespace orv::hdri::blockedAVX2 {
 
-class BlockedPainter;
+class BackgroundSource;
+struct PaintContext;
 
 /// Composes rows of the map, one at a time, and stores them into the result. One per worker thread; keeps its
 /// buffers from row to row.
 class PinRowPainter {
  public:
   /// @param result where rows go; null when the map has no pixels.
-  PinRowPainter(const BlockedPainter* painter, const PassPlan* plan, EnvImage* result);
+  /// All must outlive the painter. @throws std::bad_alloc.
+  PinRowPainter(const PaintContext& context, const BackgroundSource& background, const PassPlan& plan,
+                EnvImage* result);
 
   /// Paints row `y`: the background, then the pins over it, then the store, then the progress.
-  void paintRow(std::int32_t y);
+  void paintRow(std::uint32_t y);
 
  private:
   /// The row's latitude with its sine and cosine, in all lanes.
   void setLatitude(float latitude);
   void layPin(const PlannedPin& pin, float latitude);
-  void layRun(const PlannedPin& pin, std::uint32_t firstBlock, std::uint32_t count);
-  void storeRow(std::int32_t y);
+  void layBatch(const PlannedPin& pin, std::uint32_t firstBlock, std::uint32_t count);
+  void storeRow(std::uint32_t y);
 
-  const BlockedPainter* painter_;
+  const PaintContext* context_;
+  const BackgroundSource* background_;
   const PassPlan* plan_;
   EnvImage* result_;
-  BlockRow row_;
+  AlignedArray<Block> row_;
   AzimuthSpans spans_;
   alignas(32) float latitude_[8];
   alignas(32) float sinLatitude_[8];
   alignas(32) float cosLatitude_[8];
-  RunPlanes planes_;
+  BatchPlanes planes_;
   FillScratch scratch_;
 };
 

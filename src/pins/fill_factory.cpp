@@ -2,35 +2,37 @@
 
 #include <new>
 
-#include "brushes/BackgroundRotationFill.h"
-#include "brushes/GradientFill.h"
-#include "brushes/ImageFill.h"
-#include "brushes/SolidColorFill.h"
+#include "fills/BackgroundRotationFill.h"
+#include "fills/GradientFill.h"
+#include "fills/ImageFill.h"
+#include "fills/SolidColorFill.h"
 #include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
 #include "hdri/GradientBrush.h"
 #include "hdri/ImageBrush.h"
-#include "painter/BlockedPainter.h"
 
 namespace orv::hdri::blockedAVX2 {
 
-std::unique_ptr<PinFill> makeFill(BlockedPainter& painter, const Brush& brush, bool rectangular) {
+namespace {
+
+template <typename Fill, typename... Args>
+std::unique_ptr<PinFill> make(const Args&... args) {
+  return std::unique_ptr<PinFill>(new (std::nothrow) Fill(args...));
+}
+
+}  // namespace
+
+std::unique_ptr<PinFill> makeFill(const Brush& brush, bool rectangular) {
   try {
     switch (brush.kind()) {
       case BrushKind::color:
-        return std::unique_ptr<PinFill>(new (std::nothrow)
-                                            SolidColorFill(static_cast<const ColorBrush&>(brush)));
+        return make<SolidColorFill>(static_cast<const ColorBrush&>(brush));
       case BrushKind::gradient:
-        return std::unique_ptr<PinFill>(
-            new (std::nothrow) GradientFill(static_cast<const GradientBrush&>(brush), rectangular));
+        return make<GradientFill>(static_cast<const GradientBrush&>(brush), rectangular);
       case BrushKind::image:
-        return std::unique_ptr<PinFill>(new (std::nothrow) ImageFill(static_cast<const ImageBrush&>(brush)));
-      case BrushKind::background: {
-        std::unique_ptr<PinFill> fill(new (std::nothrow)
-                                          BackgroundRotationFill(static_cast<const BackgroundBrush&>(brush)));
-        if (fill) painter.noteBackgroundFill();
-        return fill;
-      }
+        return make<ImageFill>(static_cast<const ImageBrush&>(brush));
+      case BrushKind::background:
+        return make<BackgroundRotationFill>(static_cast<const BackgroundBrush&>(brush));
       case BrushKind::sunSky:
         break;
     }
@@ -40,8 +42,6 @@ std::unique_ptr<PinFill> makeFill(BlockedPainter& painter, const Brush& brush, b
   return nullptr;
 }
 
-std::unique_ptr<PinFill> makeRedFill() {
-  return std::unique_ptr<PinFill>(new (std::nothrow) SolidColorFill(ColorBrush(1.0f, 0.0f, 0.0f)));
-}
+std::unique_ptr<PinFill> makeRedFill() { return make<SolidColorFill>(ColorBrush(1.0f, 0.0f, 0.0f)); }
 
 }  // namespace orv::hdri::blockedAVX2

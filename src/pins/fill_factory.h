@@ -8,14 +8,12 @@ class Brush;
 
 namespace orv::hdri::blockedAVX2 {
 
-class BlockedPainter;
 class PinFill;
 
-/// Makes the fill that a brush describes. A fill that shows the background is noted in the painter, whose
-/// background stays valid only if it can be sampled.
+/// Makes the fill that a brush describes.
 /// @param rectangular whether the fill goes into a rectangle.
 /// @return null for a brush that fills no pins, and without memory.
-std::unique_ptr<PinFill> makeFill(BlockedPainter& painter, const Brush& brush, bool rectangular);
+std::unique_ptr<PinFill> makeFill(const Brush& brush, bool rectangular);
 
 /// What is painted in place of a fill that could not be prepared: red, added. Null without memory.
 std::unique_ptr<PinFill> makeRedFill();

@@ -1,17 +1,22 @@
 #pragma once
 
+#include "pins/Pin.h"
+
 namespace orv::hdri {
 struct EnvImage;
 }
 
 namespace orv::hdri::blockedAVX2 {
 
-class BlockedPainter;
+class BackgroundSource;
+struct PaintContext;
 
-/// Writes the map: for every row, in parallel, the background and the pins over it. The background must be
-/// prepared.
+/// Writes the map: for every row, in parallel, the background and the pins over it. A fill that can not be
+/// prepared is replaced by red, now and for later paints.
+/// @param background prepared already.
 /// @param result where rows go; null when the map has no pixels, the rows are then only run.
 /// @throws std::bad_alloc.
-void paintPins(BlockedPainter& painter, EnvImage* result);
+void paintPins(const PaintContext& context, const BackgroundSource& background, PinList& pins,
+               EnvImage* result);
 
 }  // namespace orv::hdri::blockedAVX2

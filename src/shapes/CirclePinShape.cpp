@@ -47,45 +47,43 @@ void CirclePinShape::azimuthSpans(float elevation, AzimuthSpans& spans) const {
   }
 }
 
-void CirclePinShape::evaluate(PixelBatch& batch) const { evaluateRun(runOf(batch)); }
-
 bool CirclePinShape::takesFullPath(std::uint32_t needs) const {
   return half_ || (needs & (kNeedsCoordinates | kNeedsDirection)) != 0;
 }
 
-void CirclePinShape::evaluateRun(const PixelRun& run) const {
-  if (takesFullPath(run.needs)) {
-    cosineFromFrame(run);
+void CirclePinShape::evaluate(const PixelBatch& batch) const {
+  if (takesFullPath(batch.needs)) {
+    cosineFromFrame(batch);
   } else {
-    cosineFromAzimuths(run);
+    cosineFromAzimuths(batch);
   }
 
   // The angle to the centre waits in u until the edge has seen it.
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) store(run.u + i, arccos(load(run.cosAngle + i)));
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) store(batch.u + i, arccos(load(batch.cosAngle + i)));
 
-  if (run.needs & kNeedsSoftEdge) {
-    softEdge(run);
+  if (batch.needs & kNeedsSoftEdge) {
+    softEdge(batch);
   } else {
-    hardEdge(run);
+    hardEdge(batch);
   }
-  if (half_) cut(run);
-  if (run.needs & kNeedsCoordinates) angleAboutCentre(run);
+  if (half_) cut(batch);
+  if (batch.needs & kNeedsCoordinates) angleAboutCentre(batch);
 }
 
 /// The fast path, by the spherical law of cosines:
 /// cos angle = cos(azimuth difference) cos e cos e0 + sin e sin e0
-void CirclePinShape::cosineFromAzimuths(const PixelRun& run) const {
-  const Float8 cosines = load(run.cosElevation) * cosElevation_;
-  const Float8 sines = load(run.sinElevation) * sinElevation_;
-  float* const cosAngle = run.cosAngle;
-  const std::size_t pixels = 8 * run.blocks;
-  if (const float* cosDifference = run.cosFromCentre) {
+void CirclePinShape::cosineFromAzimuths(const PixelBatch& batch) const {
+  const Float8 cosines = load(batch.cosElevation) * cosElevation_;
+  const Float8 sines = load(batch.sinElevation) * sinElevation_;
+  float* const cosAngle = batch.cosAngle;
+  const std::size_t pixels = 8 * batch.blocks;
+  if (const float* cosDifference = batch.cosFromCentre) {
     for (std::size_t i = 0; i < pixels; i += 8) {
       store(cosAngle + i, clampCosine(fma(load(cosDifference + i), cosines, sines)));
     }
     return;
   }
-  const float* const azimuth = run.azimuth;
+  const float* const azimuth = batch.azimuth;
   const Float8 centre = azimuth_;
   for (std::size_t i = 0; i < pixels; i += 8) {
     store(cosAngle + i, clampCosine(fma(cos(load(azimuth + i) - centre), cosines, sines)));
@@ -93,22 +91,22 @@ void CirclePinShape::cosineFromAzimuths(const PixelRun& run) const {
 }
 
 /// The full path, by dot products with the frame.
-void CirclePinShape::cosineFromFrame(const PixelRun& run) const {
-  project(run, frame_);
-  float* const cosAngle = run.cosAngle;
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+void CirclePinShape::cosineFromFrame(const PixelBatch& batch) const {
+  project(batch, frame_);
+  float* const cosAngle = batch.cosAngle;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     store(cosAngle + i, clampCosine(load(cosAngle + i)));
   }
 }
 
-void CirclePinShape::hardEdge(const PixelRun& run) const {
+void CirclePinShape::hardEdge(const PixelBatch& batch) const {
   const Float8 radius = radius_;
   const Float8 invRadius = invRadius_;
   const Float8 one = splat(1.0f);
-  float* const coordinate = run.u;
-  float* const weight = run.weight;
-  std::uint32_t* const mask = run.mask;
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+  float* const coordinate = batch.u;
+  float* const weight = batch.weight;
+  std::uint32_t* const mask = batch.mask;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     const Float8 angle = load(coordinate + i);
     const Float8 u = angle * invRadius;
     store(weight + i, keep(angle < radius, one));
@@ -118,14 +116,14 @@ void CirclePinShape::hardEdge(const PixelRun& run) const {
 }
 
 /// The edge fades over one pixel angle on its inner side.
-void CirclePinShape::softEdge(const PixelRun& run) const {
+void CirclePinShape::softEdge(const PixelBatch& batch) const {
   const Float8 radius = radius_;
   const Float8 invRadius = invRadius_;
   const Float8 invPixelAngle = invPixelAngle_;
-  float* const coordinate = run.u;
-  float* const weight = run.weight;
-  std::uint32_t* const mask = run.mask;
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+  float* const coordinate = batch.u;
+  float* const weight = batch.weight;
+  std::uint32_t* const mask = batch.mask;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     const Float8 angle = load(coordinate + i);
     const Float8 u = angle * invRadius;
     store(weight + i, smoothstep(clamp01((radius - angle) * invPixelAngle)));
@@ -135,27 +133,27 @@ void CirclePinShape::softEdge(const PixelRun& run) const {
 }
 
 /// Keeps the positive side of the second axis.
-void CirclePinShape::cut(const PixelRun& run) const {
+void CirclePinShape::cut(const PixelBatch& batch) const {
   const Float8 invPixelAngle = invPixelAngle_;
-  const float* const dotT2 = run.dotT2;
-  float* const weight = run.weight;
-  std::uint32_t* const mask = run.mask;
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+  const float* const dotT2 = batch.dotT2;
+  float* const weight = batch.weight;
+  std::uint32_t* const mask = batch.mask;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     store(mask + i, loadMask(mask + i) & (load(dotT2 + i) > zero8()));
   }
-  if (!(run.needs & kNeedsSoftEdge)) return;
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+  if (!(batch.needs & kNeedsSoftEdge)) return;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     const Float8 height = arcsin(clampCosine(load(dotT2 + i)));
     store(weight + i, load(weight + i) * smoothstep(clamp01(height * invPixelAngle)));
   }
 }
 
 /// v = (atan2(dotT2, dotT1) / pi + 1) / 2
-void CirclePinShape::angleAboutCentre(const PixelRun& run) const {
-  const float* const dotT1 = run.dotT1;
-  const float* const dotT2 = run.dotT2;
-  float* const v = run.v;
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+void CirclePinShape::angleAboutCentre(const PixelBatch& batch) const {
+  const float* const dotT1 = batch.dotT1;
+  const float* const dotT2 = batch.dotT2;
+  float* const v = batch.v;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     const Float8 angle = atan2(load(dotT2 + i), load(dotT1 + i));
     store(v + i, fma(angle, splat(kInvPi), splat(1.0f)) * splat(0.5f));
   }

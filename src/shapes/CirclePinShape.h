@@ -17,18 +17,17 @@ class CirclePinShape final : public PinShape {
 
   void latitudeRange(float& lowest, float& highest) const override;
   void azimuthSpans(float elevation, AzimuthSpans& spans) const override;
-  void evaluate(PixelBatch& batch) const override;
-  void evaluateRun(const PixelRun& run) const override;
+  void evaluate(const PixelBatch& batch) const override;
   std::optional<AzimuthExtent> cosFromCentreExtent(std::uint32_t needs) const override;
 
  private:
   bool takesFullPath(std::uint32_t needs) const;
-  void cosineFromAzimuths(const PixelRun& run) const;
-  void cosineFromFrame(const PixelRun& run) const;
-  void hardEdge(const PixelRun& run) const;
-  void softEdge(const PixelRun& run) const;
-  void cut(const PixelRun& run) const;
-  void angleAboutCentre(const PixelRun& run) const;
+  void cosineFromAzimuths(const PixelBatch& batch) const;
+  void cosineFromFrame(const PixelBatch& batch) const;
+  void hardEdge(const PixelBatch& batch) const;
+  void softEdge(const PixelBatch& batch) const;
+  void cut(const PixelBatch& batch) const;
+  void angleAboutCentre(const PixelBatch& batch) const;
 
   SphereCap cap_;
   bool half_;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "shapes/PixelRun.h"
+#include "shapes/PixelBatch.h"
 #include "shapes/sphere_geometry.h"
 #include "shapes/trigonometry.h"
 
@@ -29,14 +29,13 @@ struct Frame8 {
       : centre(splat(frame.centre)), tangent1(splat(frame.tangent1)), tangent2(splat(frame.tangent2)) {}
 };
 
-/// Sine and cosine of the azimuths of pixels i to i + 7: the columns' own, or computed where a run has none.
-inline SinCos8 sinCosAzimuth(const PixelRun& run, std::size_t i) {
-  if (run.sinAzimuth) return {load(run.sinAzimuth + i), load(run.cosAzimuth + i)};
-  return sinCos(load(run.azimuth + i));
+/// Sine and cosine of the azimuths of pixels i to i + 7.
+inline SinCos8 sinCosAzimuth(const PixelBatch& batch, std::size_t i) {
+  return {load(batch.sinAzimuth + i), load(batch.cosAzimuth + i)};
 }
 
 /// Writes `cosAngle` (not clamped), `dotT1` and `dotT2`: the pixels' directions in the frame; the directions
 /// themselves as well where they are asked for.
-void project(const PixelRun& run, const Frame8& frame);
+void project(const PixelBatch& batch, const Frame8& frame);
 
 }  // namespace orv::hdri::blockedAVX2

@@ -3,23 +3,20 @@
 #include <memory>
 
 #include "hdri/PinParams.h"
-#include "host/AlignedObject.h"
-#include "shapes/PixelRun.h"
+#include "maps/AlignedObject.h"
+#include "shapes/PixelBatch.h"
 
 namespace orv::hdri::blockedAVX2 {
 
 /// Turns the coordinates that a shape wrote (u, v and cosAngle) into one weight a pixel. Outside the shape
-/// the weight means nothing; the shape's mask removes it. Immutable, callable from any number of threads.
+/// the curve means nothing; the shape's mask removes it. Immutable, callable from any number of threads.
 class FalloffCurve : public AlignedObject {
  public:
   virtual ~FalloffCurve() = default;
 
-  /// Weights of one block. @param out eight floats, 32-byte aligned. @return `out`.
-  virtual float* evaluate(float* out, const PixelBatch& batch) const = 0;
-
-  /// Makes `run.weight` the pin's weight: the curve's value where the mask is set, 0 elsewhere, times the
-  /// shape's edge weight. The same bits as `evaluate` gives block by block.
-  virtual void applyRun(const PixelRun& run) const = 0;
+  /// Makes `batch.weight` the pin's weight: the curve's value where the mask is set, 0 elsewhere, times the
+  /// shape's edge weight.
+  virtual void evaluate(const PixelBatch& batch) const = 0;
 
  protected:
   FalloffCurve() = default;

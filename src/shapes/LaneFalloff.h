@@ -13,22 +13,17 @@ struct FalloffInputs {
   Float8 cosAngle;
 };
 
-/// Both forms of a curve's evaluation, from its `Float8 weight(const FalloffInputs&) const`.
+/// A curve's evaluation, from its `Float8 weight(const FalloffInputs&) const`.
 template <typename Curve>
 class LaneFalloff : public FalloffCurve {
  public:
-  float* evaluate(float* out, const PixelBatch& batch) const final {
-    store(out, weight({load(batch.u), load(batch.v), load(batch.cosAngle)}));
-    return out;
-  }
-
-  void applyRun(const PixelRun& run) const final {
-    const float* const u = run.u;
-    const float* const v = run.v;
-    const float* const cosAngle = run.cosAngle;
-    const std::uint32_t* const mask = run.mask;
-    float* const weights = run.weight;
-    for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+  void evaluate(const PixelBatch& batch) const final {
+    const float* const u = batch.u;
+    const float* const v = batch.v;
+    const float* const cosAngle = batch.cosAngle;
+    const std::uint32_t* const mask = batch.mask;
+    float* const weights = batch.weight;
+    for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
       const Float8 value = weight({load(u + i), load(v + i), load(cosAngle + i)});
       store(weights + i, keep(loadMask(mask + i), value) * load(weights + i));
     }

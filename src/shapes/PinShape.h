@@ -3,11 +3,10 @@
 #include <memory>
 #include <optional>
 
-#include "host/AlignedObject.h"
+#include "maps/AlignedObject.h"
 #include "shapes/AzimuthSpans.h"
 #include "shapes/FalloffCurve.h"
 #include "shapes/PixelBatch.h"
-#include "shapes/PixelRun.h"
 
 namespace orv::hdri::blockedAVX2 {
 
@@ -29,13 +28,11 @@ class PinShape : public AlignedObject {
   /// Replaces `spans` by the longitudes that the shape can touch in the row at `elevation`.
   virtual void azimuthSpans(float elevation, AzimuthSpans& spans) const = 0;
 
-  /// Fills one block's coordinates, mask and edge weight, as `batch.needs` asks.
-  virtual void evaluate(PixelBatch& batch) const = 0;
+  /// Writes a batch's coordinates, mask and edge weight, as `batch.needs` asks. A rectangle writes `changes`
+  /// with a soft edge alone; the pass has made them 0.
+  virtual void evaluate(const PixelBatch& batch) const = 0;
 
-  /// The same for a run of blocks, with the same bits.
-  virtual void evaluateRun(const PixelRun& run) const = 0;
-
-  /// The longitudes for which `evaluateRun` would read `PixelRun::cosFromCentre` under these needs; none
+  /// The longitudes for which `evaluate` would read `PixelBatch::cosFromCentre` under these needs; none
   /// where it would not.
   virtual std::optional<AzimuthExtent> cosFromCentreExtent(std::uint32_t needs) const;
 

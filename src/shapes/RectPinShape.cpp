@@ -83,47 +83,40 @@ void RectPinShape::azimuthSpans(float elevation, AzimuthSpans& spans) const {
   }
 }
 
-void RectPinShape::evaluate(PixelBatch& batch) const {
-  if (!(batch.needs & kNeedsSoftEdge) && !rounded_) {
-    std::fill_n(&batch.changes[0][0], 4 * 8, 0.0f);
-  }
-  evaluateRun(runOf(batch));
-}
-
-void RectPinShape::evaluateRun(const PixelRun& run) const {
-  project(run, frame_);
+void RectPinShape::evaluate(const PixelBatch& batch) const {
+  project(batch, frame_);
 
   // The angles along both axes, normalised below.
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
-    store(run.u + i, atan2(load(run.dotT1 + i), load(run.cosAngle + i)));
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
+    store(batch.u + i, atan2(load(batch.dotT1 + i), load(batch.cosAngle + i)));
   }
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
-    store(run.v + i, atan2(load(run.dotT2 + i), load(run.cosAngle + i)));
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
+    store(batch.v + i, atan2(load(batch.dotT2 + i), load(batch.cosAngle + i)));
   }
 
-  const bool soft = (run.needs & kNeedsSoftEdge) != 0;
+  const bool soft = (batch.needs & kNeedsSoftEdge) != 0;
   if (rounded_) {
-    half_ ? softEdge<true, true>(run) : softEdge<false, true>(run);
+    half_ ? softEdge<true, true>(batch) : softEdge<false, true>(batch);
   } else if (soft) {
-    half_ ? softEdge<true, false>(run) : softEdge<false, false>(run);
+    half_ ? softEdge<true, false>(batch) : softEdge<false, false>(batch);
   } else {
-    hardEdge(run);
+    hardEdge(batch);
   }
-  if (soft && (run.needs & kNeedsCoordinates)) changesPerPixel(run);
-  normalise(run);
+  if (soft && (batch.needs & kNeedsCoordinates)) changesPerPixel(batch);
+  normalise(batch);
 }
 
 /// Fades over one pixel angle inside the nearest edge, cut or corner.
 template <bool half, bool rounded>
-void RectPinShape::softEdge(const PixelRun& run) const {
+void RectPinShape::softEdge(const PixelBatch& batch) const {
   const Float8 halfWidth = halfWidth_;
   const Float8 halfHeight = halfHeight_;
   const Float8 cornerRadius = cornerRadius_;
   const Float8 invPixelAngle = invPixelAngle_;
-  const float* const alongU = run.u;
-  const float* const alongV = run.v;
-  float* const weight = run.weight;
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+  const float* const alongU = batch.u;
+  const float* const alongV = batch.v;
+  float* const weight = batch.weight;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     const Float8 angleV = load(alongV + i);
     const Float8 toEdgeU = halfWidth - abs(load(alongU + i));
     const Float8 toEdgeV = halfHeight - abs(angleV);
@@ -140,26 +133,26 @@ void RectPinShape::softEdge(const PixelRun& run) const {
   }
 }
 
-void RectPinShape::hardEdge(const PixelRun& run) const {
-  const float* const alongV = run.v;
-  float* const weight = run.weight;
+void RectPinShape::hardEdge(const PixelBatch& batch) const {
+  const float* const alongV = batch.v;
+  float* const weight = batch.weight;
   const Float8 one = splat(1.0f);
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     store(weight + i, half_ ? keep(load(alongV + i) > zero8(), one) : one);
   }
 }
 
 /// How the two angles change from pixel to pixel along azimuth and elevation. With the derivative p' of the
 /// direction, angle' = (dc (p' . t) - d (p' . centre)) / (d^2 + dc^2).
-void RectPinShape::changesPerPixel(const PixelRun& shared) const {
-  const PixelRun run = shared;
-  const Float8 cosElevation = load(run.cosElevation);
-  const Float8 sinElevation = load(run.sinElevation);
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
-    const SinCos8 azimuth = sinCosAzimuth(run, i);
+void RectPinShape::changesPerPixel(const PixelBatch& shared) const {
+  const PixelBatch batch = shared;
+  const Float8 cosElevation = load(batch.cosElevation);
+  const Float8 sinElevation = load(batch.sinElevation);
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
+    const SinCos8 azimuth = sinCosAzimuth(batch, i);
     const Direction8 alongAzimuth{-azimuth.sin * cosElevation, azimuth.cos * cosElevation, zero8()};
     const Direction8 alongElevation{-azimuth.cos * sinElevation, -azimuth.sin * sinElevation, cosElevation};
-    const Float8 dotCentre = load(run.cosAngle + i);
+    const Float8 dotCentre = load(batch.cosAngle + i);
     const Float8 azimuthCentre = dot(alongAzimuth, frame_.centre);
     const Float8 elevationCentre = dot(alongElevation, frame_.centre);
 
@@ -172,20 +165,20 @@ void RectPinShape::changesPerPixel(const PixelRun& shared) const {
       store(byAzimuth + i, a * scale * pixelAngle_);
       store(byElevation + i, e * scale * pixelAngle_);
     };
-    write(run.dotT1, frame_.tangent1, run.changes[0], run.changes[1]);
-    write(run.dotT2, frame_.tangent2, run.changes[2], run.changes[3]);
+    write(batch.dotT1, frame_.tangent1, batch.changes[0], batch.changes[1]);
+    write(batch.dotT2, frame_.tangent2, batch.changes[2], batch.changes[3]);
   }
 }
 
 /// Angles become coordinates, and the border itself is inside.
-void RectPinShape::normalise(const PixelRun& run) const {
+void RectPinShape::normalise(const PixelBatch& batch) const {
   const Float8 invHalfWidth = invHalfWidth_;
   const Float8 invHalfHeight = invHalfHeight_;
   const Float8 one = splat(1.0f);
-  float* const alongU = run.u;
-  float* const alongV = run.v;
-  std::uint32_t* const mask = run.mask;
-  for (std::size_t i = 0; i < 8 * run.blocks; i += 8) {
+  float* const alongU = batch.u;
+  float* const alongV = batch.v;
+  std::uint32_t* const mask = batch.mask;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     const Float8 u = load(alongU + i) * invHalfWidth;
     const Float8 v = load(alongV + i) * invHalfHeight;
     store(alongU + i, u);

@@ -19,15 +19,14 @@ class RectPinShape final : public PinShape {
 
   void latitudeRange(float& lowest, float& highest) const override;
   void azimuthSpans(float elevation, AzimuthSpans& spans) const override;
-  void evaluate(PixelBatch& batch) const override;
-  void evaluateRun(const PixelRun& run) const override;
+  void evaluate(const PixelBatch& batch) const override;
 
  private:
   template <bool half, bool rounded>
-  void softEdge(const PixelRun& run) const;
-  void hardEdge(const PixelRun& run) const;
-  void changesPerPixel(const PixelRun& run) const;
-  void normalise(const PixelRun& run) const;
+  void softEdge(const PixelBatch& batch) const;
+  void hardEdge(const PixelBatch& batch) const;
+  void changesPerPixel(const PixelBatch& batch) const;
+  void normalise(const PixelBatch& batch) const;
 
   float elevation_;
   float boundRadius_;

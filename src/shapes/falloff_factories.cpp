@@ -45,7 +45,7 @@ std::unique_ptr<FalloffCurve> makeCosine(float rimRadius, float amount) {
 /// (1 - x)(1 - a x): amount 1 is the parabola (1 - x)^2, amount 0 bulges outwards.
 template <typename Curve>
 std::unique_ptr<FalloffCurve> makeQuadratic(float amount) {
-  const float q = std::fmin(std::fmax(amount, 0.0f), 1.0f);
+  const float q = std::fmin(amount, 1.0f);
   const float a = (q - 1.0f) * 4.0f + 1.0f;
   return make<Curve>(a, a + 1.0f);
 }
@@ -53,7 +53,7 @@ std::unique_ptr<FalloffCurve> makeQuadratic(float amount) {
 }  // namespace
 
 std::unique_ptr<FalloffCurve> makeCircleFalloff(const CirclePinParams& params) {
-  const float amount = params.falloffAmount;
+  const float amount = std::fmax(params.falloffAmount, 0.0f);
   const float edge = reciprocalAbove(1e-5f, amount, 100000.0f);
   switch (params.falloffKind) {
     case Falloff::circleCosine:
@@ -77,7 +77,7 @@ std::unique_ptr<FalloffCurve> makeCircleFalloff(const CirclePinParams& params) {
 }
 
 std::unique_ptr<FalloffCurve> makeRectFalloff(const RectPinParams& params) {
-  const float amount = params.falloffAmount;
+  const float amount = std::fmax(params.falloffAmount, 0.0f);
   // A band of the same angle along both axes.
   const float band = amount > 0.0f ? amount : 1e-5f;
   const float bandU = 1.0f / band;

@@ -53,8 +53,8 @@ inline QuarterTurn reduceToQuarterTurn(Float8 x) {
   return {fnma(q, splat(kHalfPi), x), toIntNearest(q)};
 }
 
-/// Odd quadrants, as the sign bits that `select` reads.
-inline Mask8 oddQuadrants(Int8 quadrant) { return {bitsToFloat(shiftLeft<31>(quadrant)).v}; }
+/// Odd quadrants, as sign bits.
+inline Float8 oddQuadrants(Int8 quadrant) { return bitsToFloat(shiftLeft<31>(quadrant)); }
 
 struct SinCos8 {
   Float8 sin;
@@ -68,10 +68,10 @@ inline SinCos8 sinCos(Float8 x) {
   const Float8 z = turn.r * turn.r;
   const Float8 c = polynomial(kCosCoefficients, z);
   const Float8 s = turn.r * polynomial(kSinCoefficients, z);
-  const Mask8 odd = oddQuadrants(turn.quadrant);
+  const Float8 odd = oddQuadrants(turn.quadrant);
   // The sine is negative in quadrants 2 and 3, the cosine in 1 and 2: bit 1 of n and of n + 1.
-  return {xorSign(select(odd, c, s), bitsToFloat(shiftLeft<30>(turn.quadrant))),
-          xorSign(select(odd, s, c), bitsToFloat(shiftLeft<30>(turn.quadrant + splat(1))))};
+  return {xorSign(selectBySign(odd, c, s), bitsToFloat(shiftLeft<30>(turn.quadrant))),
+          xorSign(selectBySign(odd, s, c), bitsToFloat(shiftLeft<30>(turn.quadrant + splat(1))))};
 }
 
 inline Float8 sin(Float8 x) { return sinCos(x).sin; }
@@ -80,13 +80,14 @@ inline Float8 sin(Float8 x) { return sinCos(x).sin; }
 inline Float8 cos(Float8 x) {
   const QuarterTurn turn = reduceToQuarterTurn(x);
   const Float8 z = turn.r * turn.r;
-  const Mask8 odd = oddQuadrants(turn.quadrant);
-  Float8 p = select(odd, splat(kSinCoefficients[0]), splat(kCosCoefficients[0]));
+  const Float8 odd = oddQuadrants(turn.quadrant);
+  Float8 p = selectBySign(odd, splat(kSinCoefficients[0]), splat(kCosCoefficients[0]));
   for (int i = 1; i < 5; ++i) {
-    p = fma(p, z, select(odd, splat(kSinCoefficients[i]), splat(kCosCoefficients[i])));
+    p = fma(p, z, selectBySign(odd, splat(kSinCoefficients[i]), splat(kCosCoefficients[i])));
   }
   p = fma(p, z, splat(1.0f));
-  return xorSign(p * select(odd, turn.r, splat(1.0f)), bitsToFloat(shiftLeft<30>(turn.quadrant + splat(1))));
+  return xorSign(p * selectBySign(odd, turn.r, splat(1.0f)),
+                 bitsToFloat(shiftLeft<30>(turn.quadrant + splat(1))));
 }
 
 /// Arc sine of each lane, radians in [-pi/2, pi/2]: pi/2 - arccos |x| with the sign of x. Absolute error
@@ -116,7 +117,7 @@ inline Float8 atan2(Float8 y, Float8 x) {
   const Float8 turn = keep(x < zero8(), select(y >= zero8(), splat(kPi), splat(-kPi)));
   const Float8 angle = arctan(y / x) + turn;
   const Mask8 origin = bitsToFloat(floatToBits(y) | floatToBits(x)) == zero8();
-  return {_mm256_andnot_ps(origin.v, angle.v)};
+  return clear(origin, angle);
 }
 
 /// e^x. Relative error below 1.2e-7 on [-87.3, 88.7]. Exactly 0 below -87.7; above 88.4 the scale stays at
@@ -129,7 +130,7 @@ inline Float8 exp(Float8 x) {
   const Float8 power = bitsToFloat(shiftLeft<23>(toIntNearest(n) + splat(127)));
   const Float8 scale = select(n >= splat(128.0f), splat(3.4028235e38f), power);
   const Mask8 vanishes = n < splat(-127.0f);
-  return {_mm256_andnot_ps(vanishes.v, (e * scale).v)};
+  return clear(vanishes, e * scale);
 }
 
 /// t^2 (3 - 2 t); t in [0, 1]. Absolute error below 7.6e-8.

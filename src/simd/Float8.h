@@ -29,9 +29,10 @@ inline Float8 loadUnaligned(const float* p) { return {_mm256_loadu_ps(p)}; }
 /// Stores eight floats to a 32-byte aligned address.
 inline void store(float* aligned, Float8 a) { _mm256_store_ps(aligned, a.v); }
 inline void storeUnaligned(float* p, Float8 a) { _mm256_storeu_ps(p, a.v); }
-/// Stores past the caches; a 32-byte aligned address. A `_mm_sfence` orders it before the data is handed
+/// Stores past the caches; a 32-byte aligned address. `finishStreaming` orders it before the data is handed
 /// over.
 inline void storeStreaming(float* aligned, Float8 a) { _mm256_stream_ps(aligned, a.v); }
+inline void finishStreaming() { _mm_sfence(); }
 /// 0, 1, 2 … 7.
 inline Float8 laneIndex() { return {_mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7)}; }
 
@@ -94,6 +95,14 @@ inline bool all(Mask8 a) { return _mm256_movemask_ps(a.v) == 0xff; }
 inline Float8 select(Mask8 mask, Float8 yes, Float8 no) { return {_mm256_blendv_ps(no.v, yes.v, mask.v)}; }
 /// `a` where the mask is set, else 0.
 inline Float8 keep(Mask8 mask, Float8 a) { return {_mm256_and_ps(mask.v, a.v)}; }
+/// 0 where the mask is set, else `a`.
+inline Float8 clear(Mask8 mask, Float8 a) { return {_mm256_andnot_ps(mask.v, a.v)}; }
+/// `yes` where the sign bit is set, else `no`.
+inline Float8 selectBySign(Float8 sign, Float8 yes, Float8 no) {
+  return {_mm256_blendv_ps(no.v, yes.v, sign.v)};
+}
+/// (b - a) t + a, fused: a at t = 0.
+inline Float8 lerp(Float8 a, Float8 b, Float8 t) { return fma(b - a, t, a); }
 
 inline Int8 splat(int x) { return {_mm256_set1_epi32(x)}; }
 inline Int8 operator+(Int8 a, Int8 b) { return {_mm256_add_epi32(a.v, b.v)}; }

@@ -77,18 +77,38 @@ void expectClose(const Adjustments& a, double tolerance) {
   }
 }
 
+TEST(ColorAdjustment, TheProductOfBrightnessAndTintDecidesWhetherToScale) {
+  // 1.000009 squared is 1.000018; 0.999995 times 1.000014 is 1.000009.
+  EXPECT_TRUE(ColorAdjustment(Adjustments{.brightness = 1.000009f, .tintGreen = 1.000009f}).scaleOn());
+  EXPECT_FALSE(ColorAdjustment(
+                   Adjustments{.brightness = 0.999995f, .tintRed = 1.000014f, .tintGreen = 1, .tintBlue = 1})
+                   .scaleOn());
+}
+
+TEST(ColorAdjustment, AScaleThatOverflowsGivesTheLargestFiniteFloat) {
+  constexpr float kMost = std::numeric_limits<float>::max();
+  Block block{};
+  for (float& x : block.r) x = 1e30f;
+  for (float& x : block.g) x = 0;
+  ColorAdjustment({.brightness = 1e30f, .tintRed = 1, .tintGreen = 1e30f, .tintBlue = 1}).apply(&block, 1);
+  EXPECT_EQ(block.r[0], kMost);
+  EXPECT_EQ(block.g[0], 0.0f);
+  for (float& x : block.r) x = 1e30f;
+  ColorAdjustment({.brightness = -1e30f}).apply(&block, 1);
+  EXPECT_EQ(block.r[0], -kMost);
+}
+
 TEST(ColorAdjustment, NeutralValuesSwitchEveryStepOff) {
   const ColorAdjustment adjustment{Adjustments{}};
   EXPECT_FALSE(adjustment.active());
 }
 
 TEST(ColorAdjustment, ValuesWithin1e5OfNeutralCountAsNeutral) {
-  EXPECT_FALSE(ColorAdjustment(Adjustments{.brightness = 1.000009f,
-                                           .gamma = 0.999992f,
-                                           .hueShift = 9e-6f,
-                                           .saturation = -9e-6f,
-                                           .tintRed = 1.000009f})
-                   .active());
+  EXPECT_FALSE(
+      ColorAdjustment(
+          Adjustments{.brightness = 1.000009f, .gamma = 0.999992f, .hueShift = 9e-6f, .saturation = -9e-6f})
+          .active());
+  EXPECT_FALSE(ColorAdjustment(Adjustments{.tintRed = 1.000009f}).active());
   EXPECT_TRUE(ColorAdjustment(Adjustments{.brightness = 1.00002f}).scaleOn());
   EXPECT_TRUE(ColorAdjustment(Adjustments{.gamma = 1.00002f}).gammaOn());
   EXPECT_TRUE(ColorAdjustment(Adjustments{.hueShift = 2e-5f}).hueOn());

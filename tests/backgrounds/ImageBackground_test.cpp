@@ -32,7 +32,7 @@ class ImageBackgroundTest : public testing::Test {
 TEST_F(ImageBackgroundTest, AsksTheHostInThisOrder) {
   host_.images["a"] = std::make_unique<FakeImage>(8, 1);
   ImageBackground background{ImageBrush("a")};
-  EXPECT_TRUE(background.prepare(*painter_));
+  EXPECT_TRUE(background.prepare(painter_->context()));
   EXPECT_THAT(host_.calls(),
               ElementsAre("orv_image_load(scene, \"a\", 1, true, null)",
                           "orv_progress_set(scene, \"Image Adjustments\", 0)",
@@ -44,10 +44,10 @@ TEST_F(ImageBackgroundTest, AsksTheHostInThisOrder) {
 TEST_F(ImageBackgroundTest, AMissingImageLeavesThePreparedMapUntouched) {
   host_.images["a"] = std::make_unique<FakeImage>(8, 1, std::vector<float>(24, 0.5f));
   ImageBackground background{ImageBrush("a")};
-  ASSERT_TRUE(background.prepare(*painter_));
+  ASSERT_TRUE(background.prepare(painter_->context()));
   host_.images.clear();
   painter_->setSize(16, 2);
-  EXPECT_FALSE(background.prepare(*painter_));
+  EXPECT_FALSE(background.prepare(painter_->context()));
   EXPECT_EQ(background.preparedMap().width(), 8u);
   EXPECT_EQ(background.preparedMap().row(0)[0].g[3], 0.5f);
 }
@@ -55,13 +55,13 @@ TEST_F(ImageBackgroundTest, AMissingImageLeavesThePreparedMapUntouched) {
 TEST_F(ImageBackgroundTest, AnImageWithoutPixelsCanNotBePrepared) {
   host_.images["a"] = std::make_unique<FakeImage>(0, 0, std::vector<float>(3));
   ImageBackground background{ImageBrush("a")};
-  EXPECT_FALSE(background.prepare(*painter_));
+  EXPECT_FALSE(background.prepare(painter_->context()));
 }
 
 TEST_F(ImageBackgroundTest, CanNotBeSampledUnlessThePainterAskedForIt) {
   host_.images["a"] = std::make_unique<FakeImage>(8, 1);
   ImageBackground background{ImageBrush("a")};
-  ASSERT_TRUE(background.prepare(*painter_));
+  ASSERT_TRUE(background.prepare(painter_->context()));
   EXPECT_FALSE(background.canSample());
 }
 
@@ -69,7 +69,7 @@ TEST_F(ImageBackgroundTest, TheImageIsHandedBackWhenTheMapDoesNotFitMemory) {
   host_.images["a"] = std::make_unique<FakeImage>(8, 1);
   ImageBackground background{ImageBrush("a")};
   host_.failAllocation(1);
-  EXPECT_THROW(background.prepare(*painter_), std::bad_alloc);
+  EXPECT_THROW(background.prepare(painter_->context()), std::bad_alloc);
   EXPECT_EQ(host_.calls().back(), "orv_image_free_mode(scene, false, false)");
 }
 

@@ -35,7 +35,7 @@ class SunSkyBackgroundTest : public testing::Test {
 
 TEST_F(SunSkyBackgroundTest, AsksTheHostInThisOrder) {
   SunSkyBackground background(brush_, *host_.sky);
-  EXPECT_TRUE(background.prepare(*painter_));
+  EXPECT_TRUE(background.prepare(painter_->context()));
   EXPECT_THAT(host_.calls(), ElementsAre("orv_progress_set(scene, \"Sun & Sky\", 0)", "render(16, 2)",
                                          "orv_progress_set(scene, \"Sun & Sky Adjustments\", 0)"));
   EXPECT_THAT(host_.progressAmounts(), ElementsAre(1.0f));
@@ -56,7 +56,7 @@ TEST_F(SunSkyBackgroundTest, BlurAndTiltReportAfterTheAdjustments) {
 
 TEST_F(SunSkyBackgroundTest, TheSkyIsHandedTheBrushsSettingsAsItsDescription) {
   SunSkyBackground background(brush_, *host_.sky);
-  background.prepare(*painter_);
+  background.prepare(painter_->context());
   EXPECT_EQ(host_.sky->lastDescription, &brush_.settings());
 }
 
@@ -70,7 +70,7 @@ TEST_F(SunSkyBackgroundTest, TheSkysBufferHasItsPeculiarSize) {
     std::size_t bytes = 0;
     host_.sky->onRender = [&](float*, std::uint32_t, std::uint32_t) { bytes = host_.lastAligned().first; };
     painter_->setSize(c.width, c.height);
-    SunSkyBackground(brush_, *host_.sky).prepare(*painter_);
+    SunSkyBackground(brush_, *host_.sky).prepare(painter_->context());
     EXPECT_EQ(bytes, 4 * c.floats) << c.width << " x " << c.height;
   }
 }
@@ -82,14 +82,14 @@ TEST_F(SunSkyBackgroundTest, TheSkysBufferIsAlignedAndZero) {
     address = reinterpret_cast<std::uintptr_t>(rgb);
     zero = std::all_of(rgb, rgb + 160, [](float x) { return x == 0.0f; });
   };
-  SunSkyBackground(brush_, *host_.sky).prepare(*painter_);
+  SunSkyBackground(brush_, *host_.sky).prepare(painter_->context());
   EXPECT_EQ(address % 32, 0u);
   EXPECT_TRUE(zero);
 }
 
 TEST_F(SunSkyBackgroundTest, ASkyThatWritesNothingIsBlack) {
   SunSkyBackground background(brush_, *host_.sky);
-  background.prepare(*painter_);
+  background.prepare(painter_->context());
   const Block& block = background.preparedMap().row(1)[1];
   for (int lane = 0; lane < 8; ++lane) {
     EXPECT_EQ(block.r[lane], 0.0f);
@@ -105,7 +105,7 @@ TEST_F(SunSkyBackgroundTest, PixelsKeepTheirPlaces) {
     rgb[3 * (16 * y + x) + 2] = 8;
   };
   SunSkyBackground background(brush_, *host_.sky);
-  background.prepare(*painter_);
+  background.prepare(painter_->context());
   const Block& block = background.preparedMap().row(1)[1];
   EXPECT_EQ(block.r[3], 0.25f);
   EXPECT_EQ(block.g[3], 0.0f);
@@ -121,7 +121,7 @@ TEST_F(SunSkyBackgroundTest, NegativeValuesAreRaisedBeforeTheAdjustment) {
   brush_.adjustments().saturation = -0.5f;
   brush_.adjustments().brightness = 2;
   SunSkyBackground background(brush_, *host_.sky);
-  background.prepare(*painter_);
+  background.prepare(painter_->context());
   // Half way from (0, 3, 4) to 4, twice as bright; from -2 red would be 2.
   const Block& block = background.preparedMap().row(0)[0];
   EXPECT_EQ(block.r[0], 4.0f);
@@ -142,7 +142,7 @@ TEST_F(SunSkyBackgroundTest, KeepsTheBrushAliveWhereASharedPointerOwnsIt) {
 
 TEST_F(SunSkyBackgroundTest, AMapOfNoSizeIsPrepared) {
   painter_->setSize(0, 5);
-  EXPECT_TRUE(SunSkyBackground(brush_, *host_.sky).prepare(*painter_));
+  EXPECT_TRUE(SunSkyBackground(brush_, *host_.sky).prepare(painter_->context()));
 }
 
 TEST_F(SunSkyBackgroundTest, WithoutMemoryNothingIsLost) {
@@ -150,7 +150,7 @@ TEST_F(SunSkyBackgroundTest, WithoutMemoryNothingIsLost) {
   for (const int failing : {1, 2}) {
     SunSkyBackground background(brush_, *host_.sky);
     host_.failAllocation(failing);
-    EXPECT_THROW(background.prepare(*painter_), std::bad_alloc);
+    EXPECT_THROW(background.prepare(painter_->context()), std::bad_alloc);
   }
   host_.failAllocation(0);
   EXPECT_EQ(host_.liveBlocks(), before);

@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "backgrounds/ImageBackground.h"
+#include "backgrounds/PaintContext.h"
 #include "backgrounds/maps.h"
 #include "hdri/ImageBrush.h"
-#include "painter/BlockedPainter.h"
 #include "support/fake_host/FakeHost.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -27,23 +27,22 @@ class AdjustmentsTest : public testing::Test {
  protected:
   void SetUp() override {
     host_.reset();
-    painter_ = static_cast<BlockedPainter*>(createAVX2Painter());
-    painter_->setScene(host_.scene());
-    painter_->setSize(kWidth, kHeight);
+    context_.scene = host_.scene();
+    context_.width = kWidth;
+    context_.height = kHeight;
     std::vector<float> rgb;
     for (int y = 0; y < kHeight; ++y)
       for (int x = 0; x < kWidth; ++x)
         for (const double channel : noise(x, y)) rgb.push_back(static_cast<float>(channel));
     host_.images["a"] = std::make_unique<FakeImage>(kWidth, kHeight, rgb);
   }
-  void TearDown() override { destroyAVX2Painter(painter_); }
 
-  /// Gives the painter the brush's blur and angles, and prepares a background of it.
+  /// Prepares the background with this blur and rotation.
   void prepare(float blurAmount, float azimuthDegrees, float tiltDegrees) {
-    brush_.setBlurAmount(blurAmount);
-    brush_.setTiltAngles(azimuthDegrees, tiltDegrees);
-    painter_->setBackground(brush_);
-    ASSERT_TRUE(background_.prepare(*painter_));
+    context_.blurAmount = blurAmount;
+    context_.tiltAngle1 = azimuthDegrees * 0.017453292f;
+    context_.tiltAngle2 = tiltDegrees * 0.017453292f;
+    ASSERT_TRUE(background_.prepare(context_));
   }
 
   /// Progress phases so far.
@@ -55,9 +54,8 @@ class AdjustmentsTest : public testing::Test {
   }
 
   FakeHost& host_ = FakeHost::instance();
-  BlockedPainter* painter_ = nullptr;
-  ImageBrush brush_{"a"};
-  ImageBackground background_{brush_};
+  PaintContext context_;
+  ImageBackground background_{ImageBrush("a")};
 };
 
 constexpr const char* kImage = "orv_progress_set(scene, \"Image Adjustments\", 0)";
@@ -122,25 +120,32 @@ TEST_F(AdjustmentsTest, ThereIsNoSamplingCopyUnlessAPinShowsTheBackground) {
 TEST_F(AdjustmentsTest, TheSamplingCopyShowsTheBlurButNotTheRotation) {
   prepare(10, 0, 0);
   const BlockedMap blurred = std::move(background_.preparedMap());
-  painter_->noteBackgroundFill();
+  context_.hasBackgroundFill = true;
   for (const float tiltDegrees : {0.0f, 20.0f}) {
     prepare(10, 90, tiltDegrees);
-    EXPECT_TRUE(sameBytes(background_.samplingCopy(), blurred));
+    for (int y = 0; y < kHeight; ++y)
+      for (int x = 0; x < kWidth; ++x) {
+        // u = x / (width - 1) hits the centre of column x up to rounding.
+        Block out;
+        background_.sampleBlock(out, splat(static_cast<float>(x) / (kWidth - 1)),
+                                splat(static_cast<float>(y) / (kHeight - 1)));
+        EXPECT_NEAR(out.g[0], pixelOf(blurred, x, y)[1], 1e-5);
+      }
     EXPECT_FALSE(sameBytes(background_.preparedMap(), blurred));
   }
 }
 
 TEST_F(AdjustmentsTest, TheSamplingCopyGoesWhenNoPinAsksForItAnyMore) {
-  painter_->noteBackgroundFill();
+  context_.hasBackgroundFill = true;
   prepare(0, 0, 0);
   EXPECT_TRUE(background_.canSample());
-  painter_->clear();
+  context_.hasBackgroundFill = false;
   prepare(0, 0, 0);
   EXPECT_FALSE(background_.canSample());
 }
 
 TEST_F(AdjustmentsTest, PreparingAgainKeepsOnlyTheMapAndItsCopy) {
-  painter_->noteBackgroundFill();
+  context_.hasBackgroundFill = true;
   prepare(10, 90, 20);
   const std::int64_t live = host_.liveBlocks();
   prepare(10, 90, 20);
@@ -148,31 +153,31 @@ TEST_F(AdjustmentsTest, PreparingAgainKeepsOnlyTheMapAndItsCopy) {
 }
 
 TEST_F(AdjustmentsTest, WithoutASceneNothingIsReported) {
-  painter_->setScene(nullptr);
+  context_.scene = nullptr;
   prepare(10, 90, 20);
   EXPECT_TRUE(host_.progressAmounts().empty());
   EXPECT_TRUE(phases().empty());
 }
 
 TEST_F(AdjustmentsTest, EveryFailingAllocationEndsInBadAllocAndLosesNothing) {
-  painter_->noteBackgroundFill();
+  context_.hasBackgroundFill = true;
   prepare(10, 90, 20);
   background_.preparedMap().release();
-  background_.samplingCopy().release();
+  background_.samplingCopy() = InterleavedMap();
   const std::int64_t live = host_.liveBlocks();
   int failures = 0;
   for (std::int64_t n = 1; n < 100; ++n) {
     host_.failAllocation(n);
     bool failed = false;
     try {
-      background_.prepare(*painter_);
+      background_.prepare(context_);
     } catch (const std::bad_alloc&) {
       failed = true;
     }
     if (!failed) break;
     ++failures;
     background_.preparedMap().release();
-    background_.samplingCopy().release();
+    background_.samplingCopy() = InterleavedMap();
     ASSERT_EQ(host_.liveBlocks(), live) << n;
   }
   host_.failAllocation(0);

@@ -44,7 +44,7 @@ class Blur : public testing::Test {
     amount_ = static_cast<float>((radius - 0.5) / reach * 200.0 / map.width());
     const BlurSettings settings = settingsOf(amount_, map.width(), map.height(), maximum);
     ASSERT_EQ(settings.radius(), static_cast<std::uint32_t>(radius));
-    blur(map, settings, *painter_);
+    blur(map, settings, painter_->context());
   }
 
   /// Expects the blurred noise of this size to agree with the reference.
@@ -147,7 +147,7 @@ TEST_F(Blur, OneRowOrOneColumnStaysAsItIs) {
   for (const auto& [width, height] : {std::pair{17u, 1u}, {1u, 17u}, {1u, 1u}}) {
     BlockedMap map = mapOf(width, height, noise);
     const BlockedMap before = mapOf(width, height, noise);
-    blur(map, settingsOf(30, width, height, 1), *painter_);
+    blur(map, settingsOf(30, width, height, 1), painter_->context());
     EXPECT_TRUE(sameBytes(map, before)) << width << " x " << height;
   }
 }
@@ -273,7 +273,7 @@ TEST_F(Blur, WithoutMemoryTheMapStaysAndNothingIsLost) {
   const std::int64_t live = host_.liveBlocks();
   for (const std::int64_t n : {1, 2}) {  // the transposed map, then a thread's scratch
     host_.failAllocation(n);
-    EXPECT_THROW(blur(map, settings, *painter_), std::bad_alloc);
+    EXPECT_THROW(blur(map, settings, painter_->context()), std::bad_alloc);
     EXPECT_TRUE(sameBytes(map, before));
     EXPECT_EQ(host_.liveBlocks(), live);
   }

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "painter/BlockedMap.h"
+#include "maps/BlockedMap.h"
 #include "support/reference/adjustments.h"
 
 /// Maps between the painter's layout and the reference's, and what tests fill them with.

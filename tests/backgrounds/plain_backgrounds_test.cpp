@@ -59,7 +59,7 @@ TEST(ColorBackground, CanAlwaysBeSampledAndPrepares) {
   BlockedPainter* painter = static_cast<BlockedPainter*>(createAVX2Painter());
   ColorBackground background{ColorBrush(1, 1, 1)};
   EXPECT_TRUE(background.canSample());
-  EXPECT_TRUE(background.prepare(*painter));
+  EXPECT_TRUE(background.prepare(painter->context()));
   destroyAVX2Painter(painter);
 }
 

@@ -82,7 +82,7 @@ TEST(Tilt, AzimuthAloneMovesWholeColumnsBitForBit) {
     for (const float azimuth : {0.02f, 0.5f, 1.5707964f, 3.0f, 4.7f, 6.2f, 6.2831855f}) {
       BlockedMap map = mapOf(static_cast<std::uint32_t>(width), 5, noise);
       const reference::Map before = referenceOf(map);
-      tilt(map, TiltSettings(azimuth, 0));
+      tilt(map, {}, TiltSettings(azimuth, 0));
       const reference::Map expected = reference::shifted(before, columnsOf(width, azimuth));
       EXPECT_EQ(referenceOf(map).pixels, expected.pixels) << width << ", " << azimuth;
       EXPECT_TRUE(paddingRepeatsTheRow(map)) << width << ", " << azimuth;
@@ -94,7 +94,7 @@ TEST(Tilt, AzimuthAloneMovesWholeColumnsBitForBit) {
 void expectReference(BlockedMap map, float azimuth, float tiltAngle) {
   const reference::Map before = referenceOf(map);
   const int width = before.width, height = before.height;
-  tilt(map, TiltSettings(azimuth, tiltAngle));
+  tilt(map, {}, TiltSettings(azimuth, tiltAngle));
   int skipped = 0;
   double worst = 0;
   for (int y = 0; y < height; ++y)
@@ -138,15 +138,15 @@ TEST(Tilt, FullRotationOfTheSmallestMapsStaysInside) {
   for (const auto& [width, height] : {std::pair{1u, 1u}, {1u, 9u}, {9u, 1u}, {2u, 2u}, {3u, 2u}}) {
     BlockedMap map = mapOf(width, height, [](int, int) { return reference::Color{1, 2, 3}; });
     const BlockedMap before = mapOf(width, height, [](int, int) { return reference::Color{1, 2, 3}; });
-    tilt(map, TiltSettings(1, 0.5f));
+    tilt(map, {}, TiltSettings(1, 0.5f));
     EXPECT_TRUE(sameBytes(map, before)) << width << " x " << height;
   }
 }
 
 TEST(Tilt, EmptyMapsStayEmpty) {
   BlockedMap map(0, 5);
-  tilt(map, TiltSettings(1, 1));
-  tilt(map, TiltSettings(1, 0));
+  tilt(map, {}, TiltSettings(1, 1));
+  tilt(map, {}, TiltSettings(1, 0));
   EXPECT_TRUE(map.empty());
 }
 
@@ -155,7 +155,7 @@ TEST(Tilt, WhatLiesToTheRightAndAboveComesToTheCentre) {
   for (const double azimuth : {0.0, 1.0, 2.5, 4.0, 5.5})
     for (const double angle : {-1.2, -0.4, 0.0, 0.3, 1.0}) {
       BlockedMap map = lobe(kWidth, kHeight, azimuth, angle);
-      tilt(map, TiltSettings(static_cast<float>(azimuth), static_cast<float>(angle)));
+      tilt(map, {}, TiltSettings(static_cast<float>(azimuth), static_cast<float>(angle)));
       double brightest = 0;
       int column = 0, row = 0;
       for (int y = 0; y < kHeight; ++y)
@@ -179,8 +179,8 @@ TEST(Tilt, ATinyTiltAgreesWithTheShiftUpToItsDroppedColumn) {
   };
   for (const float azimuth : {0.0f, 0.4f, 3.0f, 5.9f}) {
     BlockedMap shift = mapOf(kWidth, kHeight, wave), full = mapOf(kWidth, kHeight, wave);
-    tilt(shift, TiltSettings(azimuth, 0));
-    tilt(full, TiltSettings(azimuth, 2e-5f));
+    tilt(shift, {}, TiltSettings(azimuth, 0));
+    tilt(full, {}, TiltSettings(azimuth, 2e-5f));
     const double exact = kWidth * static_cast<double>(azimuth) / kTurn;
     const double dropped = exact - columnsOf(kWidth, azimuth);
     for (int y = kHeight / 4; y < 3 * kHeight / 4; ++y)
@@ -199,7 +199,7 @@ TEST(Tilt, ForthAndBackReturnsASmoothMap) {
   const BlockedMap before = smooth(1024, 512);
   for (const float angle : {0.3f, -1.1f}) {
     BlockedMap map = smooth(1024, 512);
-    tilt(map, TiltSettings(0, angle));
+    tilt(map, {}, TiltSettings(0, angle));
     double moved = 0, back = 0;
     const auto farthest = [&] {
       double distance = 0;
@@ -210,7 +210,7 @@ TEST(Tilt, ForthAndBackReturnsASmoothMap) {
       return distance;
     };
     moved = farthest();
-    tilt(map, TiltSettings(0, -angle));
+    tilt(map, {}, TiltSettings(0, -angle));
     back = farthest();
     EXPECT_GT(moved, 0.29);
     // Each way the look-up is off by up to a column and half a row, 2 pi / 1024 and pi / 1024 of slope 1.
@@ -220,8 +220,8 @@ TEST(Tilt, ForthAndBackReturnsASmoothMap) {
 
 TEST(Tilt, ShiftsForthAndBackReturnEveryMap) {
   BlockedMap map = mapOf(100, 9, noise);
-  tilt(map, TiltSettings(static_cast<float>(kTurn * 0.305), 0));  // 30 columns
-  tilt(map, TiltSettings(static_cast<float>(kTurn * 0.705), 0));  // 70 columns
+  tilt(map, {}, TiltSettings(static_cast<float>(kTurn * 0.305), 0));  // 30 columns
+  tilt(map, {}, TiltSettings(static_cast<float>(kTurn * 0.705), 0));  // 70 columns
   EXPECT_TRUE(sameBytes(map, mapOf(100, 9, noise)));
 }
 
@@ -230,9 +230,9 @@ TEST(Tilt, BytesAreEqualWithOneTwoAndSevenThreads) {
   for (const std::size_t threads : {1u, 2u, 7u}) {
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
     turned.push_back(mapOf(203, 140, noise));
-    tilt(turned.back(), TiltSettings(1, 0.7f));
+    tilt(turned.back(), {}, TiltSettings(1, 0.7f));
     shifted.push_back(mapOf(203, 140, noise));
-    tilt(shifted.back(), TiltSettings(1, 0));
+    tilt(shifted.back(), {}, TiltSettings(1, 0));
   }
   for (const std::size_t i : {1u, 2u}) {
     EXPECT_TRUE(sameBytes(turned[0], turned[i]));
@@ -248,12 +248,12 @@ TEST(Tilt, WithoutMemoryTheMapStaysAndNothingIsLost) {
   const std::int64_t live = host.liveBlocks();
   for (const std::int64_t n : {1, 2}) {  // the column table, then the interleaved map
     host.failAllocation(n);
-    EXPECT_THROW(tilt(map, TiltSettings(1, 0.5f)), std::bad_alloc);
+    EXPECT_THROW(tilt(map, {}, TiltSettings(1, 0.5f)), std::bad_alloc);
     EXPECT_TRUE(sameBytes(map, before));
     EXPECT_EQ(host.liveBlocks(), live);
   }
   host.failAllocation(1);  // a thread's row
-  EXPECT_THROW(tilt(map, TiltSettings(1, 0)), std::bad_alloc);
+  EXPECT_THROW(tilt(map, {}, TiltSettings(1, 0)), std::bad_alloc);
   EXPECT_EQ(host.liveBlocks(), live);
 }
 

@@ -44,7 +44,7 @@ std::vector<std::string> baseNamesAnd(std::initializer_list<std::string> own) {
 TEST_F(HostParameters, NodeIsMadeByBeginThenTake) {
   ColorBrush brush(0.0f, 0.0f, 0.0f);
   brush.setOwner(owner);
-  EXPECT_NE(CreateHostNode(brush, host().scene(), "orv.env.brush.color"), nullptr);
+  EXPECT_NE(createHostNode(brush, host().scene(), "orv.env.brush.color"), nullptr);
   EXPECT_THAT(host().calls(),
               ElementsAre("orv_get_scene_api(scene)", "begin_node(\"orv.env.brush.color\", 4294967295, 0)",
                           "take_node()"));
@@ -52,17 +52,17 @@ TEST_F(HostParameters, NodeIsMadeByBeginThenTake) {
 
 TEST_F(HostParameters, NoNodeAndNoCallWithoutALivingOwner) {
   ColorBrush brush(0.0f, 0.0f, 0.0f);
-  EXPECT_EQ(CreateHostNode(brush, host().scene(), "orv.env.brush.color"), nullptr);
+  EXPECT_EQ(createHostNode(brush, host().scene(), "orv.env.brush.color"), nullptr);
   brush.setOwner(owner);
   owner.reset();
-  EXPECT_EQ(CreateHostNode(brush, host().scene(), "orv.env.brush.color"), nullptr);
+  EXPECT_EQ(createHostNode(brush, host().scene(), "orv.env.brush.color"), nullptr);
   EXPECT_THAT(host().calls(), IsEmpty());
 }
 
 TEST_F(HostParameters, OwnerIsReleasedAfterTheNodeIsMade) {
   ColorBrush brush(0.0f, 0.0f, 0.0f);
   brush.setOwner(owner);
-  CreateHostNode(brush, host().scene(), "orv.env.brush.color");
+  createHostNode(brush, host().scene(), "orv.env.brush.color");
   EXPECT_EQ(owner.use_count(), 1);
 }
 
@@ -194,14 +194,14 @@ class SunAndSky : public HostParameters {
     brush.settings().sunFromAngles = 1;
     brush.settings().sunAzimuth = azimuth;
     brush.settings().sunElevation = elevation;
-    ApplySunAndSky(brush, sky);
+    applySunAndSky(brush, sky);
   }
 };
 
 TEST_F(SunAndSky, TakesAllTwelveSettings) {
   SkySettings& s = brush.settings();
   s = {3.0f, 0.5f, 0.25f, 2.0f, 4.0f, 5.0f, -33.0f, 151.0f, 17.5f, 0, 0.0f, 0.0f, 200, 11.0f, -45.0f};
-  ApplySunAndSky(brush, sky);
+  applySunAndSky(brush, sky);
   EXPECT_EQ(sky.turbidity, 3.0f);
   EXPECT_EQ(sky.ozone, 0.5f);
   EXPECT_EQ(sky.groundAlbedo, 0.25f);
@@ -218,7 +218,7 @@ TEST_F(SunAndSky, TakesAllTwelveSettings) {
 }
 
 TEST_F(SunAndSky, UsesTheSkysOwnSunWithoutAngles) {
-  ApplySunAndSky(brush, sky);
+  applySunAndSky(brush, sky);
   EXPECT_THAT(host().calls(), ElementsAre("use_own_sun()"));
 }
 

@@ -157,7 +157,7 @@ TEST_F(SceneTest, ABrushMakesItsNodeHere) {
   const auto owner = std::make_shared<orv::hdri::BrushOwner>();
   const auto brush = std::make_shared<orv::hdri::ColorBrush>(orv::hdri::Rgb{1, 0, 0});
   brush->setOwner(owner);
-  orvNode* const node = orv::hdri::CreateHostNode(*brush, scene, "orv.env.brush.color");
+  orvNode* const node = orv::hdri::createHostNode(*brush, scene, "orv.env.brush.color");
   ASSERT_NE(node, nullptr);
   EXPECT_EQ(static_cast<Node*>(node)->typeName(), "orv.env.brush.color");
 }

@@ -47,14 +47,14 @@ TEST_F(BlockedPainterTest, DestroyingNullDoesNothing) { destroyAVX2Painter(nullp
 TEST_F(BlockedPainterTest, IsBornWithoutAnything) {
   EXPECT_FALSE(painter().hasBackground());
   EXPECT_FALSE(painter().isValid());
-  EXPECT_EQ(painter().width(), 0);
-  EXPECT_EQ(painter().height(), 0);
-  EXPECT_EQ(painter().pinSizeScale(), 1.5f);
-  EXPECT_FALSE(painter().smoothing());
-  EXPECT_FALSE(painter().hasBackgroundFill());
-  EXPECT_EQ(painter().blurAmount(), 0.0f);
-  EXPECT_EQ(painter().tiltAngle1(), 0.0f);
-  EXPECT_EQ(painter().tiltAngle2(), 0.0f);
+  EXPECT_EQ(painter().context().width, 0);
+  EXPECT_EQ(painter().context().height, 0);
+  EXPECT_EQ(painter().context().pinSizeScale, 1.5f);
+  EXPECT_FALSE(painter().context().smoothing);
+  EXPECT_FALSE(painter().context().hasBackgroundFill);
+  EXPECT_EQ(painter().context().blurAmount, 0.0f);
+  EXPECT_EQ(painter().context().tiltAngle1, 0.0f);
+  EXPECT_EQ(painter().context().tiltAngle2, 0.0f);
   EXPECT_EQ(painter().getType(), PainterType::avx2);
 }
 
@@ -94,18 +94,18 @@ TEST_F(BlockedPainterTest, ANegativeSizeIsStoredAsZeroAndAlwaysClears) {
   painter().paint();
   ASSERT_TRUE(painter().isValid());
   painter().setSize(-3, 5);
-  EXPECT_EQ(painter().width(), 0);
-  EXPECT_EQ(painter().height(), 5);
+  EXPECT_EQ(painter().context().width, 0);
+  EXPECT_EQ(painter().context().height, 5);
   EXPECT_FALSE(painter().isValid());
 }
 
 TEST_F(BlockedPainterTest, OptionsAreBytesAndLeaveTheBackgroundValid) {
   validate();
   painter().setOptions({.smoothing = 2, .keepBackground = 1});
-  EXPECT_TRUE(painter().smoothing());
+  EXPECT_TRUE(painter().context().smoothing);
   EXPECT_TRUE(painter().isValid());
   painter().setOptions({});
-  EXPECT_FALSE(painter().smoothing());
+  EXPECT_FALSE(painter().context().smoothing);
 }
 
 TEST_F(BlockedPainterTest, ClearRemovesTheBackground) {
@@ -121,22 +121,22 @@ TEST_F(BlockedPainterTest, ClearKeepsTheBackgroundWhenAskedTo) {
   painter().clear();
   EXPECT_TRUE(painter().hasBackground());
   EXPECT_TRUE(painter().isValid());
-  EXPECT_FALSE(painter().hasBackgroundFill());
+  EXPECT_FALSE(painter().context().hasBackgroundFill);
 }
 
 TEST_F(BlockedPainterTest, ProgressIsSilentWithoutAScene) {
-  painter().progressText("Blur");
-  painter().progressStep(1);
-  painter().progressFraction(1, 2);
+  painter().context().progressText("Blur");
+  painter().context().progressStep(1);
+  painter().context().progressFraction(1, 2);
   EXPECT_TRUE(FakeHost::instance().calls().empty());
   EXPECT_TRUE(FakeHost::instance().progressAmounts().empty());
 }
 
 TEST_F(BlockedPainterTest, ProgressReachesTheScene) {
   painter().setScene(FakeHost::instance().scene());
-  painter().progressText("Blur");
-  painter().progressStep(0.5f);
-  painter().progressFraction(4, 16);
+  painter().context().progressText("Blur");
+  painter().context().progressStep(0.5f);
+  painter().context().progressFraction(4, 16);
   EXPECT_THAT(FakeHost::instance().calls(), ElementsAre("orv_progress_set(scene, \"Blur\", 0)"));
   EXPECT_THAT(FakeHost::instance().progressAmounts(), ElementsAre(0.5f, 0.25f));
 }
@@ -144,7 +144,7 @@ TEST_F(BlockedPainterTest, ProgressReachesTheScene) {
 TEST_F(BlockedPainterTest, LoadsAndReleasesAnImageInThisOrder) {
   FakeHost::instance().images["a.exr"] = std::make_unique<FakeImage>(2, 1);
   painter().setScene(FakeHost::instance().scene());
-  EXPECT_TRUE(painter().loadImage("a.exr"));
+  EXPECT_TRUE(painter().context().loadImage("a.exr"));
   EXPECT_THAT(FakeHost::instance().calls(),
               ElementsAre("orv_image_load(scene, \"a.exr\", 1, true, null)",
                           "orv_image_free_mode(scene, true, false)", "orv_image_free(scene, image, false)",
@@ -153,7 +153,7 @@ TEST_F(BlockedPainterTest, LoadsAndReleasesAnImageInThisOrder) {
 }
 
 TEST_F(BlockedPainterTest, AMissingImageIsNamedInTheLog) {
-  EXPECT_FALSE(painter().loadImage("no such.exr"));
+  EXPECT_FALSE(painter().context().loadImage("no such.exr"));
   EXPECT_THAT(FakeHost::instance().log(),
               ElementsAre("Failed to find image 'no such.exr' used environment painter\n"));
 }

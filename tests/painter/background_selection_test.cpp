@@ -42,9 +42,9 @@ TEST_F(BackgroundSelection, TakesBlurAndAnglesFromTheBrush) {
   brush.setBlurAmount(2.5f);
   brush.setTiltAngles(90.0f, -45.0f);
   EXPECT_TRUE(painter_->setBackground(brush));
-  EXPECT_EQ(painter_->blurAmount(), 2.5f);
-  EXPECT_EQ(painter_->tiltAngle1(), 90.0f * 0.017453292f);
-  EXPECT_EQ(painter_->tiltAngle2(), -45.0f * 0.017453292f);
+  EXPECT_EQ(painter_->context().blurAmount, 2.5f);
+  EXPECT_EQ(painter_->context().tiltAngle1, 90.0f * 0.017453292f);
+  EXPECT_EQ(painter_->context().tiltAngle2, -45.0f * 0.017453292f);
 }
 
 TEST_F(BackgroundSelection, AKindThatIsNoBackgroundLeavesTheOldOneButClearsValidity) {
@@ -55,7 +55,7 @@ TEST_F(BackgroundSelection, AKindThatIsNoBackgroundLeavesTheOldOneButClearsValid
   rotated.setBlurAmount(7);
   EXPECT_FALSE(painter_->setBackground(rotated));
   EXPECT_FALSE(painter_->isValid());
-  EXPECT_EQ(painter_->blurAmount(), 7.0f);
+  EXPECT_EQ(painter_->context().blurAmount, 7.0f);
   EXPECT_EQ(firstPixel(), (Rgb{1, 2, 3}));
 }
 
@@ -109,8 +109,8 @@ TEST_F(BackgroundSelection, AnImageBackgroundIsInstalledBeforeItIsLoaded) {
 TEST_F(BackgroundSelection, TheSizeOfAnImageIsTakenAndTheImageStaysWithTheHost) {
   host_.images["map.exr"] = std::make_unique<FakeImage>(6, 3);
   EXPECT_TRUE(painter_->setSizeFromImage("map.exr"));
-  EXPECT_EQ(painter_->width(), 6);
-  EXPECT_EQ(painter_->height(), 3);
+  EXPECT_EQ(painter_->context().width, 6);
+  EXPECT_EQ(painter_->context().height, 3);
   EXPECT_THAT(host_.calls(), ElementsAre("orv_image_load(scene, \"map.exr\", 1, true, null)"));
 }
 
@@ -124,8 +124,8 @@ TEST_F(BackgroundSelection, TheSizeOfAnImageOfTheSameSizeKeepsValidity) {
 
 TEST_F(BackgroundSelection, AMissingImageLeavesTheSize) {
   EXPECT_FALSE(painter_->setSizeFromImage("gone.exr"));
-  EXPECT_EQ(painter_->width(), 4);
-  EXPECT_EQ(painter_->height(), 2);
+  EXPECT_EQ(painter_->context().width, 4);
+  EXPECT_EQ(painter_->context().height, 2);
   EXPECT_THAT(host_.log(), ElementsAre("Failed to find image 'gone.exr' used environment painter\n"));
 }
 

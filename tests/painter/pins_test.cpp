@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "backgrounds/BackgroundSource.h"
-#include "brushes/PinFill.h"
+#include "fills/PinFill.h"
 #include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
 #include "hdri/EnvImage.h"
@@ -101,7 +101,7 @@ TEST_F(Pins, AreRefusedWhenAnyAllocationFailsAndLeaveNothing) {
     host().failAllocation(n);
     refused += !painter->addRectPin(rect(), BackgroundBrush(0.0f, 0.0f));
     host().failAllocation(0);
-    EXPECT_EQ(painter->hasBackgroundFill(), !painter->pins().empty()) << n;
+    EXPECT_EQ(painter->context().hasBackgroundFill, !painter->pins().empty()) << n;
     painter->clear();
     painter->setBackground(ColorBrush(0.25f, 0.5f, 0.75f));
     EXPECT_EQ(host().liveBlocks(), live) << n;
@@ -117,7 +117,7 @@ TEST_F(Pins, GoWithClearAlsoWhenTheBackgroundIsKept) {
   painter->paint();
   painter->clear();
   EXPECT_THAT(painter->pins(), IsEmpty());
-  EXPECT_FALSE(painter->hasBackgroundFill());
+  EXPECT_FALSE(painter->context().hasBackgroundFill);
   EXPECT_TRUE(painter->isValid());
   EXPECT_EQ(host().liveBlocks(), live);
 }
@@ -287,7 +287,7 @@ TEST_F(Pins, ThatShowTheBackgroundInvalidateOneWithoutASamplingCopy) {
 TEST_F(Pins, ThatShowTheBackgroundDoNotMakeAnInvalidOneValid) {
   painter->addCirclePin(circle(), BackgroundBrush(0.0f, 0.0f));
   EXPECT_FALSE(painter->isValid());
-  EXPECT_TRUE(painter->hasBackgroundFill());
+  EXPECT_TRUE(painter->context().hasBackgroundFill);
 }
 
 TEST_F(Pins, OfOtherKindsLeaveTheBackgroundValid) {
@@ -296,7 +296,7 @@ TEST_F(Pins, OfOtherKindsLeaveTheBackgroundValid) {
   painter->addCirclePin(circle(), ColorBrush(1.0f, 0.0f, 0.0f));
   painter->addRectPin(rect(), GradientBrush());
   EXPECT_TRUE(painter->isValid());
-  EXPECT_FALSE(painter->hasBackgroundFill());
+  EXPECT_FALSE(painter->context().hasBackgroundFill);
 }
 
 TEST_F(Pins, HaveASoftEdgeOfOneAndAHalfPixelsOfTheCoarserDirection) {

@@ -10,9 +10,9 @@
 #include <memory>
 #include <new>
 
-#include "brushes/SolidColorFill.h"
+#include "fills/SolidColorFill.h"
 #include "hdri/ColorBrush.h"
-#include "painter/BlockedMap.h"
+#include "maps/BlockedMap.h"
 #include "shapes/CirclePinShape.h"
 #include "shapes/trigonometry.h"
 #include "support/fake_host/FakeHost.h"
@@ -40,20 +40,20 @@ class Plan : public testing::Test {
 TEST_F(Plan, RowRangeOfAnEquatorialPin) {
   // 101 rows: (pi/2 - 0.5) / pi 100 = 34.08…, (pi/2 + 0.5) / pi 100 = 65.9…
   const auto pin = circlePin(0, 0, 0.5f);
-  setRowRange(*pin, 101);
-  EXPECT_EQ(pin->firstRow, 34);
-  EXPECT_EQ(pin->lastRow, 66);
+  const RowRange pinRows = rowsOf(*pin->shape, 101);
+  EXPECT_EQ(pinRows.first, 34);
+  EXPECT_EQ(pinRows.last, 66);
 }
 
 TEST_F(Plan, RowRangeOfAPinAtThePoles) {
   const auto north = circlePin(0, 1.5f, 0.3f);
-  setRowRange(*north, 101);
-  EXPECT_EQ(north->firstRow, 0);
-  EXPECT_EQ(north->lastRow, 12);  // (pi/2 - 1.2) / pi 100 = 11.8
+  const RowRange northRows = rowsOf(*north->shape, 101);
+  EXPECT_EQ(northRows.first, 0);
+  EXPECT_EQ(northRows.last, 12);  // (pi/2 - 1.2) / pi 100 = 11.8
   const auto south = circlePin(0, -1.5f, 0.3f);
-  setRowRange(*south, 101);
-  EXPECT_EQ(south->firstRow, 88);
-  EXPECT_EQ(south->lastRow, 100);
+  const RowRange southRows = rowsOf(*south->shape, 101);
+  EXPECT_EQ(southRows.first, 88);
+  EXPECT_EQ(southRows.last, 100);
 }
 
 TEST_F(Plan, RowRangeStaysWithinTheMap) {
@@ -61,9 +61,9 @@ TEST_F(Plan, RowRangeStaysWithinTheMap) {
     for (const float radius : {1e30f, -1e30f, 0.0f, 4.0f}) {
       const auto pin = circlePin(0, elevation, radius);
       for (const std::int32_t height : {1, 2, 7, 65536, 2147483647}) {
-        setRowRange(*pin, height);
-        EXPECT_GE(pin->firstRow, 0);
-        EXPECT_LT(pin->lastRow, height);
+        const RowRange pinRows = rowsOf(*pin->shape, height);
+        EXPECT_GE(pinRows.first, 0);
+        EXPECT_LT(pinRows.last, height);
       }
     }
   }
@@ -71,18 +71,18 @@ TEST_F(Plan, RowRangeStaysWithinTheMap) {
 
 TEST_F(Plan, RowRangeOfAPinThatIsNotFiniteIsEmpty) {
   const auto pin = circlePin(0, kNaN, 0.5f);
-  setRowRange(*pin, 64);
-  EXPECT_GT(pin->firstRow, pin->lastRow);
+  const RowRange pinRows = rowsOf(*pin->shape, 64);
+  EXPECT_GT(pinRows.first, pinRows.last);
 }
 
 TEST_F(Plan, SpanFromMinusPiStartsAtTheFirstBlock) {
-  const PassPlan plan(100, {}, 0);
+  const PassPlan plan(100, 64, {}, 0);
   EXPECT_EQ(plan.blocksOf({-kPi, 0}).first, 0u);
 }
 
 TEST_F(Plan, SpanToPiEndsWithTheLastBlock) {
   for (std::int32_t width = 1; width <= 300; ++width) {
-    const PassPlan plan(width, {}, 0);
+    const PassPlan plan(width, 64, {}, 0);
     const BlockRange range = plan.blocksOf({-kPi, kPi});
     EXPECT_EQ(range.first, 0u);
     EXPECT_EQ(range.end, blocksFor(static_cast<std::uint32_t>(width)));
@@ -91,14 +91,14 @@ TEST_F(Plan, SpanToPiEndsWithTheLastBlock) {
 
 TEST_F(Plan, SpanIsWidenedToWholeBlocks) {
   // 64 columns: longitude 0 is between columns 31 and 32, a column is 0.0982 rad.
-  const PassPlan plan(64, {}, 0);
+  const PassPlan plan(64, 64, {}, 0);
   const BlockRange range = plan.blocksOf({0.3f, 0.9f});  // columns 35.05… to 41.2
   EXPECT_EQ(range.first, 4u);
   EXPECT_EQ(range.end, 6u);
 }
 
 TEST_F(Plan, SpansThatAreNoNumbersHaveNoBlocks) {
-  const PassPlan plan(64, {}, 0);
+  const PassPlan plan(64, 64, {}, 0);
   for (const AzimuthSpan span : {AzimuthSpan{kNaN, 1}, AzimuthSpan{-1, kNaN}, AzimuthSpan{kNaN, kNaN}}) {
     const BlockRange range = plan.blocksOf(span);
     EXPECT_GE(range.first, range.end);
@@ -106,7 +106,7 @@ TEST_F(Plan, SpansThatAreNoNumbersHaveNoBlocks) {
 }
 
 TEST_F(Plan, SpansBeyondTheRowAreCutToIt) {
-  const PassPlan plan(64, {}, 0);
+  const PassPlan plan(64, 64, {}, 0);
   for (const AzimuthSpan span : {AzimuthSpan{-1e30f, 1e30f}, AzimuthSpan{-100, 100}}) {
     EXPECT_EQ(plan.blocksOf(span).first, 0u);
     EXPECT_EQ(plan.blocksOf(span).end, 8u);
@@ -117,7 +117,7 @@ TEST_F(Plan, ColumnsHaveTheLongitudesOfTheirCentres) {
   PinList pins;
   pins.push_back(circlePin(0, 0, 1));
   for (const std::int32_t width : {1, 13, 64, 1000}) {
-    const PassPlan plan(width, pins, 0);
+    const PassPlan plan(width, 64, pins, 0);
     for (std::int32_t x = 0; x < width; ++x) {
       const double exact = ((x + 0.5) / width - 0.5) * 2 * 3.14159265358979;
       EXPECT_NEAR(plan.azimuth()[x], exact, 1e-6);
@@ -132,8 +132,7 @@ TEST_F(Plan, TablesHoldTheCosineFromThePinsCentreToTheBit) {
     for (const float radius : {0.2f, 1.0f, 2.5f}) {
       PinList pins;
       pins.push_back(circlePin(azimuth, 0.3f, radius));
-      setRowRange(*pins.back(), 100);
-      const PassPlan plan(203, pins, 0);
+      const PassPlan plan(203, 64, pins, 0);
       const PlannedPin& pin = plan.pins().front();
       std::uint32_t held = 0;
       for (std::uint32_t block = 0; block < plan.blocks(); ++block) {
@@ -155,8 +154,7 @@ TEST_F(Plan, TablesHoldEverySpanOfTheirPin) {
       for (const float radius : {0.05f, 0.3f, 1.0f}) {
         PinList pins;
         pins.push_back(circlePin(azimuth, elevation, radius));
-        setRowRange(*pins.back(), 512);
-        const PassPlan plan(1024, pins, 0);
+        const PassPlan plan(1024, 64, pins, 0);
         const PlannedPin& pin = plan.pins().front();
         for (std::int32_t y = 0; y < 512; ++y) {
           AzimuthSpans spans;
@@ -176,14 +174,13 @@ TEST_F(Plan, TablesHoldEverySpanOfTheirPin) {
 TEST_F(Plan, PinsOnTheFullPathHaveNoTable) {
   PinList pins;
   pins.push_back(circlePin(0, 0, 1));
-  setRowRange(*pins.back(), 64);
-  EXPECT_EQ(PassPlan(64, pins, kNeedsCoordinates).pins().front().cosFromCentre, nullptr);
-  EXPECT_NE(PassPlan(64, pins, kNeedsSoftEdge).pins().front().cosFromCentre, nullptr);
+  EXPECT_EQ(PassPlan(64, 64, pins, kNeedsCoordinates).pins().front().cosFromCentre, nullptr);
+  EXPECT_NE(PassPlan(64, 64, pins, kNeedsSoftEdge).pins().front().cosFromCentre, nullptr);
 }
 
 TEST_F(Plan, WithoutPinsAllocatesNothingOfTheHost) {
   const auto before = FakeHost::instance().totalAllocations();
-  const PassPlan plan(64, {}, 0);
+  const PassPlan plan(64, 64, {}, 0);
   EXPECT_EQ(FakeHost::instance().totalAllocations(), before);
 }
 

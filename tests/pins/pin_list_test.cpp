@@ -5,17 +5,17 @@
 #include <string>
 #include <vector>
 
-#include "brushes/PinFill.h"
+#include "fills/PinFill.h"
 #include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
 #include "hdri/GradientBrush.h"
 #include "hdri/ImageBrush.h"
 #include "hdri/SunSkyBrush.h"
-#include "painter/BlockedPainter.h"
 #include "pins/Pin.h"
 #include "pins/fill_factory.h"
 #include "shapes/PinShape.h"
 #include "support/fake_host/FakeHost.h"
+#include "support/one_block.h"
 
 namespace orv::hdri::blockedAVX2 {
 namespace {
@@ -29,8 +29,7 @@ class LoggingShape final : public PinShape {
   ~LoggingShape() override { log_.emplace_back("shape"); }
   void latitudeRange(float&, float&) const override {}
   void azimuthSpans(float, AzimuthSpans&) const override {}
-  void evaluate(PixelBatch&) const override {}
-  void evaluateRun(const PixelRun&) const override {}
+  void evaluate(const PixelBatch&) const override {}
 
  private:
   std::vector<std::string>& log_;
@@ -40,7 +39,7 @@ class LoggingFill final : public PinFill {
  public:
   explicit LoggingFill(std::vector<std::string>& log) : PinFill(ColorBrush(0.0f, 0.0f, 0.0f)), log_(log) {}
   ~LoggingFill() override { log_.emplace_back("fill"); }
-  Shading shadeRun(const PixelRun&, FillScratch&) const override { return {}; }
+  Shading shade(const PixelBatch&, FillScratch&) const override { return {}; }
 
  private:
   std::vector<std::string>& log_;
@@ -59,18 +58,16 @@ class FillFactory : public testing::Test {
  protected:
   void SetUp() override { FakeHost::instance().reset(); }
   void TearDown() override { FakeHost::instance().reset(); }
-
-  BlockedPainter painter{PainterType::avx2};
 };
 
 TEST_F(FillFactory, MakesAFillForEveryKindThatFillsPins) {
-  EXPECT_EQ(makeFill(painter, ColorBrush(0.0f, 0.0f, 0.0f), false)->kind(), BrushKind::color);
-  EXPECT_EQ(makeFill(painter, GradientBrush(), false)->kind(), BrushKind::gradient);
-  EXPECT_EQ(makeFill(painter, ImageBrush("a.exr"), false)->kind(), BrushKind::image);
-  EXPECT_EQ(makeFill(painter, BackgroundBrush(0.0f, 0.0f), false)->kind(), BrushKind::background);
+  EXPECT_EQ(makeFill(ColorBrush(0.0f, 0.0f, 0.0f), false)->kind(), BrushKind::color);
+  EXPECT_EQ(makeFill(GradientBrush(), false)->kind(), BrushKind::gradient);
+  EXPECT_EQ(makeFill(ImageBrush("a.exr"), false)->kind(), BrushKind::image);
+  EXPECT_EQ(makeFill(BackgroundBrush(0.0f, 0.0f), false)->kind(), BrushKind::background);
 }
 
-TEST_F(FillFactory, MakesNoneForASky) { EXPECT_EQ(makeFill(painter, SunSkyBrush(), true), nullptr); }
+TEST_F(FillFactory, MakesNoneForASky) { EXPECT_EQ(makeFill(SunSkyBrush(), true), nullptr); }
 
 TEST_F(FillFactory, MakesNoneForAnUnknownKind) {
   class StrangeBrush final : public Brush {
@@ -78,35 +75,25 @@ TEST_F(FillFactory, MakesNoneForAnUnknownKind) {
     BrushKind kind() const override { return static_cast<BrushKind>(7); }
     std::shared_ptr<Brush> clone() const override { return nullptr; }
   };
-  EXPECT_EQ(makeFill(painter, StrangeBrush(), false), nullptr);
+  EXPECT_EQ(makeFill(StrangeBrush(), false), nullptr);
 }
 
 TEST_F(FillFactory, MakesNoneWithoutMemory) {
   FakeHost& host = FakeHost::instance();
   const std::int64_t live = host.liveBlocks();
   host.failAllocation(1);
-  EXPECT_EQ(makeFill(painter, BackgroundBrush(0.0f, 0.0f), false), nullptr);
-  EXPECT_FALSE(painter.hasBackgroundFill());
+  EXPECT_EQ(makeFill(BackgroundBrush(0.0f, 0.0f), false), nullptr);
   EXPECT_EQ(host.liveBlocks(), live);
-}
-
-TEST_F(FillFactory, NotesOnlyFillsThatShowTheBackground) {
-  makeFill(painter, ColorBrush(0.0f, 0.0f, 0.0f), false);
-  makeFill(painter, GradientBrush(), true);
-  makeFill(painter, ImageBrush("a.exr"), true);
-  EXPECT_FALSE(painter.hasBackgroundFill());
-  makeFill(painter, BackgroundBrush(0.0f, 0.0f), false);
-  EXPECT_TRUE(painter.hasBackgroundFill());
 }
 
 TEST_F(FillFactory, ReplacesByRedThatIsAdded) {
   const std::unique_ptr<PinFill> red = makeRedFill();
   ASSERT_NE(red, nullptr);
   EXPECT_EQ(red->mode(), 0u);
-  PixelBatch batch{};
+  OneBlock batch{};
   Block color;
   alignas(32) float weight[8];
-  red->shade(batch, color, weight);
+  shade(*red, batch, color, weight);
   EXPECT_EQ(color.r[0], 1.0f);
   EXPECT_EQ(color.g[0], 0.0f);
   EXPECT_EQ(color.b[0], 0.0f);

@@ -83,7 +83,7 @@ TEST_F(CircleShape, CoordinatesFollowDistanceAndAngle) {
   for (double share = 0.05; share < 0.99; share += 0.1) {
     for (double about = -3.0; about < 3.1; about += 0.5) {
       const auto at = polar(frame, 0.6 * share, about);
-      const PixelBatch batch = evaluateAt(shape, kNeedsCoordinates, at.azimuth, at.elevation);
+      const OneBlock batch = evaluateAt(shape, kNeedsCoordinates, at.azimuth, at.elevation);
       EXPECT_NEAR(batch.u[0], share, 2e-5);
       EXPECT_NEAR(batch.v[0], (about / 3.14159265 + 1) / 2, 4e-6 / share);
       EXPECT_EQ(batch.mask[0], 0xffffffffu);
@@ -105,10 +105,10 @@ TEST_F(CircleShape, FastAndFullPathAgree) {
   const CirclePinShape shape(circle(-2.0f, 0.7f, 0.9f, 1.1f), 0.02f);
   for (float elevation = -0.3f; elevation < 1.6f; elevation += 0.07f) {
     for (float azimuth = -3.1f; azimuth < 0; azimuth += 0.37f) {
-      PixelBatch fast = batchAt(0, azimuth, elevation, 0.041f);
-      PixelBatch full = batchAt(kNeedsDirection, azimuth, elevation, 0.041f);
-      shape.evaluate(fast);
-      shape.evaluate(full);
+      OneBlock fast = batchAt(0, azimuth, elevation, 0.041f);
+      OneBlock full = batchAt(kNeedsDirection, azimuth, elevation, 0.041f);
+      evaluate(shape, fast);
+      evaluate(shape, full);
       for (int i = 0; i < 8; ++i) EXPECT_NEAR(fast.cosAngle[i], full.cosAngle[i], 4e-7);
     }
   }
@@ -116,12 +116,12 @@ TEST_F(CircleShape, FastAndFullPathAgree) {
 
 TEST_F(CircleShape, FastPathLeavesTheFrameAlone) {
   const CirclePinShape shape(circle(0, 0, 0.5f), 0.01f);
-  PixelBatch batch = batchAt(kNeedsSoftEdge, 0.2f, 0.1f);
+  OneBlock batch = batchAt(kNeedsSoftEdge, 0.2f, 0.1f);
   batch.dotT1[3] = 42;
   batch.dotT2[3] = 43;
   batch.v[3] = 44;
   batch.changes[2][3] = 45;
-  shape.evaluate(batch);
+  evaluate(shape, batch);
   EXPECT_EQ(batch.dotT1[3], 42);
   EXPECT_EQ(batch.dotT2[3], 43);
   EXPECT_EQ(batch.v[3], 44);
@@ -130,7 +130,7 @@ TEST_F(CircleShape, FastPathLeavesTheFrameAlone) {
 
 TEST_F(CircleShape, DirectionsAreThoseOfTheSphere) {
   const CirclePinShape shape(circle(1, 0.5f, 0.5f, 0.4f), 0.01f);
-  const PixelBatch batch = evaluateAt(shape, kNeedsDirection, 1.25f, 0.4f);
+  const OneBlock batch = evaluateAt(shape, kNeedsDirection, 1.25f, 0.4f);
   const reference::Vec3 p = reference::direction(1.25f, 0.4f);
   const reference::Frame frame = reference::tangentFrame(1, 0.5f, 0.4f);
   for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(batch.directionWorld[i][5], p[i], 3e-7);
@@ -149,7 +149,7 @@ TEST_F(CircleShape, ThePixelOnTheRimIsOutside) {
   // A quarter turn from the centre the cosine is 0, whose arc cosine here is the radius given.
   const float onRim = 1.57079518f;
   const CirclePinShape shape(circle(0, 0, onRim), 0.01f);
-  const PixelBatch batch = evaluateAt(shape, 0, 1.5707964f, 0);
+  const OneBlock batch = evaluateAt(shape, 0, 1.5707964f, 0);
   EXPECT_EQ(batch.cosAngle[0], 0.0f);
   EXPECT_EQ(batch.mask[0], 0u);
   EXPECT_EQ(batch.weight[0], 0.0f);
@@ -196,7 +196,7 @@ TEST_F(CircleShape, CosineIsClamped) {
   const CirclePinShape shape(circle(0.1f, 0.2f, 0.5f), 0.01f);
   for (float azimuth = -3.2f; azimuth < 3.2f; azimuth += 0.01f) {
     for (const std::uint32_t needs : {0u, 0x20u}) {
-      const PixelBatch batch = evaluateAt(shape, needs, azimuth, 0.2f);
+      const OneBlock batch = evaluateAt(shape, needs, azimuth, 0.2f);
       EXPECT_LE(std::abs(batch.cosAngle[0]), 1.0f);
       EXPECT_FALSE(std::isnan(batch.u[0]));
     }
@@ -221,9 +221,9 @@ TEST_F(CircleShape, MissingCurveCountsAsSolid) {
   CirclePinParams params = circle(0, 0, 0.5f);
   params.falloffKind = Falloff::rectCosine;
   const CirclePinShape shape(params, 0.01f);
-  PixelBatch batch{};
+  OneBlock batch{};
   alignas(32) float out[8];
-  EXPECT_EQ(shape.curve().evaluate(out, batch)[7], 1.0f);
+  EXPECT_EQ(evaluate(shape.curve(), out, batch)[7], 1.0f);
 }
 
 TEST_F(CircleShape, IsAlignedAndGivesItsStorageBack) {

@@ -130,7 +130,7 @@ TEST_F(RectShape, CoordinatesAreAnglesAlongTheAxes) {
   for (double u = -0.95; u < 1; u += 0.19) {
     for (double v = -0.95; v < 1; v += 0.19) {
       const auto at = atAngles(frame, 0.6 * u, 0.35 * v);
-      const PixelBatch batch = evaluateAt(shape, 0, at.azimuth, at.elevation);
+      const OneBlock batch = evaluateAt(shape, 0, at.azimuth, at.elevation);
       EXPECT_NEAR(batch.u[0], u, 2e-6);
       EXPECT_NEAR(batch.v[0], v, 3e-6);
       EXPECT_EQ(batch.mask[0], 0xffffffffu);
@@ -151,7 +151,7 @@ TEST_F(RectShape, OutsideEitherEdgeIsMaskedOut) {
 TEST_F(RectShape, TheBorderItselfIsInside) {
   // A quarter turn along the first axis is the angle pi/2 to the bit.
   const RectPinShape shape(rect(0, 0, 1.5707964f, 0.3f), 0.01f);
-  const PixelBatch batch = evaluateAt(shape, 0, 1.5707964f, 0);
+  const OneBlock batch = evaluateAt(shape, 0, 1.5707964f, 0);
   EXPECT_EQ(batch.u[0], 1.0f);
   EXPECT_EQ(batch.mask[0], 0xffffffffu);
 }
@@ -160,7 +160,7 @@ TEST_F(RectShape, PixelsBehindTheCentreAreOutside) {
   const RectPinShape shape(rect(0, 0, 1.5f, 1.5f), 0.01f);
   EXPECT_EQ(evaluateAt(shape, 0, 3.1f, 0.1f).mask[0], 0u);
   EXPECT_EQ(evaluateAt(shape, 0, -2.0f, -0.5f).mask[0], 0u);
-  const PixelBatch behind = evaluateAt(shape, 0, 2.5f, 0);
+  const OneBlock behind = evaluateAt(shape, 0, 2.5f, 0);
   EXPECT_NEAR(behind.u[0] * 1.5f, 2.5f, 1e-6);
 }
 
@@ -181,7 +181,7 @@ TEST_F(RectShape, SoftEdgeFadesOverOnePixelAngleInside) {
 
 TEST_F(RectShape, CutWithoutSoftEdgeWeighsTheNegativeSideWithZero) {
   const RectPinShape shape(rect(0, 0, 0.6f, 0.3f, {.half = true}), 0.1f);
-  const PixelBatch below = evaluateAt(shape, 0, 0.1f, -0.1f);
+  const OneBlock below = evaluateAt(shape, 0, 0.1f, -0.1f);
   EXPECT_EQ(below.weight[0], 0.0f);
   EXPECT_EQ(below.mask[0], 0xffffffffu);
   EXPECT_EQ(evaluateAt(shape, 0, 0.1f, 0).weight[0], 0.0f);
@@ -228,7 +228,7 @@ TEST_F(RectShape, ChangesAreTheDerivativesTimesThePixelAngle) {
   const double h = 1e-5;
   for (float azimuth = 0.4f; azimuth < 1.3f; azimuth += 0.2f) {
     for (float elevation = -0.7f; elevation < 0; elevation += 0.2f) {
-      const PixelBatch batch = evaluateAt(shape, 0x30, azimuth, elevation);
+      const OneBlock batch = evaluateAt(shape, 0x30, azimuth, elevation);
       const double a = azimuth, e = elevation;
       int plane = 0;
       for (const reference::Vec3& axis : {frame.tangent1, frame.tangent2}) {
@@ -243,17 +243,17 @@ TEST_F(RectShape, ChangesAreTheDerivativesTimesThePixelAngle) {
 
 TEST_F(RectShape, SoftEdgeAloneLeavesTheChangesAsThePassWroteThem) {
   const RectPinShape shape(rect(0, 0, 0.6f, 0.3f), 0.01f);
-  PixelBatch batch = batchAt(kNeedsSoftEdge, 0.1f, 0.1f);
+  OneBlock batch = batchAt(kNeedsSoftEdge, 0.1f, 0.1f);
   batch.changes[1][4] = 7;
-  shape.evaluate(batch);
+  evaluate(shape, batch);
   EXPECT_EQ(batch.changes[1][4], 7);
 }
 
 TEST_F(RectShape, HardEdgeClearsTheChanges) {
   const RectPinShape shape(rect(0, 0, 0.6f, 0.3f), 0.01f);
-  PixelBatch batch = batchAt(kNeedsCoordinates, 0.1f, 0.1f);
+  OneBlock batch = batchAt(kNeedsCoordinates, 0.1f, 0.1f);
   for (auto& plane : batch.changes) std::fill(plane, plane + 8, 7.0f);
-  shape.evaluate(batch);
+  evaluate(shape, batch);
   for (const auto& plane : batch.changes) {
     for (const float change : plane) EXPECT_EQ(change, 0);
   }
@@ -261,7 +261,7 @@ TEST_F(RectShape, HardEdgeClearsTheChanges) {
 
 TEST_F(RectShape, DirectionsAreThoseOfTheSphere) {
   const RectPinShape shape(rect(1, 0.5f, 0.5f, 0.4f), 0.01f);
-  const PixelBatch batch = evaluateAt(shape, kNeedsDirection, 1.25f, 0.4f);
+  const OneBlock batch = evaluateAt(shape, kNeedsDirection, 1.25f, 0.4f);
   const reference::Vec3 p = reference::direction(1.25f, 0.4f);
   for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(batch.directionWorld[i][5], p[i], 3e-7);
 }
@@ -285,9 +285,9 @@ TEST_F(RectShape, MissingCurveCountsAsSolid) {
   RectPinParams params = rect(0, 0, 0.5f, 0.5f);
   params.falloffKind = Falloff::circleLinear;
   const RectPinShape shape(params, 0.01f);
-  PixelBatch batch{};
+  OneBlock batch{};
   alignas(32) float out[8];
-  EXPECT_EQ(shape.curve().evaluate(out, batch)[0], 1.0f);
+  EXPECT_EQ(evaluate(shape.curve(), out, batch)[0], 1.0f);
 }
 
 TEST_F(RectShape, GivesItsStorageBack) {

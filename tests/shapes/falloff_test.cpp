@@ -13,6 +13,7 @@
 #include "shapes/FalloffCurve.h"
 #include "shapes/RadialQuadraticFalloff.h"
 #include "support/fake_host/FakeHost.h"
+#include "support/one_block.h"
 #include "support/reference/falloffs.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -52,14 +53,14 @@ RectPinParams rect(Falloff kind, float amount, float halfWidth = 0.6f, float hal
 
 /// The curve's weight with the same inputs in all lanes.
 float weight(const FalloffCurve& curve, float u, float v = 0, float cosAngle = 1) {
-  PixelBatch batch{};
+  OneBlock batch{};
   for (int i = 0; i < 8; ++i) {
     batch.u[i] = u;
     batch.v[i] = v;
     batch.cosAngle[i] = cosAngle;
   }
   alignas(32) float out[8];
-  EXPECT_EQ(curve.evaluate(out, batch), out);
+  EXPECT_EQ(evaluate(curve, out, batch), out);
   for (int i = 1; i < 8; ++i) EXPECT_EQ(std::memcmp(&out[i], &out[0], sizeof(float)), 0);
   return out[0];
 }
@@ -276,12 +277,12 @@ TEST_F(Falloffs, TakeHostileParametersWithoutHarm) {
   }
 }
 
-/// A run's weights are those of its blocks one by one, to the bit.
+/// A batch's weights are those of its blocks one by one, to the bit.
 template <typename Curve>
-void expectRunEqualsBlocks(const Curve& curve) {
-  RunPlanes planes;
-  PixelRun run = planes.run();
-  run.blocks = 5;
+void expectBatchEqualsBlocks(const Curve& curve) {
+  BatchPlanes planes;
+  PixelBatch batch = planes.batch();
+  batch.blocks = 5;
   for (std::size_t i = 0; i < 40; ++i) {
     planes.u[i] = -1.2f + 0.06f * static_cast<float>(i);
     planes.v[i] = 1.1f - 0.05f * static_cast<float>(i);
@@ -291,26 +292,26 @@ void expectRunEqualsBlocks(const Curve& curve) {
   }
   float expected[40];
   for (std::size_t block = 0; block < 5; ++block) {
-    PixelBatch batch{};
+    OneBlock one{};
     for (std::size_t lane = 0; lane < 8; ++lane) {
-      batch.u[lane] = planes.u[8 * block + lane];
-      batch.v[lane] = planes.v[8 * block + lane];
-      batch.cosAngle[lane] = planes.cosAngle[8 * block + lane];
+      one.u[lane] = planes.u[8 * block + lane];
+      one.v[lane] = planes.v[8 * block + lane];
+      one.cosAngle[lane] = planes.cosAngle[8 * block + lane];
     }
     alignas(32) float out[8];
-    curve.evaluate(out, batch);
+    evaluate(curve, out, one);
     for (std::size_t lane = 0; lane < 8; ++lane) {
       const std::size_t i = 8 * block + lane;
       expected[i] = (planes.mask[i] ? out[lane] : 0.0f) * planes.weight[i];
     }
   }
-  curve.applyRun(run);
+  curve.evaluate(batch);
   for (std::size_t i = 0; i < 40; ++i) EXPECT_EQ(planes.weight[i], expected[i]) << "pixel " << i;
 }
 
-TEST_F(Falloffs, GiveRunsTheBitsOfTheirBlocks) {
-  for (const Falloff kind : kCircleKinds) expectRunEqualsBlocks(*makeCircleFalloff(circle(kind, 0.4f)));
-  for (const Falloff kind : kRectKinds) expectRunEqualsBlocks(*makeRectFalloff(rect(kind, 0.4f)));
+TEST_F(Falloffs, GiveBatchesTheBitsOfTheirBlocks) {
+  for (const Falloff kind : kCircleKinds) expectBatchEqualsBlocks(*makeCircleFalloff(circle(kind, 0.4f)));
+  for (const Falloff kind : kRectKinds) expectBatchEqualsBlocks(*makeRectFalloff(rect(kind, 0.4f)));
 }
 
 }  // namespace

@@ -5,20 +5,19 @@
 #include <vector>
 
 #include "shapes/PinShape.h"
-#include "shapes/PixelBatch.h"
-#include "shapes/PixelRun.h"
 #include "shapes/trigonometry.h"
+#include "support/one_block.h"
 #include "support/reference/sphere.h"
 
 /// Evaluating shapes at directions, and comparing their two forms of evaluation.
 namespace shape_support {
 
+using orv::hdri::blockedAVX2::OneBlock;
 using orv::hdri::blockedAVX2::PinShape;
-using orv::hdri::blockedAVX2::PixelBatch;
 
 /// A batch of eight pixels from `azimuth` on, `step` apart, at an elevation.
-inline PixelBatch batchAt(std::uint32_t needs, float azimuth, float elevation, float step = 0) {
-  PixelBatch batch{};
+inline OneBlock batchAt(std::uint32_t needs, float azimuth, float elevation, float step = 0) {
+  OneBlock batch{};
   batch.needs = needs;
   for (int i = 0; i < 8; ++i) {
     batch.azimuth[i] = azimuth + step * static_cast<float>(i);
@@ -30,9 +29,9 @@ inline PixelBatch batchAt(std::uint32_t needs, float azimuth, float elevation, f
 }
 
 /// `shape` evaluated in one direction, in all lanes.
-inline PixelBatch evaluateAt(const PinShape& shape, std::uint32_t needs, float azimuth, float elevation) {
-  PixelBatch batch = batchAt(needs, azimuth, elevation);
-  shape.evaluate(batch);
+inline OneBlock evaluateAt(const PinShape& shape, std::uint32_t needs, float azimuth, float elevation) {
+  OneBlock batch = batchAt(needs, azimuth, elevation);
+  evaluate(shape, batch);
   return batch;
 }
 

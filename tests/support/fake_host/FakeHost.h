@@ -77,6 +77,7 @@ class FakeNode final : public orvNode {
   std::map<std::string, std::string> texts;
   std::map<std::string, orvFloat_array> arrays;
   std::map<std::string, bool> animated;
+  mutable int animationQuestions = 0;  ///< calls of `is_parameter_animated`
 };
 
 /// Stands in for the host: records every call with its arguments, answers with what a test has set up, counts

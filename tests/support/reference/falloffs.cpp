@@ -39,7 +39,7 @@ double smoothStep(double t) {
 }
 
 double falloff(const orv::hdri::CirclePinParams& pin, double u, double cosAngle) {
-  const double p = static_cast<double>(pin.falloffAmount);
+  const double p = std::max(static_cast<double>(pin.falloffAmount), 0.0);
   const double radius = static_cast<double>(pin.radius);
   switch (pin.falloffKind) {
     case Falloff::circleCosine:
@@ -60,7 +60,7 @@ double falloff(const orv::hdri::CirclePinParams& pin, double u, double cosAngle)
 }
 
 double falloff(const orv::hdri::RectPinParams& pin, double u, double v, double cosAngle) {
-  const double p = static_cast<double>(pin.falloffAmount);
+  const double p = std::max(static_cast<double>(pin.falloffAmount), 0.0);
   const double W = static_cast<double>(pin.halfWidth);
   const double H = static_cast<double>(pin.halfHeight);
   const double x = std::abs(u);

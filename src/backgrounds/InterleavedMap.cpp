@@ -1,0 +1,84 @@
+#include "backgrounds/InterleavedMap.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+#include "maps/row_loop.h"
+#include "simd/transpose.h"
+
+namespace orv::hdri::blockedAVX2 {
+namespace {
+
+/// An odd number of cache lines, so that rows of powers of two do not fall on the same cache sets.
+std::size_t strideOf(const BlockedMap& map) {
+  const std::size_t floats = 3 * std::max<std::size_t>(map.paddedWidth(), map.width() + std::size_t{2});
+  const std::size_t lines = (floats + 15) / 16;
+  return 16 * (lines | 1);
+}
+
+/// The largest float that is not above n - 1: indices made of it stay inside an axis of n pixels.
+float lastIndex(std::uint32_t n) {
+  const auto last = static_cast<float>(n - 1);
+  return static_cast<double>(last) > static_cast<double>(n - 1) ? std::nextafter(last, 0.0f) : last;
+}
+
+/// The colours between eight pixels and their right neighbours, by `fx`.
+inline void blendRow(const float* const (&from)[8], std::ptrdiff_t offset, Float8 fx, Float8 (&rgb)[3]) {
+  // The left pixel's three channels and the right one's red, then the right one's green and blue.
+  Float8 first[4], rest[4];
+  loadColumns(from, offset, first);
+  loadColumns(from, offset + 4, rest);
+  rgb[0] = lerp(first[0], first[3], fx);
+  rgb[1] = lerp(first[1], rest[0], fx);
+  rgb[2] = lerp(first[2], rest[1], fx);
+}
+
+}  // namespace
+
+InterleavedMap::InterleavedMap(const BlockedMap& map)
+    : stride_(strideOf(map)),
+      lastColumn_(lastIndex(map.width())),
+      lastRow_(lastIndex(map.height())),
+      pixels_(stride_ * (map.height() + std::size_t{1})) {
+  const std::size_t width = map.width();
+  forEachRow(map.height() + 1, 1, [&](std::uint32_t y) {
+    float* out = pixels_.data() + y * stride_;
+    const std::span<const Block> row = map.row(y % map.height());
+    for (std::size_t block = 0; block < row.size(); ++block) {
+      Float8 a, b, c;
+      interleave(load(row[block].r), load(row[block].g), load(row[block].b), a, b, c);
+      store(out + 24 * block, a);
+      store(out + 24 * block + 8, b);
+      store(out + 24 * block + 16, c);
+    }
+    std::copy_n(out, 3, out + 3 * width);
+  });
+}
+
+void InterleavedMap::positions(Float8 u, Float8 v, SamplePositions& out) const {
+  const Float8 x = clamp01(u) * splat(lastColumn_);
+  const Float8 y = clamp01(v) * splat(lastRow_);
+  // Not negative, so truncation is the floor.
+  const Int8 x0 = toIntTruncated(x);
+  const Int8 y0 = toIntTruncated(y);
+  store(out.x, x0);
+  store(out.y, y0);
+  out.fx = x - toFloat(x0);
+  out.fy = y - toFloat(y0);
+}
+
+void InterleavedMap::sample(const SamplePositions& at, Block& out) const {
+  const float* from[8];
+  for (int lane = 0; lane < 8; ++lane)
+    from[lane] = pixels_.data() + static_cast<std::size_t>(at.y[lane]) * stride_ +
+                 3 * static_cast<std::size_t>(at.x[lane]);
+  Float8 top[3], bottom[3];
+  blendRow(from, 0, at.fx, top);
+  blendRow(from, static_cast<std::ptrdiff_t>(stride_), at.fx, bottom);
+  store(out.r, lerp(top[0], bottom[0], at.fy));
+  store(out.g, lerp(top[1], bottom[1], at.fy));
+  store(out.b, lerp(top[2], bottom[2], at.fy));
+}
+
+}  // namespace orv::hdri::blockedAVX2

@@ -1,0 +1,76 @@
+#include "backgrounds/InterleavedMap.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "support/fake_host/FakeHost.h"
+
+namespace orv::hdri::blockedAVX2 {
+namespace {
+
+/// A map whose red is the column, green the row and blue their product.
+BlockedMap ramp(std::uint32_t width, std::uint32_t height) {
+  BlockedMap map(width, height);
+  for (std::uint32_t y = 0; y < height; ++y)
+    for (std::uint32_t x = 0; x < map.paddedWidth(); ++x) {
+      Block& block = map.row(y)[x / 8];
+      block.r[x % 8] = static_cast<float>(x % width);
+      block.g[x % 8] = static_cast<float>(y);
+      block.b[x % 8] = static_cast<float>((x % width) * y);
+    }
+  return map;
+}
+
+Block sample(const BlockedMap& map, Float8 u, Float8 v) {
+  const InterleavedMap copy(map);
+  SamplePositions at;
+  copy.positions(u, v, at);
+  Block out;
+  copy.sample(at, out);
+  return out;
+}
+Block sample(const BlockedMap& map, float u, float v) { return sample(map, splat(u), splat(v)); }
+
+TEST(InterleavedMap, ZeroAndOneHitTheFirstAndLastCentresExactly) {
+  const BlockedMap map = ramp(13, 5);
+  EXPECT_EQ(sample(map, 0, 0).r[0], 0.0f);
+  EXPECT_EQ(sample(map, 1, 0).r[0], 12.0f);
+  EXPECT_EQ(sample(map, 0, 1).g[0], 4.0f);
+  EXPECT_EQ(sample(map, 1, 1).b[0], 48.0f);
+}
+
+TEST(InterleavedMap, HalfwayBlendsBothAxes) {
+  const BlockedMap map = ramp(3, 3);
+  // x = 0.5, y = 1.5: the mean of the products 0, 1, 0, 2 of columns 0, 1 and rows 1, 2.
+  const Block out = sample(map, 0.25f, 0.75f);
+  EXPECT_FLOAT_EQ(out.r[0], 0.5f);
+  EXPECT_FLOAT_EQ(out.g[0], 1.5f);
+  EXPECT_FLOAT_EQ(out.b[0], 0.75f);
+}
+
+TEST(InterleavedMap, LanesAreIndependent) {
+  const BlockedMap map = ramp(8, 2);
+  const Block out = sample(map, laneIndex() * splat(1.0f / 7.0f), zero8());
+  for (int lane = 0; lane < 8; ++lane) EXPECT_NEAR(out.r[lane], lane, 1e-5f);
+}
+
+TEST(InterleavedMap, CoordinatesOutsideAreClampedAndNaNCountsAsZero) {
+  const BlockedMap map = ramp(4, 4);
+  EXPECT_EQ(sample(map, -3, 0).r[0], 0.0f);
+  EXPECT_EQ(sample(map, 7, 0).r[0], 3.0f);
+  EXPECT_EQ(sample(map, 0, std::numeric_limits<float>::infinity()).g[0], 3.0f);
+  EXPECT_EQ(sample(map, std::numeric_limits<float>::quiet_NaN(), 0).r[0], 0.0f);
+}
+
+TEST(InterleavedMap, ASinglePixelIsSeenFromEverywhere) {
+  BlockedMap map(1, 1);
+  for (float& x : map.row(0)[0].r) x = 5;
+  for (float& x : map.row(0)[0].g) x = 6;
+  for (float& x : map.row(0)[0].b) x = 7;
+  for (float u : {0.0f, 0.3f, 1.0f}) EXPECT_EQ(sample(map, u, 1 - u).b[4], 7.0f);
+}
+
+}  // namespace
+}  // namespace orv::hdri::blockedAVX2
