@@ -28,8 +28,8 @@ class PinShape : public AlignedObject {
   /// Replaces `spans` by the longitudes that the shape can touch in the row at `elevation`.
   virtual void azimuthSpans(float elevation, AzimuthSpans& spans) const = 0;
 
-  /// Writes a batch's coordinates, mask and edge weight, as `batch.needs` asks. A rectangle writes `changes`
-  /// with a soft edge alone; the pass has made them 0.
+  /// Writes a batch's coordinates, mask and edge weight, as `batch.needs` asks. Changes that a
+  /// shape does not know stay as the pass made them.
   virtual void evaluate(const PixelBatch& batch) const = 0;
 
   /// The longitudes for which `evaluate` would read `PixelBatch::cosFromCentre` under these needs; none

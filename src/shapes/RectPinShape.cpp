@@ -140,6 +140,8 @@ void RectPinShape::hardEdge(const PixelBatch& batch) const {
   for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
     store(weight + i, half_ ? keep(load(alongV + i) > zero8(), one) : one);
   }
+  if (!(batch.needs & kNeedsCoordinates)) return;
+  for (float* const change : batch.changes) std::fill_n(change, 8 * batch.blocks, 0.0f);
 }
 
 /// How the two angles change from pixel to pixel along azimuth and elevation. With the derivative p' of the

@@ -5,6 +5,7 @@
 #include <tbb/global_control.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <new>
@@ -276,6 +277,19 @@ TEST_F(Blur, WithoutMemoryTheMapStaysAndNothingIsLost) {
     EXPECT_THROW(blur(map, settings, painter_->context()), std::bad_alloc);
     EXPECT_TRUE(sameBytes(map, before));
     EXPECT_EQ(host_.liveBlocks(), live);
+  }
+}
+
+TEST_F(Blur, OfFiniteMapsIsFinite) {
+  constexpr float kMost = std::numeric_limits<float>::max();
+  // Twice 2e38 overflows, and weights in 32-bit floats may add up to a little more than 1.
+  for (const float value : {2e38f, kMost}) {
+    for (const int radius : {1, 7, 20}) {
+      BlockedMap map = mapOf(64, 32, [&](int, int) { return std::array{value, value, value}; });
+      ASSERT_NO_FATAL_FAILURE(blurBy(map, radius));
+      for (int y = 0; y < 32; ++y)
+        for (int x = 0; x < 64; ++x) ASSERT_NEAR(pixelOf(map, x, y)[2] / static_cast<double>(value), 1, 1e-5);
+    }
   }
 }
 

@@ -144,5 +144,15 @@ TEST(Conversion, LargeMapsWrittenPastTheCachesHoldTheSamePixels) {
         ASSERT_EQ(channel(map, x, y, c), rgb[3 * (std::size_t{y} * width + x) + static_cast<std::size_t>(c)]);
 }
 
+TEST(ConvertPixels, InfinitiesBecomeTheLargestFiniteFloat) {
+  std::vector<float> rgb(24, 1.0f);
+  rgb[3] = std::numeric_limits<float>::infinity();
+  rgb[4] = -std::numeric_limits<float>::infinity();
+  BlockedMap map(8, 1);
+  EXPECT_EQ(convertPixels(rgb.data(), ColorAdjustment({}), map), std::numeric_limits<float>::max());
+  EXPECT_EQ(map.row(0)[0].r[1], std::numeric_limits<float>::max());
+  EXPECT_EQ(map.row(0)[0].g[1], 0.0f);
+}
+
 }  // namespace
 }  // namespace orv::hdri::blockedAVX2

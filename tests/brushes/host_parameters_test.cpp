@@ -262,6 +262,16 @@ TEST_F(SunAndSky, AnimatedHoursWinOverAngles) {
   EXPECT_TRUE(sky.direction.empty());
 }
 
+TEST_F(SunAndSky, AsksTheNodeAboutItsHoursOnlyWhenAnglesAreGiven) {
+  brush.setOwner(owner);
+  const auto* node = static_cast<FakeNode*>(brush.hostNode(host().scene()));
+  ASSERT_NE(node, nullptr);
+  applySunAndSky(brush, sky);
+  EXPECT_EQ(node->animationQuestions, 0);
+  fixSun(30.0f, 60.0f);
+  EXPECT_EQ(node->animationQuestions, 1);
+}
+
 TEST_F(SunAndSky, OtherAnimatedParametersLeaveTheAngles) {
   brush.setOwner(owner);
   auto* node = static_cast<FakeNode*>(brush.hostNode(host().scene()));

@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <tbb/parallel_for.h>
+#include <tbb/task_group.h>
 
 #include <cmath>
 #include <limits>
@@ -164,6 +166,79 @@ TEST_F(Paint, EveryWidthIsStoredWhole) {
           << width << " wide, pixel " << i;
     }
   }
+}
+
+TEST_F(Paint, AFailedPreparationIsNotKept) {
+  host_.images["a"] = std::make_unique<FakeImage>(4, 2, std::vector<float>(24, 0.5f));
+  ImageBrush brush("a");
+  brush.setBlurAmount(60);
+  brush.setTiltAngles(40, 20);
+  int failures = 0;
+  for (std::int64_t n = 1; n < 100; ++n) {
+    painter_->setOptions({.smoothing = 0, .keepBackground = 0});
+    painter_->setBackground(brush);
+    ASSERT_TRUE(painter_->paint());
+    ASSERT_TRUE(painter_->isValid());
+    host_.failAllocation(n);
+    bool failed = false;
+    try {
+      painter_->paint();
+    } catch (const std::bad_alloc&) {
+      failed = true;
+    }
+    host_.failAllocation(0);
+    if (!failed) break;
+    ++failures;
+    painter_->setOptions({.smoothing = 0, .keepBackground = 1});
+    const auto map = painter_->paint();
+    ASSERT_TRUE(map) << n;
+    for (const Rgb& pixel : map->pixels) ASSERT_NEAR(pixel.g, 0.5f, 1e-5f) << n;
+  }
+  EXPECT_GE(failures, 3);
+}
+
+TEST_F(Paint, AFailedWhiteFallbackIsNotKept) {
+  painter_->setOptions({.smoothing = 0, .keepBackground = 1});
+  painter_->setBackground(ImageBrush("missing"));
+  host_.failAllocation(1);
+  EXPECT_THROW(painter_->paint(), std::bad_alloc);
+  host_.failAllocation(0);
+  EXPECT_FALSE(painter_->isValid());
+  EXPECT_FALSE(painter_->hasBackground());
+}
+
+TEST_F(Paint, OfACancelledGroupOfTheHostIsWhole) {
+  painter_->setSize(64, 512);
+  painter_->setBackground(ColorBrush(0.25f, 0.5f, 4));
+  std::shared_ptr<EnvImage> map;
+  tbb::task_group_context context;
+  tbb::parallel_for(
+      0, 1,
+      [&](int) {
+        context.cancel_group_execution();
+        map = painter_->paint();
+      },
+      tbb::simple_partitioner(), context);
+  ASSERT_TRUE(map);
+  EXPECT_THAT(map->pixels, Each(Rgb{0.25f, 0.5f, 4}));
+}
+
+TEST_F(Paint, ALookUpThatWaitsInsideALoopOfTheHostChangesNoPixel) {
+  host_.images["a"] = std::make_unique<FakeImage>(4, 2);
+  painter_->setSize(64, 64);
+  painter_->setBackground(ColorBrush(0, 0, 0));
+  painter_->addCirclePin({.radius = 2.0f}, ImageBrush("a"));
+  painter_->addCirclePin({.azimuth = 1, .radius = 2.0f}, ImageBrush("a"));
+  const auto expected = painter_->paint();
+  host_.images["a"]->onLookup = [](orvImage_lookup& lookup) {
+    tbb::parallel_for(
+        0, 4, [](int) { std::this_thread::yield(); }, tbb::simple_partitioner());
+    lookup.rgba[0] = lookup.u;
+    lookup.rgba[1] = lookup.v;
+    lookup.rgba[2] = 0;
+    lookup.rgba[3] = 1;
+  };
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(painter_->paint()->pixels, expected->pixels);
 }
 
 }  // namespace

@@ -16,3 +16,11 @@ said=$("$work/build/minimal_host")
 [ "$said" = "1024 x 512, zenith 0.599 1.499 2.997" ] || { echo "the host said: $said"; exit 1; }
 "$work/prefix/bin/orvpaint" paint "$source_dir/examples/color.json" --size 64x32 -o "$work/map.exr"
 [ -s "$work/map.exr" ]
+
+# A host that makes a map of its own needs nothing but the installed header.
+cat >"$work/map.cpp" <<'CPP'
+#include <hdri/EnvImage.h>
+int main() { return orv::hdri::EnvImage(4, 2).pixels.size() == 8 ? 0 : 1; }
+CPP
+"$cxx" -std=c++20 -I"$work/prefix/include" "$work/map.cpp" -o "$work/map_host"
+"$work/map_host"

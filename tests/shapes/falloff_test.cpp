@@ -314,5 +314,16 @@ TEST_F(Falloffs, GiveBatchesTheBitsOfTheirBlocks) {
   for (const Falloff kind : kRectKinds) expectBatchEqualsBlocks(*makeRectFalloff(rect(kind, 0.4f)));
 }
 
+TEST_F(Falloffs, AnAmountBelowZeroCountsAsZero) {
+  for (const Falloff kind : kCircleKinds)
+    for (const float u : {0.0f, 0.3f, 0.9f})
+      EXPECT_EQ(weight(*makeCircleFalloff(circle(kind, -6)), u, 0.5f, 0.95f),
+                weight(*makeCircleFalloff(circle(kind, 0)), u, 0.5f, 0.95f));
+  for (const Falloff kind : kRectKinds)
+    for (const float u : {0.0f, 0.3f, 0.9f})
+      EXPECT_EQ(weight(*makeRectFalloff(rect(kind, -6)), u, 0.5f, 0.95f),
+                weight(*makeRectFalloff(rect(kind, 0)), u, 0.5f, 0.95f));
+}
+
 }  // namespace
 }  // namespace orv::hdri::blockedAVX2
