@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
+#include <tbb/task_arena.h>
 #include <tbb/task_group.h>
 
 #include <chrono>
@@ -235,13 +237,16 @@ TEST_F(Paint, ALookUpThatWaitsInsideALoopOfTheHostChangesNoPixel) {
   host_.images["a"]->onLookup = [](orvImage_lookup& lookup) {
     // Long enough that another thread takes a part, for which this one then waits.
     const auto pause = [](int) { std::this_thread::sleep_for(std::chrono::microseconds(100)); };
-    tbb::parallel_for(0, 2, pause, tbb::simple_partitioner());
+    tbb::parallel_for(0, 3, pause, tbb::simple_partitioner());
     lookup.rgba[0] = lookup.u;
     lookup.rgba[1] = lookup.v;
     lookup.rgba[2] = 0;
     lookup.rgba[3] = 1;
   };
-  EXPECT_EQ(painter_->paint()->pixels, expected->pixels);
+  // More threads than rows at the end, so that some are idle while others wait.
+  const tbb::global_control threads(tbb::global_control::max_allowed_parallelism, 8);
+  tbb::task_arena arena(8);
+  EXPECT_EQ(arena.execute([&] { return painter_->paint(); })->pixels, expected->pixels);
 }
 
 }  // namespace
