@@ -101,7 +101,7 @@ std::unique_ptr<SolidColorFill> solid(BlendMode mode = BlendMode::mix) {
   return make<SolidColorFill>(brush);
 }
 
-void solidColour(benchmark::State& state) {
+void solidColor(benchmark::State& state) {
   Row row, copied;
   const auto fill = solid(static_cast<BlendMode>(state.range(0)));
   compareBlocks(
@@ -111,7 +111,7 @@ void solidColour(benchmark::State& state) {
                     kRunBlocks * sizeof(Block));
       });
 }
-BENCHMARK(solidColour)->DenseRange(0, 3)->Iterations(1)->UseManualTime();
+BENCHMARK(solidColor)->DenseRange(0, 3)->Iterations(1)->UseManualTime();
 
 std::unique_ptr<GradientBrush> gradient(std::int64_t stops) {
   auto brush = std::make_unique<GradientBrush>();
