@@ -76,6 +76,8 @@ void blurMap(benchmark::State& state) {
     return;
   }
   const auto own = [&] { blur(map, settings, PaintContext()); };
+  const int count = bench::smoke() ? 1 : radius > 200 ? 3 : 7;
+  const double before = multiplyAddPeak();
 #ifdef ORVHDRI_BENCH_OPENCV
   const auto size = static_cast<int>(width);
   const cv::Mat from(size / 2, size, CV_32FC3, cv::Scalar(1, 2, 3));
@@ -86,13 +88,10 @@ void blurMap(benchmark::State& state) {
   const auto peer = [&] {
     cv::sepFilter2D(from, to, -1, kernel, kernel, cv::Point(-1, -1), 0, cv::BORDER_REPLICATE);
   };
-  const std::string name = "sepFilter2D";
+  bench::compare(state, "sepFilter2D", own, peer, count);
 #else
-  const auto peer = [] {};
-  const std::string name = "nothing";
+  bench::withoutPeer(state, "OpenCV", own, count);
 #endif
-  const double before = multiplyAddPeak();
-  bench::compare(state, name, own, peer, bench::smoke() ? 1 : radius > 200 ? 3 : 7);
   const double peak = std::max(before, multiplyAddPeak());
   const double terms = 3.0 * width * width * (2.0 * radius + 1);
   state.counters["peak_GFMA/s"] = peak * 1e-9;
@@ -105,6 +104,7 @@ void tiltMap(benchmark::State& state) {
   const auto angle = static_cast<float>(state.range(1)) * 0.1f;
   BlockedMap map = picture(width);
   const auto own = [&] { tilt(map, {}, TiltSettings(0.5f, angle)); };
+  const int count = bench::smoke() ? 1 : 15;
 #ifdef ORVHDRI_BENCH_OPENCV
   const auto columns = static_cast<int>(width);
   const cv::Mat from(columns / 2, columns, CV_32FC3, cv::Scalar(1, 2, 3));
@@ -122,12 +122,10 @@ void tiltMap(benchmark::State& state) {
           static_cast<float>(std::acos(std::clamp(e[2], -1.0, 1.0)) / CV_PI * (y.rows - 1));
     }
   const auto peer = [&] { cv::remap(from, to, x, y, cv::INTER_LINEAR, cv::BORDER_WRAP); };
-  const std::string name = "remap";
+  bench::compare(state, "remap", own, peer, count);
 #else
-  const auto peer = [] {};
-  const std::string name = "nothing";
+  bench::withoutPeer(state, "OpenCV", own, count);
 #endif
-  bench::compare(state, name, own, peer, bench::smoke() ? 1 : 15);
   state.counters["Mpixel/s"] = 0.5 * width * width / state.counters["own_ms"] * 1e-3;
 }
 

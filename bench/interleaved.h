@@ -49,4 +49,17 @@ inline void compare(benchmark::State& state, const std::string& name, const auto
   state.counters["vs_" + name] = median(own) / median(other);
 }
 
+/// Times `subject` alone where its peer is not installed, and says so.
+inline void withoutPeer(benchmark::State& state, const std::string& peer, const auto& subject,
+                        int count = rounds()) {
+  subject();
+  std::vector<double> own;
+  for (auto _ : state) {
+    for (int i = 0; i < count; ++i) own.push_back(milliseconds(subject));
+    state.SetIterationTime(median(own) * 1e-3);
+  }
+  state.counters["own_ms"] = median(own);
+  state.SetLabel("alone: " + peer + " is not installed");
+}
+
 }  // namespace bench

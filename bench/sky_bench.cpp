@@ -1,4 +1,5 @@
-// The reference host's sky: pixels with every table at hand, beside first a new sun and then new air.
+// The reference host's sky: pixels with every table at hand, beside first a new sun and then new air; and
+// what the disc of the sun costs beside the rest.
 
 #include <benchmark/benchmark.h>
 
@@ -35,6 +36,15 @@ class Sky {
     place(0.6 + 1e-3 * ++changes_);
     render();
   }
+  /// Without the disc when `intensity` is 0.
+  void renderSun(float intensity) {
+    sky_->sunIntensity = intensity;
+    render();
+  }
+  void setSun(double elevation, float size) {
+    place(elevation);
+    sky_->sunSize = size;
+  }
   void renderNewAir() {
     sky_->turbidity = 2.0f + 1e-3f * static_cast<float>(++changes_);
     render();
@@ -65,12 +75,27 @@ void rendered(benchmark::State& state, void (Sky::*other)(), const char* name) {
 void skyBesideNewSun(benchmark::State& state) { rendered(state, &Sky::renderNewSun, "new_sun"); }
 void skyBesideNewAir(benchmark::State& state) { rendered(state, &Sky::renderNewAir, "new_air"); }
 
+/// Arguments: the map's width, the sun's elevation in tenths of a degree and its size.
+void sunBesideSky(benchmark::State& state) {
+  Sky sky(static_cast<std::uint32_t>(state.range(0)));
+  sky.setSun(static_cast<double>(state.range(1)) * 0.1 * 3.14159265 / 180,
+             static_cast<float>(state.range(2)));
+  bench::compare(
+      state, "sky", [&] { sky.renderSun(1); }, [&] { sky.renderSun(0); });
+}
+
 #define MAP_SIZES                                                                            \
   ->Arg(1024)->Arg(2048)->Arg(4096)->ArgName("width")->UseManualTime()->Iterations(1)->Unit( \
       benchmark::kMillisecond)
 
 BENCHMARK(skyBesideNewSun) MAP_SIZES;
 BENCHMARK(skyBesideNewAir) MAP_SIZES;
+BENCHMARK(sunBesideSky)
+    ->ArgNames({"width", "tenths", "size"})
+    ->ArgsProduct({{2048}, {50, 450, 899, 900}, {1, 30}})
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <new>
-#include <utility>
 
-#include "host/orvLog.h"
+#include "orvrender/images/ImageLibrary.h"
 #include "orvrender/images/MipPyramid.h"
 
 namespace orv::host {
@@ -52,27 +50,24 @@ void finish(const float associated[4], bool hasAlpha, orvImage_lookup& lookup) {
 
 }  // namespace
 
-HostImage::HostImage(std::string path, orvTexture_profile profile, Pixels pixels)
-    : path_(std::move(path)), profile_(profile), pixels_(std::move(pixels)) {}
-
-HostImage::~HostImage() = default;
+const ImageContent& HostImage::askLibrary() const { return library_.contentFor(*this); }
 
 void HostImage::get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const {
+  const Pixels& pixels = content().pixels;
+  if (!pixels.rgb) {
+    std::fill_n(rgb, 3, 0.0f);
+    return;
+  }
   const auto column =
-      static_cast<std::size_t>(std::clamp<std::int64_t>(x, 0, std::int64_t{pixels_.width} - 1));
-  const auto row = static_cast<std::size_t>(std::clamp<std::int64_t>(y, 0, std::int64_t{pixels_.height} - 1));
-  std::copy_n(pixels_.rgb.get() + 3 * (row * pixels_.width + column), 3, rgb);
+      static_cast<std::size_t>(std::clamp<std::int64_t>(x, 0, std::int64_t{pixels.width} - 1));
+  const auto row = static_cast<std::size_t>(std::clamp<std::int64_t>(y, 0, std::int64_t{pixels.height} - 1));
+  std::copy_n(pixels.rgb.get() + 3 * (row * pixels.width + column), 3, rgb);
 }
 
 void HostImage::set_filter_mode(orvFilter_mode mode) {
   mode_ = mode;
-  if (mode != orvFilter_mode::anisotropic || filtered_) return;
-  try {
-    filtered_ = std::make_unique<FilteredLookup>(pixels_);
-  } catch (const std::bad_alloc&) {
-    orv_critical("%s: there is no memory to filter it, so it is looked up without; close other programs\n",
-                 path_.c_str());
-  }
+  content();
+  if (mode == orvFilter_mode::anisotropic && !filtered_) filtered_ = library_.filtered(*this);
 }
 
 void HostImage::lookup(orvImage_lookup& lookup) const {
@@ -89,22 +84,28 @@ void HostImage::lookup_filtered(orvImage_lookup& lookup) const {
   finish(rgba, has_alpha(), lookup);
 }
 
-std::uint64_t HostImage::memory() const { return pixels_.bytes() + (filtered_ ? filtered_->bytes() : 0); }
+std::uint64_t HostImage::memory() const { return library_.bytesOf(*this); }
 
-std::uint32_t HostImage::mip_levels() const { return MipPyramid::levelsOf(pixels_.width, pixels_.height); }
+std::uint32_t HostImage::mip_levels() const { return MipPyramid::levelsOf(header_.width, header_.height); }
 
 void HostImage::sampleBilinear(float s, float t, float rgba[4]) const {
-  const Neighbours column = neighbours(s, pixels_.width);
-  const Neighbours row = neighbours(t, pixels_.height);
-  const std::size_t upper = row.first * pixels_.width;
-  const std::size_t lower = row.second * pixels_.width;
+  const Pixels& pixels = content().pixels;
+  if (!pixels.rgb) {
+    std::fill_n(rgba, 3, 0.0f);
+    rgba[3] = 1;
+    return;
+  }
+  const Neighbours column = neighbours(s, pixels.width);
+  const Neighbours row = neighbours(t, pixels.height);
+  const std::size_t upper = row.first * pixels.width;
+  const std::size_t lower = row.second * pixels.width;
   const auto between = [&](const float* plane, std::size_t channels, std::size_t c) {
     const auto at = [&](std::size_t start, std::size_t x) { return plane[(start + x) * channels + c]; };
     return mix(mix(at(upper, column.first), at(upper, column.second), column.weight),
                mix(at(lower, column.first), at(lower, column.second), column.weight), row.weight);
   };
-  for (std::size_t c = 0; c < 3; ++c) rgba[c] = between(pixels_.rgb.get(), 3, c);
-  rgba[3] = pixels_.alpha ? between(pixels_.alpha.get(), 1, 0) : 1.0f;
+  for (std::size_t c = 0; c < 3; ++c) rgba[c] = between(pixels.rgb.get(), 3, c);
+  rgba[3] = pixels.alpha ? between(pixels.alpha.get(), 1, 0) : 1.0f;
 }
 
 }  // namespace orv::host

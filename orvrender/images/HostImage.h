@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -10,39 +11,72 @@
 
 namespace orv::host {
 
-/// An image of the reference host.
+class ImageLibrary;
+
+/// What is known of an image while its pixels are not in memory.
+struct ImageHeader {
+  std::string path;
+  orvTexture_profile profile;
+  std::uint32_t width;
+  std::uint32_t height;
+  bool hasAlpha;
+};
+
+/// What the users of one image share.
+struct ImageContent {
+  Pixels pixels;                             ///< `rgb` null: black, for want of memory
+  std::unique_ptr<FilteredLookup> filtered;  ///< once a user has chosen `anisotropic`
+
+  std::size_t bytes() const { return pixels.bytes() + (filtered ? filtered->bytes() : 0); }
+};
+
+/// An image of the reference host as one of its users has it. Until this user asks for pixels, the library
+/// may take them back, and reads them again then.
 class HostImage final : public orvImage {
  public:
-  HostImage(std::string path, orvTexture_profile profile, Pixels pixels);
-  ~HostImage();
+  /// Both outlive the image.
+  HostImage(ImageLibrary& library, const ImageHeader& header) : library_(library), header_(header) {}
   HostImage(const HostImage&) = delete;
   HostImage& operator=(const HostImage&) = delete;
 
   /// A place outside the image reads the nearest pixel.
   void get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const override;
-  /// The first choice of `anisotropic` makes the smaller copies; they stay for the image's life.
+  /// Asks for pixels. The first choice of `anisotropic` makes the smaller copies, which users share; they
+  /// stay as long as the pixels.
   void set_filter_mode(orvFilter_mode mode) override;
-  std::uint32_t width() const override { return pixels_.width; }
-  std::uint32_t height() const override { return pixels_.height; }
-  bool has_alpha() const override { return pixels_.alpha != nullptr; }
-  const float* pixels() const override { return pixels_.rgb.get(); }
-  const char* path() const override { return path_.c_str(); }
+  std::uint32_t width() const override { return header_.width; }
+  std::uint32_t height() const override { return header_.height; }
+  bool has_alpha() const override { return header_.hasAlpha; }
+  /// Null when the pixels were taken back and there is no memory to read them again.
+  const float* pixels() const override { return content().pixels.rgb.get(); }
+  const char* path() const override { return header_.path.c_str(); }
   orvFilter_mode filter_mode() const override { return mode_; }
   void lookup(orvImage_lookup& lookup) const override;
+  /// 0 while the pixels are not in memory.
   std::uint64_t memory() const override;
-  orvTexture_profile profile() const override { return profile_; }
+  orvTexture_profile profile() const override { return header_.profile; }
   std::uint32_t mip_levels() const override;
-  /// As `lookup` until `anisotropic` has been chosen.
+  /// As `lookup` until this user has chosen `anisotropic`.
   void lookup_filtered(orvImage_lookup& lookup) const override;
 
+  /// For the library, under its lock: whether this user has asked for pixels, which then stay, and what it
+  /// gets when it first does.
+  bool hasAsked() const { return content_.load(std::memory_order_relaxed) != nullptr; }
+  void give(const ImageContent& content) const { content_.store(&content, std::memory_order_release); }
+
  private:
+  const ImageContent& content() const {
+    const ImageContent* const content = content_.load(std::memory_order_acquire);
+    return content ? *content : askLibrary();
+  }
+  const ImageContent& askLibrary() const;
   void sampleBilinear(float s, float t, float rgba[4]) const;
 
-  std::string path_;
-  orvTexture_profile profile_;
+  ImageLibrary& library_;
+  const ImageHeader& header_;
+  mutable std::atomic<const ImageContent*> content_{nullptr};  // null until asked for
+  const FilteredLookup* filtered_ = nullptr;
   orvFilter_mode mode_ = orvFilter_mode::bilinear;
-  Pixels pixels_;
-  std::unique_ptr<FilteredLookup> filtered_;
 };
 
 }  // namespace orv::host

@@ -27,38 +27,57 @@ struct FileStamp {
 };
 
 /// The images of a scene: those in use, and within a budget of bytes those that were handed back, the least
-/// recently used to go first. An image in use is never dropped. Thread-safe.
+/// recently used to go first. Each user has an image object of its own; users of one file share its pixels.
+/// Pixels that a user has asked for are never dropped; of an image whose users have asked for none (only for
+/// its size, say) the header alone stays when the budget is exceeded. Thread-safe.
 class ImageLibrary {
  public:
   ImageLibrary(const ImageLimits& limits, std::uint64_t budgetBytes)
       : limits_(limits), budget_(budgetBytes) {}
 
-  /// The image of a file. With `cached` one user gets the image of another as long as the file has not
+  /// The image of a file. With `cached` one user shares pixels with another as long as the file has not
   /// changed.
   /// @return null with the reason in the log.
   orvImage* load(const std::string& path, orvTexture_profile profile, bool cached);
 
-  /// Takes an image back from one of its users. @param discard true: nobody else shall get it any more.
+  /// Takes an image back from its user. @param discard true: nobody else shall share its pixels any more.
   void giveBack(const orvImage* image, bool discard);
 
   /// While `keep`, images that come back count as used most recently and nothing is dropped; the closing call
   /// brings the images down to the budget. Images that come back outside are the first to go.
-  /// @param discardAll true: those that nobody uses are dropped, the others given to nobody else.
+  /// @param discardAll true: pixels that no user has asked for are dropped, the others shared with nobody
+  /// else.
   void setKeep(bool keep, bool discardAll);
+
+  /// Gives the user of `image` its pixels, which then stay with it: read again where they were dropped, and
+  /// black with the reason in the log where the file no longer holds an image of that size.
+  const ImageContent& contentFor(const HostImage& image);
+
+  /// The smaller copies of an image that has its pixels; null, with a line in the log, when there is no
+  /// memory for them.
+  const FilteredLookup* filtered(const HostImage& image);
+
+  std::uint64_t bytesOf(const HostImage& image);
 
  private:
   struct Entry {
-    std::unique_ptr<HostImage> image;
+    ImageHeader header;
     FileStamp stamp;
-    std::uint64_t users = 0;
-    bool shared = false;  // may be given to another user
+    std::unique_ptr<ImageContent> content;  // null: only the header stays
+    std::list<HostImage> users;
+    bool shared;  // may get another user
+
+    bool isAsked() const;
+    std::uint64_t bytes() const { return content ? content->bytes() : 0; }
   };
   using Entries = std::list<Entry>;
 
   // The mutex is held in all of these.
+  std::unique_ptr<ImageContent> read(const std::string& path, orvTexture_profile profile) const;
   Entries::iterator find(const std::string& path, orvTexture_profile profile, const FileStamp& stamp);
-  void drop(Entries::iterator entry);
-  void trim();
+  Entries::iterator entryOf(const orvImage* image);
+  void readAgain(Entry& entry) const;
+  void trim(const Entry* spared = nullptr);
 
   const ImageLimits limits_;
   const std::uint64_t budget_;

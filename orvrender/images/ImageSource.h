@@ -7,7 +7,7 @@
 #include <string>
 
 #include "host/orvImage.h"
-#include "orvrender/images/ColourChannels.h"
+#include "orvrender/images/ColorChannels.h"
 #include "orvrender/images/Encoding.h"
 #include "orvrender/images/FileKind.h"
 
@@ -40,7 +40,7 @@ class ImageSource {
 
   FileKind kind() const { return kind_; }
   const OIIO::ImageSpec& spec() const { return spec_; }
-  const ColourChannels& channels() const { return channels_; }
+  const ColorChannels& channels() const { return channels_; }
   const Encoding& encoding() const { return encoding_; }
   /// Whether the file's colour is not associated with its alpha.
   bool isStraight() const { return isStraight_; }
@@ -66,7 +66,7 @@ class ImageSource {
   std::unique_ptr<OIIO::ImageInput> input_;
   OIIO::ImageSpec spec_;
   int part_ = 0;
-  ColourChannels channels_;
+  ColorChannels channels_;
   Encoding encoding_;
   bool isStraight_ = false;
   Window data_;

@@ -77,7 +77,7 @@ class BlockWriter {
   }
 
   void writeFloats(const Window& window, const Window& inside, std::int64_t y, const float* block) const {
-    const ColourChannels& channels = source_.channels();
+    const ColorChannels& channels = source_.channels();
     const int begin = channels.begin();
     forEach(window, inside, y, block, [&](const float* from, float* rgb, float* alpha) {
       rgb[0] = channels.red < 0 ? 0.0f : from[channels.red - begin];
@@ -89,7 +89,7 @@ class BlockWriter {
 
   template <class Code>
   void writeCodes(const Window& window, const Window& inside, std::int64_t y, const Code* block) const {
-    const ColourChannels& channels = source_.channels();
+    const ColorChannels& channels = source_.channels();
     const int begin = channels.begin();
     const int places[3] = {channels.red - begin, channels.green - begin, channels.blue - begin};
     const double most = static_cast<double>(light_.size() - 1);

@@ -38,9 +38,9 @@ SunPlace ReferenceSky::sun() const {
                                     static_cast<double>(conditions.timeZone));
   const SolarPosition position = solarPosition(days, static_cast<double>(conditions.latitude),
                                                static_cast<double>(conditions.longitude));
-  // Compass bearings run clockwise from north; longitudes on the map run from east the other way.
+  // Compass bearings run to the right like the map's longitudes; south lies in its middle.
   const double azimuth =
-      std::remainder(90 - position.azimuth + static_cast<double>(conditions.northOffset), 360.0);
+      std::remainder(position.azimuth - 180 + static_cast<double>(conditions.northOffset), 360.0);
   return {azimuth * (kPi / 180), position.elevation * (kPi / 180)};
 }
 

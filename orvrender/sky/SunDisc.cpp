@@ -1,9 +1,10 @@
 #include "orvrender/sky/SunDisc.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstring>
 #include <limits>
-#include <vector>
 
 #include "maps/row_loop.h"
 
@@ -20,9 +21,9 @@ constexpr Spectrum limbExponents() {
 }
 constexpr Spectrum kLimbExponents = limbExponents();
 
-[[gnu::always_inline]] inline double dot(const Spectrum& a, Lanes b) {
+[[gnu::always_inline]] inline float dot(const Spectrum& a, Lanes b) {
   const Lanes p = load(a) * b;
-  return static_cast<double>(((p[0] + p[4]) + (p[1] + p[5])) + ((p[2] + p[6]) + (p[3] + p[7])));
+  return ((p[0] + p[4]) + (p[1] + p[5])) + ((p[2] + p[6]) + (p[3] + p[7]));
 }
 
 double haversine(double angle) {
@@ -40,152 +41,223 @@ void addPixel(float* pixel, const Color3& color) {
 }  // namespace
 
 SunDisc::SunDisc(const Atmosphere& air, const SunPlace& sun, double size)
-    : sun_(sun), radius_(kSunRadius * size), weights_{} {
-  for (int k = 0; k < kElevations; ++k) {
-    const double elevation = sun.elevation + radius_ * (2.0 * k / (kElevations - 1) - 1);
-    const Spectrum through = sunTransmittance(air, elevation);
+    : sun_(sun),
+      radius_(kSunRadius * size),
+      bottom_(std::max(sun.elevation - radius_, 0.0)),
+      weights_{},
+      profiles_{} {
+  // What the limb leaves of each wavelength on each ring; nothing on the outermost.
+  std::array<Spectrum, kRings + 1> limbs{};
+  for (std::size_t j = 1; j <= kRings; ++j) {
+    const double y = static_cast<double>(j) / kRings;
+    const double q = 2 * std::asin(std::sqrt((1 - y * y * y * y) * haversine(radius_))) / radius_;
+    store(limbs[j], exp(load(kLimbExponents) * static_cast<float>(0.5 * std::log(1 - q * q))));
+  }
+
+  const double top = sun.elevation + radius_;
+  for (std::size_t k = 0; k < kElevations; ++k) {
+    const double y = static_cast<double>(k) / (kElevations - 1);
+    const Spectrum through = sunTransmittance(air, std::max(bottom_ + (top - bottom_) * y * y, 1e-9));
+    Weights& weights = weights_[k];
     for (int i = 0; i < kWavelengths; ++i) {
       // With this factor the mean over the disc is the same as without darkening.
       const float t = through.v[i] * (0.5f * kLimbExponents.v[i] + 1);
-      weights_[static_cast<std::size_t>(k)].r.v[i] = kRedWeights.v[i] * t;
-      weights_[static_cast<std::size_t>(k)].g.v[i] = kGreenWeights.v[i] * t;
-      weights_[static_cast<std::size_t>(k)].b.v[i] = kBlueWeights.v[i] * t;
+      weights.r.v[i] = kRedWeights.v[i] * t;
+      weights.g.v[i] = kGreenWeights.v[i] * t;
+      weights.b.v[i] = kBlueWeights.v[i] * t;
+    }
+    for (std::size_t j = 0; j <= kRings; ++j) {
+      const Lanes limb = load(limbs[j]);
+      profiles_[k].rings[j] = {{std::max(0.0f, dot(weights.r, limb)), std::max(0.0f, dot(weights.g, limb)),
+                                std::max(0.0f, dot(weights.b, limb)), 0}};
     }
   }
 }
 
-SunDisc::Weights SunDisc::weightsAt(double elevation) const {
-  if (!(elevation > 0)) return {};
-  const double place = (elevation - sun_.elevation + radius_) / (2 * radius_) * (kElevations - 1);
-  const double clamped = std::clamp(place, 0.0, static_cast<double>(kElevations - 1));
-  const auto k = std::min(static_cast<std::size_t>(clamped), std::size_t{kElevations - 2});
-  const auto f = static_cast<float>(clamped - static_cast<double>(k));
-  const Weights &a = weights_[k], &b = weights_[k + 1];
-  Weights out;
-  store(out.r, load(a.r) + (load(b.r) - load(a.r)) * f);
-  store(out.g, load(a.g) + (load(b.g) - load(a.g)) * f);
-  store(out.b, load(a.b) + (load(b.b) - load(a.b)) * f);
-  return out;
+SunDisc::Stencil SunDisc::stencilAt(double elevation) const {
+  const double share = (elevation - bottom_) / (sun_.elevation + radius_ - bottom_);
+  const double place = std::sqrt(std::clamp(share, 0.0, 1.0)) * (kElevations - 1);
+  const double first = std::clamp(std::floor(place) - 1, 0.0, double{kElevations - 4});
+  // Lagrange's weights for nodes 0 to 3.
+  const auto t = static_cast<float>(place - first);
+  const float a = t, b = t - 1, c = t - 2, d = t - 3;
+  return {static_cast<std::size_t>(first), {b * c * d / -6, a * c * d / 2, a * b * d / -2, a * b * c / 6}};
 }
 
-Color3 SunDisc::radiance(const Weights& weights, double q) {
-  const double mu2 = 1 - q * q;
-  if (!(mu2 > 0)) return {};
-  const Lanes limb = exp(load(kLimbExponents) * static_cast<float>(0.5 * std::log(mu2)));
-  return {std::max(0.0, dot(weights.r, limb)), std::max(0.0, dot(weights.g, limb)),
-          std::max(0.0, dot(weights.b, limb))};
+void SunDisc::profileAt(double elevation, Profile& out) const {
+  const Stencil stencil = stencilAt(elevation);
+  for (std::size_t j = 0; j <= kRings; ++j)
+    for (std::size_t c = 0; c < 4; ++c) {
+      float sum = 0;
+      for (std::size_t k = 0; k < 4; ++k)
+        sum += stencil.weights[k] * profiles_[stencil.first + k].rings[j].rgb[c];
+      out.rings[j].rgb[c] = std::max(sum, 0.0f);
+    }
 }
 
+// With x = sin theta up from the disc's centre and y = cos theta sin psi across, in radii, the cosine at the
+// limb is cos theta cos psi and an element of area cos^2 theta cos psi.
 Color3 SunDisc::mean() const {
-  // A spiral of equal areas, its points a golden angle apart.
-  constexpr int kPoints = 2048;
-  constexpr double kGoldenAngle = 2.39996323;
-  Color3 sum;
-  for (int i = 0; i < kPoints; ++i) {
-    const double q = std::sqrt((i + 0.5) / kPoints);
-    const double elevation = sun_.elevation + radius_ * q * std::sin(i * kGoldenAngle);
-    const Color3 value = radiance(weightsAt(elevation), q);
-    sum.r += value.r;
-    sum.g += value.g;
-    sum.b += value.b;
+  constexpr std::size_t kChords = 64, kPoints = 32;
+  std::array<Spectrum, kPoints> along;  // the limb's share that depends on psi
+  std::array<double, kPoints> lengths;
+  for (std::size_t j = 0; j < kPoints; ++j) {
+    lengths[j] = std::cos((static_cast<double>(j) + 0.5) / kPoints * 0.5 * kPi);
+    store(along[j], exp(load(kLimbExponents) * static_cast<float>(std::log(lengths[j]))));
   }
-  return {sum.r / kPoints, sum.g / kPoints, sum.b / kPoints};
+
+  const double first = std::asin(std::clamp((bottom_ - sun_.elevation) / radius_, -1.0, 1.0));
+  const double step = (0.5 * kPi - first) / kChords;
+  Color3 sum;
+  for (std::size_t i = 0; i < kChords; ++i) {
+    const double theta = first + (static_cast<double>(i) + 0.5) * step;
+    const double cosine = std::cos(theta);
+    const Stencil stencil = stencilAt(sun_.elevation + radius_ * std::sin(theta));
+    const Lanes across = exp(load(kLimbExponents) * static_cast<float>(std::log(cosine)));
+    Lanes r = splat(0), g = splat(0), b = splat(0);
+    for (std::size_t k = 0; k < 4; ++k) {
+      const Weights& weights = weights_[stencil.first + k];
+      r += stencil.weights[k] * load(weights.r) * across;
+      g += stencil.weights[k] * load(weights.g) * across;
+      b += stencil.weights[k] * load(weights.b) * across;
+    }
+    for (std::size_t j = 0; j < kPoints; ++j) {
+      const double area = cosine * cosine * lengths[j];
+      sum.r += area * static_cast<double>(std::max(0.0f, dot(along[j], r)));
+      sum.g += area * static_cast<double>(std::max(0.0f, dot(along[j], g)));
+      sum.b += area * static_cast<double>(std::max(0.0f, dot(along[j], b)));
+    }
+  }
+  // Over pi, twice for both halves of a chord.
+  const double share = step / kPoints;
+  return {sum.r * share, sum.g * share, sum.b * share};
 }
 
-/// The part of a map that the disc can touch, and its mean over each pixel there.
+/// The part of a map that the disc can touch, and its mean over each pixel there. Samples lie about as close
+/// along a row as across it, so that the narrow pixels near a pole need few.
 class SunDisc::Sampling {
  public:
   Sampling(const SunDisc& disc, std::uint32_t width, std::uint32_t height)
-      : disc_(disc), width_(width), height_(height) {
+      : disc_(disc), width_(width), height_(height), columns_(width), reach_(haversine(disc.radius_)) {
     const double pixel = kPi / height;
-    perSide_ = static_cast<std::uint32_t>(std::clamp(std::ceil(4 * pixel / disc.radius_), 4.0, 32.0));
+    const double down = std::clamp(std::ceil(4 * pixel / disc.radius_), 4.0, double{kMostSamples});
+    samplesDown_ = std::bit_ceil(static_cast<std::uint32_t>(down));
 
     const double top = disc.sun_.elevation + disc.radius_, bottom = disc.sun_.elevation - disc.radius_;
     firstRow_ = rowOf(top);
     endRow_ = rowOf(std::max(bottom, 0.0)) + 1;
 
     // The disc's half width in longitude; all of it where the disc holds the pole.
-    std::uint64_t columns = width;
+    const double centre = columnOf(disc.sun_.azimuth);
+    firstColumn_ = std::floor(centre) - width / 2;
     if (std::max(top, -bottom) < 0.5 * kPi) {
       const double s = std::sin(disc.radius_) / std::cos(disc.sun_.elevation);
-      const double reach = s < 1 ? std::asin(s) : kPi;
-      const double first = std::floor(columnOf(disc.sun_.azimuth - reach));
-      const double last = std::floor(columnOf(disc.sun_.azimuth + reach));
-      if (last - first + 1 < width) {
-        columns = static_cast<std::uint64_t>(last - first + 1);
-        const double wrapped = first - width * std::floor(first / width);
-        firstColumn_ = static_cast<std::uint32_t>(wrapped) % width;
+      const double half = (s < 1 ? std::asin(s) : kPi) / (2 * kPi) * width;
+      if (2 * half + 2 < width) {
+        firstColumn_ = std::floor(centre - half);
+        columns_ = static_cast<std::uint32_t>(std::floor(centre + half) - firstColumn_ + 1);
       }
     }
-    columns_ = static_cast<std::uint32_t>(columns);
 
-    longitudes_.resize(std::size_t{columns_} * perSide_);
-    for (std::size_t i = 0; i < longitudes_.size(); ++i) {
-      const double x = firstColumn_ + (static_cast<double>(i) + 0.5) / perSide_;
-      longitudes_[i] = haversine((x / width - 0.5) * 2 * kPi - disc.sun_.azimuth);
+    for (std::uint32_t across = samplesAcross(firstRow_); across <= samplesAcross(endRow_ - 1); across *= 2) {
+      std::vector<float>& samples = longitudes_[static_cast<std::size_t>(std::countr_zero(across))];
+      samples.resize(std::size_t{columns_} * across);
+      for (std::size_t i = 0; i < samples.size(); ++i) {
+        const double x = firstColumn_ + (static_cast<double>(i) + 0.5) / across;
+        samples[i] = static_cast<float>(haversine((x / width - 0.5) * 2 * kPi - disc.sun_.azimuth));
+      }
     }
   }
 
   std::uint32_t firstRow() const { return firstRow_; }
   std::uint32_t rows() const { return endRow_ - firstRow_; }
-  std::uint32_t column(std::uint32_t i) const {
-    return static_cast<std::uint32_t>((std::uint64_t{firstColumn_} + i) % width_);
-  }
 
   /// Calls `pixel(column, mean radiance)` for each pixel of a row that the disc touches.
   void eachPixel(std::uint32_t y, const auto& pixel) const {
+    // haversine(distance) / haversine(radius) = away + cosines x haversine(longitude from the sun).
     struct Line {
-      Weights weights;
-      double haversine, cosines;
-    } lines[32];
+      Profile profile;
+      float away, cosines;
+    } lines[kMostSamples];
     std::uint32_t lineCount = 0;
-    const double reach = haversine(disc_.radius_);
-    for (std::uint32_t j = 0; j < perSide_; ++j) {
-      const double latitude = (0.5 - (y + (j + 0.5) / perSide_) / height_) * kPi;
-      const double away = haversine(latitude - disc_.sun_.elevation);
-      if (!(latitude > 0) || away > reach) continue;
-      lines[lineCount++] = {disc_.weightsAt(latitude), away,
-                            std::cos(latitude) * std::cos(disc_.sun_.elevation)};
+    double widest = 0;
+    for (std::uint32_t j = 0; j < samplesDown_; ++j) {
+      const double latitude = (0.5 - (y + (j + 0.5) / samplesDown_) / height_) * kPi;
+      const double away = haversine(latitude - disc_.sun_.elevation) / reach_;
+      if (!(latitude > 0) || away >= 1) continue;
+      const double cosines = std::cos(latitude) * std::cos(disc_.sun_.elevation) / reach_;
+      Line& line = lines[lineCount++];
+      disc_.profileAt(latitude, line.profile);
+      line.away = static_cast<float>(away);
+      line.cosines = static_cast<float>(cosines);
+      widest = std::max(widest, (1 - away) / cosines);
     }
     if (lineCount == 0) return;
 
-    const double share = 1.0 / (perSide_ * perSide_);
-    for (std::uint32_t i = 0; i < columns_; ++i) {
-      Color3 sum;
+    std::uint32_t begin = 0, end = columns_;
+    const double half = widest < 1 ? std::asin(std::sqrt(widest)) / kPi * width_ : width_;
+    if (2 * half + 2 < width_) {
+      const double centre = columnOf(disc_.sun_.azimuth);
+      begin = static_cast<std::uint32_t>(std::max(std::floor(centre - half) - firstColumn_, 0.0));
+      end = static_cast<std::uint32_t>(
+          std::min(std::floor(centre + half) - firstColumn_ + 1, static_cast<double>(columns_)));
+    }
+
+    const std::uint32_t across = samplesAcross(y);
+    const float* const longitudes = longitudes_[static_cast<std::size_t>(std::countr_zero(across))].data();
+    const float share = 1.0f / static_cast<float>(samplesDown_ * across);
+    std::uint32_t x = wrapped(firstColumn_ + begin);
+    for (std::uint32_t i = begin; i < end; ++i, x = x + 1 < width_ ? x + 1 : 0) {
+      Quad sum = {0, 0, 0, 0};
       bool touched = false;
       for (std::uint32_t l = 0; l < lineCount; ++l) {
-        for (std::uint32_t k = 0; k < perSide_; ++k) {
-          const double away =
-              lines[l].haversine + lines[l].cosines * longitudes_[std::size_t{i} * perSide_ + k];
-          if (away >= reach) continue;
-          const Color3 value =
-              radiance(lines[l].weights, 2 * std::asin(std::sqrt(std::max(away, 0.0))) / disc_.radius_);
-          sum.r += value.r;
-          sum.g += value.g;
-          sum.b += value.b;
+        for (std::uint32_t k = 0; k < across; ++k) {
+          const float away = lines[l].away + lines[l].cosines * longitudes[std::size_t{i} * across + k];
+          if (!(away < 1)) continue;
+          sum += radiance(lines[l].profile, away);
           touched = true;
         }
       }
-      if (touched) pixel(column(i), Color3{sum.r * share, sum.g * share, sum.b * share});
+      sum *= share;
+      if (touched) {
+        pixel(x,
+              Color3{static_cast<double>(sum[0]), static_cast<double>(sum[1]), static_cast<double>(sum[2])});
+      }
     }
   }
 
   /// Solid angle of a pixel of row `y`.
   double solidAngle(std::uint32_t y) const {
-    const double top = (0.5 - static_cast<double>(y) / height_) * kPi;
-    const double bottom = (0.5 - static_cast<double>(y + 1) / height_) * kPi;
-    return 2 * kPi / width_ * (std::sin(top) - std::sin(bottom));
+    return 2 * kPi / width_ * (std::sin(latitudeOfEdge(y)) - std::sin(latitudeOfEdge(y + 1)));
   }
 
-  std::uint32_t centreColumn() const {
-    const double x = std::floor(columnOf(disc_.sun_.azimuth));
-    return static_cast<std::uint32_t>(x - width_ * std::floor(x / width_)) % width_;
-  }
+  std::uint32_t centreColumn() const { return wrapped(std::floor(columnOf(disc_.sun_.azimuth))); }
   /// Never below the horizon.
   std::uint32_t centreRow() const { return std::min(rowOf(disc_.sun_.elevation), (height_ - 1) / 2); }
 
  private:
+  static constexpr std::uint32_t kMostSamples = 32;
+
+  /// @param away haversine(distance) / haversine(radius), in [0, 1).
+  [[gnu::always_inline]] static Quad radiance(const Profile& profile, float away) {
+    const float place = std::sqrt(std::sqrt(1 - away)) * kRings;
+    const std::size_t ring = std::min(static_cast<std::size_t>(place), kRings - 1);
+    Quad a, b;
+    std::memcpy(&a, profile.rings[ring].rgb, sizeof a);
+    std::memcpy(&b, profile.rings[ring + 1].rgb, sizeof b);
+    return a + (b - a) * (place - static_cast<float>(ring));
+  }
+
+  /// A power of two, the same from some rows on: pixels widen with the cosine of the latitude.
+  std::uint32_t samplesAcross(std::uint32_t y) const {
+    const double samples = std::ceil(samplesDown_ * std::cos(std::max(latitudeOfEdge(y + 1), 0.0)));
+    return std::bit_ceil(static_cast<std::uint32_t>(std::max(samples, 1.0)));
+  }
+  double latitudeOfEdge(std::uint32_t y) const { return (0.5 - static_cast<double>(y) / height_) * kPi; }
   double columnOf(double azimuth) const { return (azimuth / (2 * kPi) + 0.5) * width_; }
+  std::uint32_t wrapped(double column) const {
+    return static_cast<std::uint32_t>(column - width_ * std::floor(column / width_)) % width_;
+  }
   std::uint32_t rowOf(double elevation) const {
     const double y = std::floor((0.5 - elevation / kPi) * height_);
     return static_cast<std::uint32_t>(std::clamp(y, 0.0, static_cast<double>(height_ - 1)));
@@ -193,10 +265,13 @@ class SunDisc::Sampling {
 
   const SunDisc& disc_;
   std::uint32_t width_, height_;
-  std::uint32_t perSide_ = 4;  // samples along each side of a pixel
+  std::uint32_t samplesDown_;
   std::uint32_t firstRow_ = 0, endRow_ = 0;
-  std::uint32_t firstColumn_ = 0, columns_ = 0;
-  std::vector<double> longitudes_;  // of the samples, as haversines from the sun
+  double firstColumn_;  // may lie beside the map, which continues there
+  std::uint32_t columns_;
+  double reach_;
+  // By log2 of the samples across a pixel: the samples' longitudes, as haversines from the sun.
+  std::array<std::vector<float>, 6> longitudes_;
 };
 
 void SunDisc::addTo(float* rgb, std::uint32_t width, std::uint32_t height, double intensity) const {

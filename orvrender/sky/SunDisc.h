@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "orvrender/sky/Atmosphere.h"
@@ -20,23 +21,41 @@ class SunDisc {
   void addTo(float* rgb, std::uint32_t width, std::uint32_t height, double intensity) const;
 
  private:
-  static constexpr int kElevations = 65;  // evenly across the disc
+  static constexpr std::size_t kRings = 64;
+  static constexpr std::size_t kElevations = 25;
   class Sampling;
 
   /// Weights of the limb's spectrum, for each colour, at one elevation.
   struct Weights {
     Spectrum r, g, b;
   };
+  /// Radiance over the disc's mean outside the air, at least 0, from limb to centre at one elevation. Ring j
+  /// lies where 1 - haversine(distance) / haversine(radius) is (j / kRings)^4, so that rings are dense at the
+  /// limb, where brightness falls steeply, and straight lines between them serve.
+  struct Profile {
+    struct alignas(16) Ring {
+      float rgb[4];
+    };
+    std::array<Ring, kRings + 1> rings;
+  };
+  /// The four tabulated elevations about one and their weights: a cubic through them.
+  struct Stencil {
+    std::size_t first;
+    std::array<float, 4> weights;
+  };
 
-  Weights weightsAt(double elevation) const;
-  /// Radiance at `q` of the radius from the centre, at least 0, over the disc's mean outside the air.
-  static Color3 radiance(const Weights& weights, double q);
-  /// Its mean over the disc's area: the light on a plane facing the sun.
+  Stencil stencilAt(double elevation) const;
+  void profileAt(double elevation, Profile& out) const;
+  /// The mean over the disc's area: the light on a plane facing the sun.
   Color3 mean() const;
 
   SunPlace sun_;
   double radius_;
+  double bottom_;  // elevation of the lowest part above the horizon
+  /// At elevations from there to the top, closer together below, where the air dims more and more steeply:
+  /// node k lies at the share (k / (kElevations - 1))^2.
   std::array<Weights, kElevations> weights_;
+  std::array<Profile, kElevations> profiles_;
 };
 
 }  // namespace orv::host

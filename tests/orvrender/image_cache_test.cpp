@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <tbb/parallel_for.h>
 
 #include <chrono>
 #include <cstdint>
@@ -43,10 +44,10 @@ class ImageCacheTest : public HostTest {
   const std::uint64_t blocksBefore = orv_memory_counters().liveBlocks;
 };
 
-TEST_F(ImageCacheTest, TwoUsersShareOneImage) {
+TEST_F(ImageCacheTest, TwoUsersShareOneImagesPixels) {
   const std::string path = file("a.exr", 1);
-  orvImage* const first = load(path);
-  EXPECT_EQ(load(path), first);
+  const orvImage* const first = load(path);
+  EXPECT_EQ(load(path)->pixels(), first->pixels());
   EXPECT_EQ(held(), 1u);
 }
 
@@ -54,14 +55,14 @@ TEST_F(ImageCacheTest, WithoutCachingEachUserGetsItsOwn) {
   const std::string path = file("a.exr", 1);
   orvImage* const cached = load(path);
   orvImage* const own = load(path, orvTexture_profile::environment, false);
-  EXPECT_NE(own, cached);
+  EXPECT_NE(own->pixels(), cached->pixels());
   free(own);
   EXPECT_EQ(held(), 1u);
 }
 
 TEST_F(ImageCacheTest, ProfilesAreKeptApart) {
   const std::string path = file("a.exr", 1);
-  EXPECT_NE(load(path, orvTexture_profile::data), load(path, orvTexture_profile::environment));
+  EXPECT_NE(load(path, orvTexture_profile::data)->pixels(), load(path)->pixels());
 }
 
 TEST_F(ImageCacheTest, AnImageHandedBackWaitsForTheNextUse) {
@@ -109,12 +110,12 @@ TEST_F(ImageCacheTest, DiscardingDropsTheImage) {
 
 TEST_F(ImageCacheTest, ADiscardedImageLivesAsLongAsItsOtherUser) {
   const std::string path = file("a.exr", 1);
-  orvImage* const first = load(path);
-  load(path);
-  free(first, true);
-  EXPECT_EQ(pixel(*first, 3, 3)[0], 1.0f);
-  EXPECT_NE(load(path), first);
-  free(first);
+  orvImage* const other = load(path);
+  EXPECT_EQ(pixel(*other, 3, 3)[0], 1.0f);
+  free(load(path), true);
+  EXPECT_EQ(pixel(*other, 3, 3)[0], 1.0f);
+  EXPECT_FALSE(isCached(path));
+  free(other);
   EXPECT_EQ(held(), 1u);
 }
 
@@ -135,9 +136,11 @@ TEST_F(ImageCacheTest, TheBudgetDropsTheLeastRecentlyUsed) {
 TEST_F(ImageCacheTest, ImagesInUseAreNotDropped) {
   options.imageCacheBytes = 0;
   orvImage* const a = load(file("a.exr", 1));
+  const float* const pixelsOfA = a->pixels();
   orvImage* const b = load(file("b.exr", 2));
-  EXPECT_EQ(pixel(*a, 0, 0)[0], 1.0f);
   EXPECT_EQ(pixel(*b, 0, 0)[0], 2.0f);
+  EXPECT_EQ(a->pixels(), pixelsOfA);
+  EXPECT_EQ(held(), 2u);
   free(a);
   EXPECT_EQ(held(), 1u);
   free(b);
@@ -170,10 +173,11 @@ TEST_F(ImageCacheTest, DiscardingAllEmptiesTheCache) {
   use(file("a.exr", 1));
   use(file("b.exr", 2));
   orvImage* const image = load(used);
+  const float* const pixels = image->pixels();
   orv_image_free_mode(scene(), false, true);
   EXPECT_EQ(held(), 1u);
-  EXPECT_EQ(pixel(*image, 0, 0)[0], 1.0f);
-  EXPECT_NE(load(used), image);
+  EXPECT_EQ(image->pixels(), pixels);
+  EXPECT_FALSE(isCached(used));
 }
 
 TEST_F(ImageCacheTest, TheSceneTakesItsImagesWithIt) {
@@ -191,12 +195,148 @@ TEST_F(ImageCacheTest, HandingBackTwiceIsToldAndHarmless) {
   free(image);
   free(image);
   EXPECT_THAT(log.lines(), testing::ElementsAre(testing::HasSubstr("handed back that nobody uses")));
-  EXPECT_EQ(load(path), image);
+  EXPECT_TRUE(isCached(path));
 }
 
 TEST_F(ImageCacheTest, FreeingNullDoesNothing) {
   free(nullptr);
   EXPECT_THAT(log.lines(), testing::IsEmpty());
+}
+
+// A user that asks for the size alone and never hands its image back, as for the size of a map.
+class ImageSizeTest : public ImageCacheTest {
+ protected:
+  const orvImage* askSize(const std::string& path) {
+    const orvImage* const image = load(path);
+    EXPECT_EQ(image->width(), 16u);
+    EXPECT_EQ(image->height(), 16u);
+    EXPECT_FALSE(image->has_alpha());
+    EXPECT_EQ(image->path(), path);
+    EXPECT_EQ(image->profile(), orvTexture_profile::environment);
+    EXPECT_EQ(image->mip_levels(), 5u);
+    return image;
+  }
+};
+
+TEST_F(ImageSizeTest, TheBudgetTakesPixelsThatNobodyAskedFor) {
+  options.imageCacheBytes = 2 * kImageBytes;
+  for (int i = 0; i < 10; ++i) askSize(file("image" + std::to_string(i) + ".exr", 1));
+  EXPECT_EQ(held(), 2u);
+}
+
+TEST_F(ImageSizeTest, DiscardingAllTakesPixelsThatNobodyAskedFor) {
+  const orvImage* const image = askSize(file("a.exr", 1));
+  EXPECT_EQ(image->memory(), kImageBytes);
+  orv_image_free_mode(scene(), false, true);
+  EXPECT_EQ(held(), 0u);
+  EXPECT_EQ(image->memory(), 0u);
+  EXPECT_EQ(image->width(), 16u);
+}
+
+TEST_F(ImageSizeTest, ThePixelsServeTheNextUser) {
+  const std::string path = file("a.exr", 1);
+  askSize(path);
+  EXPECT_TRUE(isCached(path));
+}
+
+TEST_F(ImageSizeTest, ThePixelsGoOnceTheirOtherUserIsDone) {
+  options.imageCacheBytes = 0;
+  const std::string path = file("a.exr", 1);
+  askSize(path);
+  orvImage* const background = load(path);
+  EXPECT_EQ(pixel(*background, 0, 0)[0], 1.0f);
+  askSize(file("b.exr", 2));
+  EXPECT_EQ(held(), 2u);
+  free(background);
+  EXPECT_EQ(held(), 0u);
+}
+
+TEST_F(ImageSizeTest, UnusedImagesGoFirst) {
+  options.imageCacheBytes = 2 * kImageBytes;
+  const std::string sized = file("sized.exr", 1), unused = file("unused.exr", 2);
+  askSize(sized);
+  use(unused);
+  askSize(file("c.exr", 3));
+  EXPECT_TRUE(isCached(sized));
+  EXPECT_FALSE(isCached(unused));
+}
+
+TEST_F(ImageSizeTest, WhoAsksLaterGetsThePixelsReadAgain) {
+  const orvImage* const image = askSize(file("a.exr", 3));
+  orv_image_free_mode(scene(), false, true);
+  EXPECT_EQ(pixel(*image, 15, 15), (std::vector<float>{3, 3, 3}));
+  EXPECT_EQ(image->memory(), kImageBytes);
+  // Now they are asked for and stay.
+  const float* const pixels = image->pixels();
+  orv_image_free_mode(scene(), false, true);
+  EXPECT_EQ(image->pixels(), pixels);
+  EXPECT_EQ(held(), 1u);
+  EXPECT_THAT(log.lines(), testing::IsEmpty());
+}
+
+TEST_F(ImageSizeTest, AFilterIsMadeOfPixelsReadAgain) {
+  orvImage* const image = load(file("a.exr", 3));
+  orv_image_free_mode(scene(), false, true);
+  image->set_filter_mode(orvFilter_mode::anisotropic);
+  orvImage_lookup lookup;
+  lookup.u = lookup.v = 0.5f;
+  lookup.dsdx = lookup.dtdy = 1;
+  image->lookup_filtered(lookup);
+  EXPECT_EQ(lookup.rgba[1], 3.0f);
+  // Levels of 8, 4, 2 and 1 pixels a side.
+  EXPECT_EQ(image->memory(), kImageBytes + 3 * (64 + 16 + 4 + 1) * sizeof(float));
+}
+
+TEST_F(ImageSizeTest, PixelsThatAreGoneAreBlackAndTold) {
+  const std::string path = file("a.exr", 3);
+  const orvImage* const image = askSize(path);
+  orv_image_free_mode(scene(), false, true);
+  std::filesystem::remove(path);
+  EXPECT_EQ(pixel(*image, 1, 2), (std::vector<float>{0, 0, 0}));
+  EXPECT_EQ(image->pixels()[3 * 16 * 16 - 1], 0.0f);
+  orvImage_lookup lookup;
+  image->lookup(lookup);
+  EXPECT_THAT(lookup.rgba, testing::ElementsAre(0, 0, 0, 1));
+  EXPECT_THAT(log.lines(), testing::ElementsAre(testing::HasSubstr(path + ": there is no such file")));
+  EXPECT_EQ(load(path), nullptr);
+}
+
+TEST_F(ImageSizeTest, PixelsOfAnotherSizeAreBlackAndTold) {
+  const std::string path = file("a.exr", 3);
+  const orvImage* const image = askSize(path);
+  orv_image_free_mode(scene(), false, true);
+  writeImage("openexr", path, floatSpec(8, 4, 3), std::vector<float>(3 * 8 * 4, 5));
+  EXPECT_EQ(pixel(*image, 15, 15), (std::vector<float>{0, 0, 0}));
+  EXPECT_EQ(image->width(), 16u);
+  EXPECT_THAT(log.lines(), testing::ElementsAre(testing::HasSubstr("8 x 4 pixels now and was 16 x 16")));
+  // Others get what the file is now.
+  EXPECT_EQ(load(path)->width(), 8u);
+}
+
+TEST_F(ImageSizeTest, WithoutMemoryForBlackThereAreNoPixels) {
+  const std::string path = file("a.exr", 3);
+  const orvImage* const image = askSize(path);
+  orv_image_free_mode(scene(), false, true);
+  std::filesystem::remove(path);
+  orv_memory_fail_at(1);
+  EXPECT_EQ(image->pixels(), nullptr);
+  EXPECT_EQ(pixel(*image, 0, 0), (std::vector<float>{0, 0, 0}));
+  orvImage_lookup lookup;
+  image->lookup(lookup);
+  EXPECT_THAT(lookup.rgba, testing::ElementsAre(0, 0, 0, 1));
+}
+
+TEST_F(ImageSizeTest, ManyThreadsAskAtOnce) {
+  const orvImage* const image = askSize(file("a.exr", 3));
+  const std::string other = file("b.exr", 4);
+  for (int round = 0; round < 20; ++round) {
+    const orvImage* const sized = askSize(other);
+    orv_image_free_mode(scene(), false, true);
+    tbb::parallel_for(0, 64, [&](int i) {
+      EXPECT_EQ(pixel(*image, i % 16, i / 16)[0], 3.0f);
+      EXPECT_EQ(pixel(*sized, i % 16, i / 16)[0], 4.0f);
+    });
+  }
 }
 
 }  // namespace

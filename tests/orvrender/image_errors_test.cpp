@@ -138,7 +138,7 @@ TEST_F(ImageErrorsTest, AnExrWithAlphaAndMissingScanlines) {
   expectRefused(path, "cannot be read as OpenEXR");
 }
 
-TEST_F(ImageErrorsTest, AnExrWithoutColour) {
+TEST_F(ImageErrorsTest, AnExrWithoutColor) {
   ImageSpec spec = floatSpec(4, 4, 2);
   spec.channelnames = {"Z", "id"};
   writeImage("openexr", path, spec, noise(32));

@@ -108,11 +108,11 @@ TEST_F(ImageFormatsTest, RedAloneIsGrey) {
   EXPECT_THAT(all(*exr(floatSpec(1, 1, 1), {"R"}, {3})), ElementsAre(3, 3, 3));
 }
 
-TEST_F(ImageFormatsTest, AMissingColourIsZero) {
+TEST_F(ImageFormatsTest, AMissingColorIsZero) {
   EXPECT_THAT(all(*exr(floatSpec(1, 1, 2), {"R", "G"}, {3, 4})), ElementsAre(3, 4, 0));
 }
 
-TEST_F(ImageFormatsTest, ALayerServesWhereThereIsNoColourWithoutOne) {
+TEST_F(ImageFormatsTest, ALayerServesWhereThereIsNoColorWithoutOne) {
   EXPECT_THAT(all(*exr(floatSpec(1, 1, 4), {"Z", "sky.R", "sky.G", "sky.B"}, {9, 1, 2, 3})),
               ElementsAre(1, 2, 3));
 }
@@ -121,7 +121,7 @@ TEST_F(ImageFormatsTest, WithoutAlphaAlphaIsOne) {
   EXPECT_EQ(alphaAt(*exr(floatSpec(1, 1, 3), {"R", "G", "B"}, {1, 2, 3}), 0, 0), 1.0f);
 }
 
-TEST_F(ImageFormatsTest, OfSeveralPartsTheFirstWithColourIsRead) {
+TEST_F(ImageFormatsTest, OfSeveralPartsTheFirstWithColorIsRead) {
   std::array<ImageSpec, 3> parts = {floatSpec(3, 1, 1), floatSpec(3, 1, 3), floatSpec(1, 1, 3)};
   parts[0].channelnames = {"Z"};
   const char* names[] = {"depth", "beauty", "second"};
@@ -298,7 +298,7 @@ TEST_F(ImageFormatsTest, AlphaOfAPngIsNotEncoded) {
   EXPECT_FLOAT_EQ(alphaAt(*load(path), 0, 0), 0.2f);
 }
 
-TEST_F(ImageFormatsTest, StraightColourIsAssociatedAfterItIsLinear) {
+TEST_F(ImageFormatsTest, StraightColorIsAssociatedAfterItIsLinear) {
   ImageSpec spec(1, 1, 4, TypeDesc::UINT8);
   spec.attribute("oiio:UnassociatedAlpha", 1);
   writeCodes<std::uint8_t>("png", path, spec, {255, 128, 51, 102});
@@ -337,7 +337,7 @@ TEST_F(ImageFormatsTest, GreyPngBecomesRgb) {
   EXPECT_THAT(all(*load(path)), ElementsAre(light, light, light));
 }
 
-TEST_F(ImageFormatsTest, AJpegOfOneColourIsThatColour) {
+TEST_F(ImageFormatsTest, AJpegOfOneColorIsThatColor) {
   writeCodes("jpeg", path, ImageSpec(16, 8, 3, TypeDesc::UINT8), std::vector<std::uint8_t>(3 * 16 * 8, 128));
   const orvImage* const image = load(path);
   ASSERT_NE(image, nullptr);

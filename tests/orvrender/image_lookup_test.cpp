@@ -70,7 +70,7 @@ class ImageLookupTest : public HostTest {
   const std::vector<float> four = {1, 0, 0, 2, 0, 0, 3, 0, 0, 4, 0, 0};
 };
 
-TEST_F(ImageLookupTest, CentresOfPixelsGiveTheirColour) {
+TEST_F(ImageLookupTest, CentresOfPixelsGiveTheirColor) {
   const orvImage* const made = image(2, 2, 3, four);
   EXPECT_EQ(at(*made, 0.25f, 0.75f)[0], 1.0f);
   EXPECT_EQ(at(*made, 0.75f, 0.75f)[0], 2.0f);
@@ -114,23 +114,23 @@ TEST_F(ImageLookupTest, CoordinatesThatAreNotNumbersCountAsZero) {
   EXPECT_EQ(over(*made, kNaN, kNaN, 0, 0), 3.0f);
 }
 
-TEST_F(ImageLookupTest, ColourIsStraightAndFilteredAssociated) {
+TEST_F(ImageLookupTest, ColorIsStraightAndFilteredAssociated) {
   // White that is there beside black that is not: halfway there is white, half there.
   const orvImage* const made = image(2, 1, 4, {1, 1, 1, 1, 0, 0, 0, 0});
   EXPECT_THAT(at(*made, 0.5f, 0.5f), ElementsAre(1, 1, 1, 0.5f));
 }
 
-TEST_F(ImageLookupTest, ColourUnderHalfAlphaIsDivided) {
+TEST_F(ImageLookupTest, ColorUnderHalfAlphaIsDivided) {
   const orvImage* const made = image(1, 1, 4, {0.25f, 0.5f, 1, 0.5f});
   EXPECT_THAT(at(*made, 0.5f, 0.5f), ElementsAre(0.5f, 1, 2, 0.5f));
 }
 
-TEST_F(ImageLookupTest, ColourWithoutAnyAlphaStaysAsItIs) {
+TEST_F(ImageLookupTest, ColorWithoutAnyAlphaStaysAsItIs) {
   const orvImage* const made = image(1, 1, 4, {0.25f, 0.5f, 1, 0});
   EXPECT_THAT(at(*made, 0.5f, 0.5f), ElementsAre(0.25f, 0.5f, 1, 0));
 }
 
-TEST_F(ImageLookupTest, ColourUnderTheSmallestAlphaIsFinite) {
+TEST_F(ImageLookupTest, ColorUnderTheSmallestAlphaIsFinite) {
   const orvImage* const made = image(1, 1, 4, {65504, 0, 0, 1e-40f});
   EXPECT_TRUE(std::isfinite(at(*made, 0.5f, 0.5f)[0]));
 }
@@ -155,7 +155,7 @@ TEST_F(ImageLookupTest, GainsScaleEachResult) {
   EXPECT_THAT(lookup.rgba, ElementsAre(2, 3, 4, 0.5f));
 }
 
-TEST_F(ImageLookupTest, ColourStartsAtTheFirstChannel) {
+TEST_F(ImageLookupTest, ColorStartsAtTheFirstChannel) {
   orvImage* const made = image(1, 1, 4, {1, 2, 3, 1});
   for (const bool filter : {false, true}) {
     if (filter) made->set_filter_mode(orvFilter_mode::anisotropic);

@@ -157,12 +157,54 @@ TEST(SkySun, FollowsPlaceAndTime) {
   ReferenceSky sky;
   sky.settingsGiven = 1;
   // The defaults: compass 120.878, 57.194 up.
-  EXPECT_NEAR(sky.sun().azimuth, -30.878 * kDegree, 1e-4);
+  EXPECT_NEAR(sky.sun().azimuth, -59.122 * kDegree, 1e-4);
   EXPECT_NEAR(sky.sun().elevation, 57.194 * kDegree, 1e-4);
   sky.northOffset = 45;
-  EXPECT_NEAR(sky.sun().azimuth, 14.122 * kDegree, 1e-4);
+  EXPECT_NEAR(sky.sun().azimuth, -14.122 * kDegree, 1e-4);
   sky.northOffset = -200;
-  EXPECT_NEAR(sky.sun().azimuth, 129.122 * kDegree, 1e-4);
+  EXPECT_NEAR(sky.sun().azimuth, 100.878 * kDegree, 1e-4);
+}
+
+// Compass bearings worked out apart: SolarPositionTest's cases.
+TEST(SkySun, LiesSouthInTheMiddleAndWestToTheRight) {
+  const struct {
+    std::uint32_t day;
+    float hours, timeZone, latitude, longitude;
+    double azimuth, elevation;
+  } cases[] = {{80, 12, 0, 51.4779f, 0, 177.699 - 180, 38.851},
+               {355, 17.5f, 11, -33.8688f, 151.2093f, 260.159 - 180, 29.464},
+               {172, 0, 1, 69.6492f, 18.9553f, 3.242 - 180, 3.119}};
+  for (const auto& c : cases) {
+    ReferenceSky sky;
+    sky.settingsGiven = 1;
+    sky.dayOfYear = c.day;
+    sky.hours = c.hours;
+    sky.timeZone = c.timeZone;
+    sky.latitude = c.latitude;
+    sky.longitude = c.longitude;
+    EXPECT_NEAR(sky.sun().azimuth, c.azimuth * kDegree, 1e-4);
+    EXPECT_NEAR(sky.sun().elevation, c.elevation * kDegree, 1e-4);
+  }
+}
+
+// At an equinox the sun stands due east at 6, due south at 12 and due west at 18 o'clock of true solar time,
+// which the clock of the place leads by 7.5 minutes that day: up to 2 degrees of bearing at 45 degrees north.
+TEST(SkySun, GoesFromLeftToRight) {
+  ReferenceSky sky;
+  sky.dayOfYear = 80;
+  sky.latitude = 45;
+  const struct {
+    float hours;
+    double bearing;
+  } cases[] = {{7, 90 + 10.7}, {12, 180}, {17, 270 - 10.7}};
+  for (const auto& c : cases) {
+    sky.hours = c.hours;
+    const SkyMap map = render(sky, 360, 180);
+    std::uint32_t brightest = 0;
+    for (std::uint32_t i = 0; i < 360 * 90; ++i)
+      if (map.rgb[3 * i] > map.rgb[3 * brightest]) brightest = i;
+    EXPECT_NEAR(brightest % 360 + 0.5, c.bearing, 3.5) << c.hours;
+  }
 }
 
 TEST(SkySun, FixedAnglesIgnoreNorthAndTimeUntilTheOwnSunIsAskedFor) {

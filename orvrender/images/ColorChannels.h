@@ -9,7 +9,7 @@ namespace orv::host {
 
 /// Where the colour of an image lies among its channels. A channel of -1 is missing and reads as 0 (alpha:
 /// 1).
-struct ColourChannels {
+struct ColorChannels {
   int red = -1;
   int green = -1;
   int blue = -1;
@@ -25,10 +25,10 @@ struct ColourChannels {
 /// Colour channels by their names: R, G, B (A), or Y for grey, in any order; of layered names ("sky.R") those
 /// of the first layer that has colour. None when there is no colour.
 /// @param layers whether layered names count.
-std::optional<ColourChannels> channelsByName(const OIIO::ImageSpec& spec, bool layers);
+std::optional<ColorChannels> channelsByName(const OIIO::ImageSpec& spec, bool layers);
 
 /// Colour channels by their place: grey, grey and alpha, or colour first; for files without channel names.
-ColourChannels channelsByPlace(const OIIO::ImageSpec& spec);
+ColorChannels channelsByPlace(const OIIO::ImageSpec& spec);
 
 /// The names of the channels for a message, such as "Z, N.X, N.Y".
 std::string channelList(const OIIO::ImageSpec& spec);

@@ -1,4 +1,4 @@
-#include "orvrender/images/ColourChannels.h"
+#include "orvrender/images/ColorChannels.h"
 
 #include <algorithm>
 #include <cctype>
@@ -23,13 +23,13 @@ int find(const OIIO::ImageSpec& spec, std::string_view layer, std::string_view n
 }
 
 /// Colour of a layer, given as the part of the channel names in front of the last name: "" or "sky.".
-std::optional<ColourChannels> channelsOfLayer(const OIIO::ImageSpec& spec, std::string_view layer) {
-  ColourChannels found{find(spec, layer, "R"), find(spec, layer, "G"), find(spec, layer, "B"),
-                       find(spec, layer, "A")};
+std::optional<ColorChannels> channelsOfLayer(const OIIO::ImageSpec& spec, std::string_view layer) {
+  ColorChannels found{find(spec, layer, "R"), find(spec, layer, "G"), find(spec, layer, "B"),
+                      find(spec, layer, "A")};
   if (found.red < 0 && found.green < 0 && found.blue < 0) {
     const int grey = find(spec, layer, "Y");
     if (grey < 0) return std::nullopt;
-    return ColourChannels{grey, grey, grey, found.alpha};
+    return ColorChannels{grey, grey, grey, found.alpha};
   }
   // Red alone is a grey image too.
   if (found.green < 0 && found.blue < 0) found.green = found.blue = found.red;
@@ -38,7 +38,7 @@ std::optional<ColourChannels> channelsOfLayer(const OIIO::ImageSpec& spec, std::
 
 }  // namespace
 
-int ColourChannels::begin() const {
+int ColorChannels::begin() const {
   int first = -1;
   for (const int channel : {red, green, blue, alpha}) {
     if (channel >= 0 && (first < 0 || channel < first)) first = channel;
@@ -46,9 +46,9 @@ int ColourChannels::begin() const {
   return first;
 }
 
-int ColourChannels::end() const { return std::max({red, green, blue, alpha}) + 1; }
+int ColorChannels::end() const { return std::max({red, green, blue, alpha}) + 1; }
 
-std::optional<ColourChannels> channelsByName(const OIIO::ImageSpec& spec, bool layers) {
+std::optional<ColorChannels> channelsByName(const OIIO::ImageSpec& spec, bool layers) {
   if (!layers) return channelsOfLayer(spec, "");
   for (const std::string& name : spec.channelnames) {
     const std::size_t dot = name.rfind('.');
@@ -58,7 +58,7 @@ std::optional<ColourChannels> channelsByName(const OIIO::ImageSpec& spec, bool l
   return std::nullopt;
 }
 
-ColourChannels channelsByPlace(const OIIO::ImageSpec& spec) {
+ColorChannels channelsByPlace(const OIIO::ImageSpec& spec) {
   if (spec.nchannels <= 2) return {0, 0, 0, spec.nchannels == 2 ? 1 : -1};
   const bool hasAlpha = spec.alpha_channel >= 3 && spec.alpha_channel < spec.nchannels;
   return {0, 1, 2, hasAlpha ? spec.alpha_channel : -1};
