@@ -35,6 +35,17 @@ struct Adjustments {
   friend bool operator==(const Adjustments&, const Adjustments&) = default;
 };
 
+/// An adjustment and the name that host nodes know it by.
+struct AdjustmentParameter {
+  const char* name;
+  float Adjustments::*value;
+};
+inline constexpr AdjustmentParameter kAdjustmentParameters[] = {
+    {"brightness", &Adjustments::brightness}, {"gamma", &Adjustments::gamma},
+    {"hueShift", &Adjustments::hueShift},     {"saturation", &Adjustments::saturation},
+    {"tintRed", &Adjustments::tintRed},       {"tintGreen", &Adjustments::tintGreen},
+    {"tintBlue", &Adjustments::tintBlue}};
+
 /// Describes how the whole sphere (a background) or the inside of one pin (a fill) is painted. A value object
 /// that host and painter share through shared pointers. Used on the set-up thread.
 class Brush : public std::enable_shared_from_this<Brush> {

@@ -47,8 +47,7 @@ class IPainter {
   /// Makes `brush` the background: a colour, gradient, image or sun and sky. Blur and rotation are taken from
   /// it.
   /// @return true when it was installed as asked. False for a kind that is no background (the old one stays)
-  /// and for
-  ///         a sky that the scene does not have (the background is then red).
+  ///         and for a sky that the scene does not have (the background is then red).
   virtual bool setBackground(const Brush& brush) = 0;
 
   /// Adds a rectangle of light over everything added before.
@@ -72,8 +71,7 @@ class IPainter {
   ///         background or fill that can not be made paints a visible colour (white, red) and the host's log
   ///         says why.
   /// @throws std::length_error "vector too long" when the pixel count does not fit 32 bits; std::bad_alloc
-  /// when there
-  ///         is no memory.
+  ///         when there is no memory.
   virtual std::shared_ptr<EnvImage> paint() = 0;
 
   /// Removes all pins and, unless `keepBackground` is set, the background.
@@ -96,7 +94,8 @@ extern "C" {
 /// `createPainter(PainterType::avx2)`.
 orv::hdri::IPainter* createAVX2Painter();
 
-/// Destroys a painter with its pins and background; null is ignored. Maps it returned stay valid.
+/// Destroys a painter with its pins and background; null is ignored. Maps it returned stay valid as long as
+/// this library stays loaded.
 void destroyAVX2Painter(orv::hdri::IPainter* painter);
 
 }  // extern "C"

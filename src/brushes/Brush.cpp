@@ -62,13 +62,7 @@ orvNode* Brush::exportBase(orvNode*& node, orvScene* scene, const char* typeName
   if (!node) node = createHostNode(*this, scene, typeName);
   if (!node) return nullptr;
   node->set_parameter("mode", mode_);
-  node->set_parameter("brightness", adjustments_.brightness);
-  node->set_parameter("gamma", adjustments_.gamma);
-  node->set_parameter("hueShift", adjustments_.hueShift);
-  node->set_parameter("saturation", adjustments_.saturation);
-  node->set_parameter("tintRed", adjustments_.tintRed);
-  node->set_parameter("tintGreen", adjustments_.tintGreen);
-  node->set_parameter("tintBlue", adjustments_.tintBlue);
+  for (const auto& [name, value] : kAdjustmentParameters) node->set_parameter(name, adjustments_.*value);
   return node;
 }
 
