@@ -149,7 +149,7 @@ class SunDisc::Sampling {
 
     // The disc's half width in longitude; all of it where the disc holds the pole.
     const double centre = columnOf(disc.sun_.azimuth);
-    firstColumn_ = std::floor(centre) - width / 2;
+    firstColumn_ = std::floor(centre - 0.5 * width);
     if (std::max(top, -bottom) < 0.5 * kPi) {
       const double s = std::sin(disc.radius_) / std::cos(disc.sun_.elevation);
       const double half = (s < 1 ? std::asin(s) : kPi) / (2 * kPi) * width;

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <tbb/parallel_for.h>
 
 #include <chrono>
 #include <cstdint>
@@ -9,6 +8,7 @@
 #include <vector>
 
 #include "host/orvMemory.h"
+#include "host/row_loop.h"
 #include "orvrender/host_fixture.h"
 #include "orvrender/image_files.h"
 
@@ -332,9 +332,10 @@ TEST_F(ImageSizeTest, ManyThreadsAskAtOnce) {
   for (int round = 0; round < 20; ++round) {
     const orvImage* const sized = askSize(other);
     orv_image_free_mode(scene(), false, true);
-    tbb::parallel_for(0, 64, [&](int i) {
-      EXPECT_EQ(pixel(*image, i % 16, i / 16)[0], 3.0f);
-      EXPECT_EQ(pixel(*sized, i % 16, i / 16)[0], 4.0f);
+    orv::forEachRow(64, 1, [&](std::uint32_t i) {
+      const int x = static_cast<int>(i % 16), y = static_cast<int>(i / 16);
+      EXPECT_EQ(pixel(*image, x, y)[0], 3.0f);
+      EXPECT_EQ(pixel(*sized, x, y)[0], 4.0f);
     });
   }
 }
