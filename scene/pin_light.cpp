@@ -298,7 +298,7 @@ class Grid {
     double sum = 0;
     for (double y = std::max(first, 0.0); y <= std::min(last, height_ - 1); ++y) {
       const double band = std::cos(kPi * y / height_) - std::cos(kPi * (y + 1) / height_);
-      sum += band * rowMean(shape, reach, y, 4096 / (last - first + 1));
+      sum += band * rowMean(shape, reach, y, std::max(4096 / (last - first + 1), 64.0));
     }
     return 2 * kPi * sum;
   }
