@@ -47,4 +47,12 @@ struct RectPinParams {
   float falloffAmount = 0.5f;  ///< the curve's parameter
 };
 
+/// Width of a softened edge on a map of this size, radians: `pixels` pixels in the coarser direction, the
+/// vertical one where they are equal. Edges fade over it on their inner side.
+inline float softEdgeWidth(std::int32_t width, std::int32_t height, float pixels = 1.5f) {
+  const float across = pixels * 6.2831855f / static_cast<float>(width);
+  const float down = pixels * 3.1415927f / static_cast<float>(height);
+  return across > down ? across : down;
+}
+
 }  // namespace orv::hdri

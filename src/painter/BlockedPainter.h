@@ -49,8 +49,7 @@ class BlockedPainter final : public IPainter, public AlignedObject {
   template <typename Background, typename... Args>
   void install(Args&... args);
   bool installSunSky(const SunSkyBrush& brush);
-  /// One and a half pixels in the coarser direction of the map, radians: the soft edge of a shape.
-  float pixelAngle() const;
+  float softEdgeWidth() const;
   bool addPin(std::unique_ptr<PinShape> shape, const Brush& fill, bool rectangular);
   /// Prepares the background, or a white one in its place. @throws std::length_error, std::bad_alloc.
   void prepareBackground();

@@ -10,24 +10,20 @@
 #include "pins/fill_factory.h"
 #include "shapes/CirclePinShape.h"
 #include "shapes/RectPinShape.h"
-#include "shapes/trigonometry.h"
 
 namespace orv::hdri::blockedAVX2 {
 
-float BlockedPainter::pixelAngle() const {
-  const float a = context_.pinSizeScale * kTwoPi / static_cast<float>(context_.width);
-  const float b = context_.pinSizeScale * kPi / static_cast<float>(context_.height);
-  // The second when they are equal or one is no number.
-  return a > b ? a : b;
+float BlockedPainter::softEdgeWidth() const {
+  return hdri::softEdgeWidth(context_.width, context_.height, context_.pinSizeScale);
 }
 
 bool BlockedPainter::addRectPin(const RectPinParams& params, const Brush& fill) {
-  std::unique_ptr<PinShape> shape(new (std::nothrow) RectPinShape(params, pixelAngle()));
+  std::unique_ptr<PinShape> shape(new (std::nothrow) RectPinShape(params, softEdgeWidth()));
   return addPin(std::move(shape), fill, true);
 }
 
 bool BlockedPainter::addCirclePin(const CirclePinParams& params, const Brush& fill) {
-  std::unique_ptr<PinShape> shape(new (std::nothrow) CirclePinShape(params, pixelAngle()));
+  std::unique_ptr<PinShape> shape(new (std::nothrow) CirclePinShape(params, softEdgeWidth()));
   return addPin(std::move(shape), fill, false);
 }
 

@@ -118,8 +118,9 @@ TEST(Layers, IntrinsicsStandInSimdAlone) {
 }
 
 TEST(Layers, TheSceneLibraryAndTheHostNeverNameThePainter) {
-  // Of what the painter is made of they share the brushes, the host's declarations and the loop over rows.
-  const Names shared{"brushes/host_parameters.h", "maps/row_loop.h"};
+  // Of what the painter is made of they share the brushes, the host's declarations, the loop over rows and
+  // the coefficients of the trigonometry.
+  const Names shared{"brushes/host_parameters.h", "maps/row_loop.h", "shapes/trigonometry_coefficients.h"};
   for (const char* folder : {"scene", "orvrender", "apps"})
     for (const auto& entry : fs::recursive_directory_iterator(kRoot / folder)) {
       if (!isSource(entry.path())) continue;
