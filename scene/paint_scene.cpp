@@ -39,10 +39,21 @@ void addPins(const Scene& scene, hdri::IPainter& painter, const PaintOptions& op
                            : painter.addRectPin(rectParams(pin), *fill);
     if (!added)
       throw PaintError(options.fileName + ": " + pinLabel(scene, i) +
-                       ": refused by the painter, which has no " +
-                       "memory left for it or can not paint its fill");
+                       ": refused by the painter, which has no memory left for it or can not paint its fill");
   }
 }
+
+/// Leaves the painter empty, however painting ends.
+class ClearAtEnd {
+ public:
+  explicit ClearAtEnd(hdri::IPainter& painter) : painter_(painter) {}
+  ~ClearAtEnd() { painter_.clear(); }
+  ClearAtEnd(const ClearAtEnd&) = delete;
+  ClearAtEnd& operator=(const ClearAtEnd&) = delete;
+
+ private:
+  hdri::IPainter& painter_;
+};
 
 }  // namespace
 
@@ -51,16 +62,16 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
   LogCollector log;
   PaintResult result;
   try {
+    // The painter may look at the background's brush until it is cleared.
+    const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
+    const ClearAtEnd clearAtEnd(painter);
     painter.setScene(host);
     setSize(scene, painter, options, log);
     painter.setOptions(
         {.smoothing = static_cast<std::uint8_t>(scene.smoothing ? 1 : 0), .keepBackground = 0});
-    // The painter may look at the background's brush until the map is painted.
-    const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
     result.fellBack = !painter.setBackground(*background);
     addPins(scene, painter, options);
     result.map = painter.paint();
-    painter.clear();
   } catch (const std::bad_alloc&) {
     throw PaintError(options.fileName + ": size: there is not enough memory to paint a map of this size");
   } catch (const std::length_error&) {
