@@ -5,7 +5,6 @@
 #include <cstdint>
 
 #include "scene/json_text.h"
-#include "scene/nearest_name.h"
 
 namespace orv::scene {
 namespace {
@@ -22,15 +21,6 @@ std::string rangeText(const Number& type) {
   return text;
 }
 
-/// Each name that may stand in one of the uses, once.
-Names namesFor(std::span<const NameRow> rows, unsigned uses) {
-  Names names;
-  for (const NameRow& row : rows)
-    if ((row.uses & uses) != 0 && std::find(names.begin(), names.end(), row.name) == names.end())
-      names.push_back(row.name);
-  return names;
-}
-
 }  // namespace
 
 std::string ObjectReader::allowed(const Number& type) {
@@ -43,8 +33,12 @@ std::string ObjectReader::allowed(const Integer& type) {
   return "an integer from " + std::to_string(type.min) + " to " + std::to_string(type.max);
 }
 
-std::string ObjectReader::namesOf(std::span<const NameRow> rows, unsigned uses) {
-  return listOf(namesFor(rows, uses));
+Names ObjectReader::namesFor(std::span<const NameRow> rows, unsigned uses) {
+  Names names;
+  for (const NameRow& row : rows)
+    if ((row.uses & uses) != 0 && std::find(names.begin(), names.end(), row.name) == names.end())
+      names.push_back(row.name);
+  return names;
 }
 
 std::string ObjectReader::notOfType(const JsonValue& value, const std::string& allowed) {
@@ -76,6 +70,7 @@ bool ObjectReader::isObject(const Place& place, std::string_view owner) {
 }
 
 void ObjectReader::checkKeys(const Members& members) {
+  if (members.misplaced) return;  // They may be right where the name is.
   const Names& keys = members.keys;
   for (const JsonMember& member : std::get<JsonObject>(members.place.value.data)) {
     if (std::find(keys.begin(), keys.end(), member.key) != keys.end()) continue;
@@ -141,31 +136,21 @@ bool ObjectReader::read(Flag type, const Place& place, bool& result) {
 
 bool ObjectReader::read(Text type, const Place& place, std::string& result) {
   const auto* found = std::get_if<std::string>(&place.value.data);
-  if (!found) return refuse(place, notOfType(place.value, allowed(type)));
-  result = *found;
-  return true;
-}
-
-bool ObjectReader::read(Path type, const Place& place, std::string& result) {
-  const auto* found = std::get_if<std::string>(&place.value.data);
-  if (!found || found->empty() || found->find('\0') != std::string::npos)
+  if (!found || (type.isPath && (found->empty() || found->find('\0') != std::string::npos)))
     return refuse(place, notOfType(place.value, allowed(type)));
   result = *found;
   return true;
 }
 
-std::optional<hdri::Rgb> ObjectReader::readColor(const Place& place) {
+bool ObjectReader::read(Color type, const Place& place, std::tuple<float&, float&, float&>& result) {
   const auto* array = std::get_if<JsonArray>(&place.value.data);
-  if (!array || array->size() != 3) {
-    refuse(place, notOfType(place.value, allowed(Color{})));
-    return std::nullopt;
-  }
+  if (!array || array->size() != 3) return refuse(place, notOfType(place.value, allowed(type)));
   float channels[3] = {};
   bool good = true;
   for (std::size_t i = 0; i < 3; ++i)
     good &= read(Number::any(), {(*array)[i], place.path.child(i)}, channels[i]);
-  if (!good) return std::nullopt;
-  return hdri::Rgb{channels[0], channels[1], channels[2]};
+  if (good) result = std::tuple(channels[0], channels[1], channels[2]);
+  return good;
 }
 
 bool ObjectReader::read(Size type, const Place& place, MapSize& result) {

@@ -5,12 +5,14 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
 #include "scene/Problems.h"
 #include "scene/Scene.h"
 #include "scene/json_tree.h"
+#include "scene/nearest_name.h"
 
 namespace orv::scene {
 
@@ -31,15 +33,8 @@ class ObjectReader {
     if (!isObject(place, keys.owner)) return;
     Members members{place, std::string(keys.owner)};
     const auto read = [&](const auto& key, auto&& value, const auto&) { readMember(members, key, value); };
-    keys.visitChoice([&](const auto& choice) {
-      if (choose(choice, members, owner)) return;
-      // What can be read without a choice is looked at all the same.
-      if constexpr (requires { choice.any.keys; })
-        choice.any.visit(read);
-      else
-        keys.visit(owner, read, true);
-    });
-    if (members.chosen) keys.visit(owner, read);
+    keys.visitTag([&](const auto& tag) { choose(tag, members, owner); });
+    keys.visit(owner, read, !members.chosen);
     checkKeys(members);
   }
 
@@ -51,22 +46,23 @@ class ObjectReader {
     std::vector<std::string_view> keys = {};  ///< those that are allowed
     bool chosen = true;                       ///< whether the keys are those of one alternative
     std::string_view tag = {};                ///< else the key that should have chosen it, already read
+    bool misplaced = false;                   ///< and whether that has the name of another use
   };
 
   /// Makes `owner` hold the alternative that is named; reports the name when there is no such alternative.
-  template <typename Choice, typename Owner>
-  bool choose(const Choice& choice, Members& members, Owner& owner) {
-    const JsonValue* value = memberOf(members, choice.key);
-    const auto* name = value ? std::get_if<std::string>(&value->data) : nullptr;
-    members.chosen = name && choice.select(*name, owner);
+  template <typename Tag, typename Owner>
+  void choose(const Tag& tag, Members& members, Owner& owner) {
+    const JsonValue* value = memberOf(members, tag.choice.key);
+    std::string_view name;
+    if (value && std::holds_alternative<std::string>(value->data)) name = std::get<std::string>(value->data);
+    members.chosen = tag.choice.select(name, owner);
     if (members.chosen) {
-      members.owner = "a " + *name + " " + std::string(choice.noun);
-      return true;
+      members.owner.assign("a ").append(name).append(" ").append(tag.choice.noun);
+      return;
     }
-    members.tag = choice.key;
-    auto found = choice.values[0];
-    readGiven(members, key(choice.key, choice.names, nullptr, Need::required), found);
-    return false;
+    readGiven(members, tag.key(), name);
+    members.tag = tag.choice.key;
+    members.misplaced = !name.empty() && name == tag.choice.names.back().name;
   }
 
   template <typename Key, typename Value>
@@ -90,21 +86,19 @@ class ObjectReader {
   static std::string allowed(const Number& type);
   static std::string allowed(const Integer& type);
   static std::string allowed(Flag) { return "true, false"; }
-  static std::string allowed(Text) { return "text in quotes"; }
-  static std::string allowed(Path) { return "the path of an image file, in quotes"; }
+  static std::string allowed(Text type) {
+    return type.isPath ? "the path of an image file, in quotes" : "text in quotes";
+  }
   static std::string allowed(Color) { return "[red, green, blue], three numbers"; }
   static std::string allowed(Size) { return "[width, height], two integers"; }
   static std::string allowed(FreeObject) { return "an object"; }
   template <typename Value>
   static std::string allowed(const Name<Value>& type) {
-    return namesOf(kNames<Value>, type.uses);
+    return listOf(namesFor(kNames<Value>, type.uses));
   }
-  template <typename Keys>
-  static std::string allowed(const Object<Keys>& type) {
-    return std::string(type.keys.owner);
-  }
+  static std::string allowed(const Alternative& type) { return listOf(namesFor(type.names, 1)); }
   template <typename Keys, typename Given>
-  static std::string allowed(const ObjectIfGiven<Keys, Given>& type) {
+  static std::string allowed(const Object<Keys, Given>& type) {
     return std::string(type.keys.owner);
   }
   template <typename Keys, typename Item>
@@ -122,17 +116,7 @@ class ObjectReader {
   }
   bool read(Flag type, const Place& place, bool& result);
   bool read(Text type, const Place& place, std::string& result);
-  bool read(Path type, const Place& place, std::string& result);
-  template <typename Rgb>
-  bool read(Color, const Place& place, Rgb& result) {
-    const std::optional<hdri::Rgb> color = readColor(place);
-    if (color) {
-      result.r = color->r;
-      result.g = color->g;
-      result.b = color->b;
-    }
-    return color.has_value();
-  }
+  bool read(Color type, const Place& place, std::tuple<float&, float&, float&>& result);
   bool read(Size type, const Place& place, MapSize& result);
   bool read(FreeObject type, const Place& place, std::string& result);
   template <typename Value>
@@ -141,14 +125,12 @@ class ObjectReader {
     if (row) result = static_cast<Value>(row->value);
     return row != nullptr;
   }
-  template <typename Keys, typename Owner>
-  bool read(const Object<Keys>& type, const Place& place, Owner& result) {
-    readObject(type.keys, place, result);
-    return true;
+  bool read(const Alternative& type, const Place& place, std::string_view&) {
+    return readName(type.names, 1, type.misplaced, place) != nullptr;
   }
   template <typename Keys, typename Given, typename Owner>
-  bool read(const ObjectIfGiven<Keys, Given>& type, const Place& place, Owner& result) {
-    result.*type.given = true;
+  bool read(const Object<Keys, Given>& type, const Place& place, Owner& result) {
+    if constexpr (!std::is_null_pointer_v<Given>) result.*type.given = true;
     readObject(type.keys, place, result);
     return true;
   }
@@ -169,7 +151,8 @@ class ObjectReader {
     return true;
   }
 
-  static std::string namesOf(std::span<const NameRow> rows, unsigned uses);
+  /// Each name that may stand in one of the uses, once.
+  static std::vector<std::string_view> namesFor(std::span<const NameRow> rows, unsigned uses);
   static std::string notOfType(const JsonValue& value, const std::string& allowed);
   static const JsonValue* memberOf(const JsonValue& object, std::string_view key);
   static const JsonValue* memberOf(const Members& members, std::string_view key) {
@@ -183,7 +166,6 @@ class ObjectReader {
   void checkAscending(const Place& place, std::string_view key, float value, float& last);
   void checkFinite(const JsonValue& value, const JsonPath& path);
   std::optional<std::int64_t> readInteger(const Integer& type, const Place& place);
-  std::optional<hdri::Rgb> readColor(const Place& place);
   const NameRow* readName(std::span<const NameRow> rows, unsigned uses, std::string_view misplaced,
                           const Place& place);
   /// Adds a problem; false.

@@ -25,26 +25,23 @@ inline constexpr std::int64_t kMaxPixels = std::int64_t{1} << 29;
 struct MapSize {
   int width = 2048;   ///< pixels, 1 to `kMaxSide`
   int height = 1024;  ///< pixels, 1 to `kMaxSide`; at most `kMaxPixels` in all
-
   friend bool operator==(const MapSize&, const MapSize&) = default;
 };
 
 // What brushes share.
 
-inline constexpr auto kAdjustmentKeys = keys(
-    "an adjustment",  //
-    key("brightness", Number::any(), &hdri::Adjustments::brightness),
-    key("gamma", Number::above(0), &hdri::Adjustments::gamma),
-    key("hue", Number::within(0, 1), &hdri::Adjustments::hueShift),
-    key("saturation", Number::within(-1, 1), &hdri::Adjustments::saturation),
-    key("tint", Color{},
-        channels(&hdri::Adjustments::tintRed, &hdri::Adjustments::tintGreen, &hdri::Adjustments::tintBlue)));
+inline constexpr auto kAdjustmentKeys =
+    keys("an adjustment",  //
+         key("brightness", Number::any(), &hdri::Adjustments::brightness),
+         key("gamma", Number::above(0), &hdri::Adjustments::gamma),
+         key("hue", Number::within(0, 1), &hdri::Adjustments::hueShift),
+         key("saturation", Number::within(-1, 1), &hdri::Adjustments::saturation),
+         key("tint", Color{}, [](auto& of) { return std::tie(of.tintRed, of.tintGreen, of.tintBlue); }));
 
 /// Rotation of the sphere: what lies `azimuth` to the right of the map's centre comes to its centre.
 struct Rotation {
   float azimuth = 0;
   float tilt = 0;
-
   friend bool operator==(const Rotation&, const Rotation&) = default;
 };
 
@@ -56,22 +53,20 @@ inline constexpr auto kRotationKeys = keys("a rotation",  //
 struct MapChanges {
   float blur = 0;  ///< percent-like
   Rotation rotation;
-
   friend bool operator==(const MapChanges&, const MapChanges&) = default;
 };
 
 inline constexpr auto kMapChangeKeys = keys("a map",  //
                                             key("blur", Number::atLeast(0), &MapChanges::blur),
-                                            key("rotation", objectOf(kRotationKeys), &MapChanges::rotation));
+                                            key("rotation", Object{kRotationKeys}, &MapChanges::rotation));
 
-inline constexpr auto kStopKeys = keys(
-    "a stop",  //
-    key("position", Number::any(), &hdri::GradientStop::position, Need::required),
-    key("color", Color{}, channels(&hdri::GradientStop::r, &hdri::GradientStop::g, &hdri::GradientStop::b),
-        Need::required),
-    key("intensity", Number::any(), &hdri::GradientStop::intensity),
-    key("slopeIn", Number::any(), &hdri::GradientStop::slopeIn),
-    key("slopeOut", Number::any(), &hdri::GradientStop::slopeOut));
+inline constexpr auto kStopKeys =
+    keys("a stop",  //
+         key("position", Number::any(), &hdri::GradientStop::position, Need::required),
+         key("color", Color{}, kRgb, Need::required),
+         key("intensity", Number::any(), &hdri::GradientStop::intensity),
+         key("slopeIn", Number::any(), &hdri::GradientStop::slopeIn),
+         key("slopeOut", Number::any(), &hdri::GradientStop::slopeOut));
 
 inline constexpr auto kOpacityStopKeys =
     keys("an opacity stop",  //
@@ -80,9 +75,9 @@ inline constexpr auto kOpacityStopKeys =
          key("slopeIn", Number::any(), &hdri::CurveStop::slopeIn),
          key("slopeOut", Number::any(), &hdri::CurveStop::slopeOut));
 
-inline constexpr auto kStops = arrayOf(kStopKeys, "stops", "position", &hdri::GradientStop::position);
+inline constexpr auto kStops = Array{kStopKeys, "stops", "position", &hdri::GradientStop::position};
 inline constexpr auto kOpacityStops =
-    arrayOf(kOpacityStopKeys, "stops", "position", &hdri::CurveStop::position);
+    Array{kOpacityStopKeys, "stops", "position", &hdri::CurveStop::position};
 
 inline constexpr auto kSkyKeys =
     keys("a sky",  //
@@ -109,23 +104,23 @@ inline constexpr auto kSunKeys =
 struct ColorPaint {
   hdri::Rgb color{1, 1, 1};
   float brightness = 1;
-
   friend bool operator==(const ColorPaint&, const ColorPaint&) = default;
 };
 
-inline constexpr auto kColorKeys = keys("a color",  //
-                                        key("brightness", Number::any(), &ColorPaint::brightness),
-                                        key("color", Color{}, &ColorPaint::color, Need::required));
+inline constexpr auto kColorKeys =
+    keys("color",  //
+         key("brightness", Number::any(), &ColorPaint::brightness),
+         key(
+             "color", Color{}, [](auto& of) { return kRgb(of.color); }, Need::required));
 
 struct GradientBackground {
   std::vector<hdri::GradientStop> stops;  ///< ascending positions; white when empty
   hdri::Adjustments adjustments;
-
   friend bool operator==(const GradientBackground&, const GradientBackground&) = default;
 };
 
 inline constexpr auto kGradientBackgroundKeys =
-    keys("a gradient", inlined(&GradientBackground::adjustments, kAdjustmentKeys),
+    keys("gradient", Inlined{kAdjustmentKeys, &GradientBackground::adjustments},
          key("stops", kStops, &GradientBackground::stops));
 
 struct GradientFill {
@@ -133,12 +128,11 @@ struct GradientFill {
   std::vector<hdri::CurveStop> opacity;   ///< ascending positions; opaque when empty
   float angle = 0;                        ///< direction inside a pin
   hdri::Adjustments adjustments;
-
   friend bool operator==(const GradientFill&, const GradientFill&) = default;
 };
 
 inline constexpr auto kGradientFillKeys = keys(
-    "a gradient", inlined(&GradientFill::adjustments, kAdjustmentKeys),
+    "gradient", Inlined{kAdjustmentKeys, &GradientFill::adjustments},
     key("stops", kStops, &GradientFill::stops),  //
     key("opacity", kOpacityStops, &GradientFill::opacity), key("angle", Number::any(), &GradientFill::angle));
 
@@ -146,113 +140,80 @@ struct SunSkyBackground {
   hdri::SkySettings settings;
   hdri::Adjustments adjustments;
   MapChanges map;
-
   friend bool operator==(const SunSkyBackground&, const SunSkyBackground&) = default;
 };
 
 inline constexpr auto kSunSkyKeys =
-    keys("a sunSky", inlined(&SunSkyBackground::adjustments, kAdjustmentKeys),
-         inlined(&SunSkyBackground::map, kMapChangeKeys),  //
-         key("sky", objectOf(kSkyKeys), &SunSkyBackground::settings),
-         key("sun", objectIf(&hdri::SkySettings::sunFromAngles, kSunKeys), &SunSkyBackground::settings));
+    keys("sunSky", Inlined{kAdjustmentKeys, &SunSkyBackground::adjustments},
+         Inlined{kMapChangeKeys, &SunSkyBackground::map},  //
+         key("sky", Object{kSkyKeys}, &SunSkyBackground::settings),
+         key("sun", Object{kSunKeys, &hdri::SkySettings::sunFromAngles}, &SunSkyBackground::settings));
 
 struct ImageBackground {
   std::string path;  ///< UTF-8, as the scene gives it: relative to the scene file's folder
   hdri::Adjustments adjustments;
   MapChanges map;
-
   friend bool operator==(const ImageBackground&, const ImageBackground&) = default;
 };
 
 inline constexpr auto kImageBackgroundKeys =
-    keys("an image", inlined(&ImageBackground::adjustments, kAdjustmentKeys),
-         inlined(&ImageBackground::map, kMapChangeKeys),  //
-         key("path", Path{}, &ImageBackground::path, Need::required));
+    keys("image", Inlined{kAdjustmentKeys, &ImageBackground::adjustments},
+         Inlined{kMapChangeKeys, &ImageBackground::map},  //
+         key("path", kPath, &ImageBackground::path, Need::required));
 
 struct ImageFill {
   std::string path;  ///< as a background's
   hdri::Adjustments adjustments;
-
   friend bool operator==(const ImageFill&, const ImageFill&) = default;
 };
 
-inline constexpr auto kImageFillKeys = keys("an image", inlined(&ImageFill::adjustments, kAdjustmentKeys),
-                                            key("path", Path{}, &ImageFill::path, Need::required));
+inline constexpr auto kImageFillKeys = keys("image", Inlined{kAdjustmentKeys, &ImageFill::adjustments},
+                                            key("path", kPath, &ImageFill::path, Need::required));
 
 /// The map's own background: what lies at longitude `turn` and latitude `tilt` comes to the map's centre.
 struct BackgroundFill {
   float turn = 0;
   float tilt = 0;
   hdri::Adjustments adjustments;
-
   friend bool operator==(const BackgroundFill&, const BackgroundFill&) = default;
 };
 
 inline constexpr auto kBackgroundFillKeys = keys(
-    "a background", inlined(&BackgroundFill::adjustments, kAdjustmentKeys),
+    "background", Inlined{kAdjustmentKeys, &BackgroundFill::adjustments},
     key("turn", Number::any(), &BackgroundFill::turn), key("tilt", Number::any(), &BackgroundFill::tilt));
-
-/// A brush whose type is not known, so that its keys can be looked at all the same. No scene holds one.
-struct AnyBrush {
-  hdri::BlendMode mode = hdri::BlendMode::mix;
-  std::variant<ColorPaint, GradientFill, SunSkyBackground, ImageBackground, BackgroundFill> paint;
-};
-
-inline constexpr auto kAnyPaint =
-    choice("type", Name<hdri::BrushKind>{}, "brush", &AnyBrush::paint, kNoAny,
-           when(hdri::BrushKind::color, kColorKeys), when(hdri::BrushKind::gradient, kGradientFillKeys),
-           when(hdri::BrushKind::sunSky, kSunSkyKeys), when(hdri::BrushKind::image, kImageBackgroundKeys),
-           when(hdri::BrushKind::background, kBackgroundFillKeys));
-static_assert(kAnyPaint.isComplete());
-
-inline constexpr auto kAnyBrushKeys =
-    keys("a brush", tag(kAnyPaint), key("mode", Name<hdri::BlendMode>{}, &AnyBrush::mode),
-         alternatives(kAnyPaint));
 
 /// How the whole sphere is painted.
 struct Background {
   std::variant<ColorPaint, GradientBackground, SunSkyBackground, ImageBackground> paint;
-
   friend bool operator==(const Background&, const Background&) = default;
 };
 
 inline constexpr auto kBackgroundPaint =
-    choice("type", Name<hdri::BrushKind>{kAsBackground, "can not be the background"}, "background",
-           &Background::paint, any<AnyBrush>(kAnyBrushKeys),  //
-           when(hdri::BrushKind::color, kColorKeys), when(hdri::BrushKind::gradient, kGradientBackgroundKeys),
-           when(hdri::BrushKind::sunSky, kSunSkyKeys), when(hdri::BrushKind::image, kImageBackgroundKeys));
-static_assert(kBackgroundPaint.isComplete());
-
+    choice("type", "background", &Background::paint, {"background", "can not be the background"}, kColorKeys,
+           kGradientBackgroundKeys, kSunSkyKeys, kImageBackgroundKeys);
 inline constexpr auto kBackgroundKeys =
-    keys("a brush", tag(kBackgroundPaint), alternatives(kBackgroundPaint));
+    keys("a brush", Tag{kBackgroundPaint}, Alternatives{kBackgroundPaint});
 
 /// How the inside of a pin is painted.
 struct Fill {
   hdri::BlendMode mode = hdri::BlendMode::mix;
   std::variant<ColorPaint, GradientFill, ImageFill, BackgroundFill> paint;
-
   friend bool operator==(const Fill&, const Fill&) = default;
 };
 
-inline constexpr auto kFillPaint =
-    choice("type", Name<hdri::BrushKind>{kAsFill, "can not fill a pin"}, "fill", &Fill::paint,
-           any<AnyBrush>(kAnyBrushKeys), when(hdri::BrushKind::color, kColorKeys),
-           when(hdri::BrushKind::gradient, kGradientFillKeys), when(hdri::BrushKind::image, kImageFillKeys),
-           when(hdri::BrushKind::background, kBackgroundFillKeys));
-static_assert(kFillPaint.isComplete());
-
+inline constexpr auto kFillPaint = choice("type", "fill", &Fill::paint, {"sunSky", "can not fill a pin"},
+                                          kColorKeys, kGradientFillKeys, kImageFillKeys, kBackgroundFillKeys);
 inline constexpr auto kFillKeys = keys(
-    "a brush", tag(kFillPaint), key("mode", Name<hdri::BlendMode>{}, &Fill::mode), alternatives(kFillPaint));
+    "a brush", Tag{kFillPaint}, key("mode", Name<hdri::BlendMode>{}, &Fill::mode), Alternatives{kFillPaint});
 
 struct CircleShape {
   float radius = 10;
   hdri::Falloff falloff = hdri::Falloff::solid;
-
   friend bool operator==(const CircleShape&, const CircleShape&) = default;
 };
 
 inline constexpr auto kCircleKeys = keys(
-    "a circle",  //
+    "circle",  //
     key("radius", Number::above(0).to(180), &CircleShape::radius, Need::required),
     key("falloff", Name<hdri::Falloff>{kOfCircle, "is not a falloff of a circle"}, &CircleShape::falloff));
 
@@ -261,12 +222,11 @@ struct RectShape {
   float halfHeight = 10;
   float cornerRadius = 0;
   hdri::Falloff falloff = hdri::Falloff::solid;
-
   friend bool operator==(const RectShape&, const RectShape&) = default;
 };
 
 inline constexpr auto kRectKeys =
-    keys("a rect",  //
+    keys("rect",  //
          key("halfWidth", Number::above(0).below(90), &RectShape::halfWidth, Need::required),
          key("halfHeight", Number::above(0).below(90), &RectShape::halfHeight, Need::required),
          key("cornerRadius", Number::atLeast(0), &RectShape::cornerRadius),
@@ -282,23 +242,18 @@ struct ScenePin {
   bool half = false;    ///< keep only the positive side of the second axis
   float falloffAmount = 0.5f;
   Fill fill;
-
   friend bool operator==(const ScenePin&, const ScenePin&) = default;
 };
 
-inline constexpr auto kPinShape =
-    choice("shape", Name<PinShape>{}, "pin", &ScenePin::shape, kNoAny, when(PinShape::circle, kCircleKeys),
-           when(PinShape::rect, kRectKeys));
-static_assert(kPinShape.isComplete());
-
+inline constexpr auto kPinShape = choice("shape", "pin", &ScenePin::shape, {}, kCircleKeys, kRectKeys);
 inline constexpr auto kPinKeys =
     keys("a pin",                                                                           //
          key("name", Text{}, &ScenePin::name), key("enabled", Flag{}, &ScenePin::enabled),  //
-         tag(kPinShape), key("azimuth", Number::within(-180, 180), &ScenePin::azimuth, Need::required),
+         Tag{kPinShape}, key("azimuth", Number::within(-180, 180), &ScenePin::azimuth, Need::required),
          key("elevation", Number::within(-90, 90), &ScenePin::elevation, Need::required),
          key("rotation", Number::any(), &ScenePin::rotation), key("half", Flag{}, &ScenePin::half),  //
-         alternatives(kPinShape), key("falloffAmount", Number::atLeast(0), &ScenePin::falloffAmount),
-         key("fill", objectOf(kFillKeys), &ScenePin::fill, Need::required));
+         Alternatives{kPinShape}, key("falloffAmount", Number::atLeast(0), &ScenePin::falloffAmount),
+         key("fill", Object{kFillKeys}, &ScenePin::fill, Need::required));
 
 struct Scene {
   int version = 1;
@@ -308,7 +263,6 @@ struct Scene {
   Background background;
   std::vector<ScenePin> pins;  ///< laid over the background in this order
   std::string view;            ///< tools' own state: the JSON text of an object, or empty
-
   friend bool operator==(const Scene&, const Scene&) = default;
 };
 
@@ -316,10 +270,10 @@ inline constexpr auto kSceneKeys =
     keys("a scene",  //
          key("version", Integer{1, 1}, &Scene::version, Need::required),
          key("size", Size{}, &Scene::size, Need::alwaysWritten),
-         key("sizeFromImage", Path{}, &Scene::sizeFromImage, Need::optional, "size"),
+         key("sizeFromImage", kPath, &Scene::sizeFromImage, Need::optional, "size"),
          key("smoothing", Flag{}, &Scene::smoothing),
-         key("background", objectOf(kBackgroundKeys), &Scene::background, Need::required),
-         key("pins", arrayOf<ScenePin>(kPinKeys, "pins"), &Scene::pins),  //
+         key("background", Object{kBackgroundKeys}, &Scene::background, Need::required),
+         key("pins", Array<decltype(kPinKeys), ScenePin>{kPinKeys, "pins"}, &Scene::pins),  //
          key("view", FreeObject{}, &Scene::view));
 
 /// `path` as seen from the working directory when the scene file lies in `folder`.

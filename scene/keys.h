@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <span>
 #include <string_view>
 #include <tuple>
 #include <type_traits>
@@ -42,11 +43,15 @@ struct Integer {
 };
 
 struct Flag {};        ///< true or false
-struct Text {};        ///< any text
-struct Path {};        ///< of a file: text that is not empty and holds no NUL
-struct Color {};       ///< [red, green, blue]
+struct Color {};       ///< [red, green, blue]; its members give a tuple of three references
 struct Size {};        ///< [width, height], within the limits of a map
 struct FreeObject {};  ///< any object, kept as JSON text; empty text for none
+
+/// Any text, or the path of a file: text that is not empty and holds no NUL.
+struct Text {
+  bool isPath = false;
+};
+inline constexpr Text kPath{true};
 
 /// A name of an enumeration that may stand in one of `uses`.
 template <typename Value>
@@ -55,18 +60,22 @@ struct Name {
   std::string_view misplaced = {};  ///< how a message goes on after a name of another use
 };
 
-/// An object of these keys.
-template <typename Keys>
-struct Object {
-  const Keys& keys;
+/// One of the names of alternatives.
+struct Alternative {
+  std::span<const NameRow> names;
+  std::string_view misplaced;
 };
 
-/// An object of these keys; a flag of what it fills tells whether it is there.
-template <typename Keys, typename Given>
-struct ObjectIfGiven {
+/// An object of these keys. `given`, if any, is a flag of what it fills that tells whether it is there.
+template <typename Keys, typename Given = std::nullptr_t>
+struct Object {
   const Keys& keys;
-  Given given;
+  Given given = {};
 };
+template <typename Keys>
+Object(const Keys&) -> Object<Keys>;
+template <typename Keys, typename Given>
+Object(const Keys&, Given) -> Object<Keys, Given>;
 
 /// An array of objects.
 template <typename Keys, typename Item>
@@ -76,20 +85,8 @@ struct Array {
   std::string_view ascendingKey = {};  ///< of a number that may not fall from object to object, if any
   float Item::*ascending = nullptr;    ///< the member that it fills
 };
-
-template <typename Keys>
-constexpr auto objectOf(const Keys& keys) {
-  return Object<Keys>{keys};
-}
-template <typename Keys, typename Given>
-constexpr auto objectIf(Given given, const Keys& keys) {
-  return ObjectIfGiven<Keys, Given>{keys, given};
-}
-template <typename Item, typename Keys>
-constexpr auto arrayOf(const Keys& keys, std::string_view items, std::string_view ascendingKey = {},
-                      float Item::*ascending = nullptr) {
-  return Array<Keys, Item>{keys, items, ascendingKey, ascending};
-}
+template <typename Keys, typename Item>
+Array(const Keys&, std::string_view, std::string_view, float Item::*) -> Array<Keys, Item>;
 
 // What an object has. `visit(object, visitor, every)` calls `visitor(key, value, default)` for each key; of
 // the alternatives of a variant, for the keys of the one that the object holds, or of all, on new objects.
@@ -128,60 +125,31 @@ struct Inlined {
     keys.visit(object.*member, visitor, every);
   }
 };
-
-/// The keys that are looked at when a choice names none of its alternatives; without any, those of all of them.
-template <typename Owner, typename Keys>
-struct AnyKeys {
-  const Keys& keys;
-
-  template <typename Visitor>
-  void visit(const Visitor& visitor) const {
-    Owner owner;
-    keys.visit(owner, visitor, true);
-  }
-};
-inline constexpr std::monostate kNoAny;
-
-template <typename Owner, typename Keys>
-constexpr auto any(const Keys& keys) {
-  return AnyKeys<Owner, Keys>{keys};
-}
+template <typename Keys, typename Member>
+Inlined(const Keys&, Member) -> Inlined<Keys, Member>;
 
 /// A key whose name decides which alternative of a variant an object holds, and so which more keys it has.
-template <typename Value, typename Member, typename Any, typename... Keys>
+template <typename Member, typename... Keys>
 struct Choice {
   std::string_view key;
-  Name<Value> names;
-  std::string_view noun;  ///< what the names are of, for messages: a circle "pin"
-  Member member;          ///< the variant
-  Any any;                ///< keys that are looked at when there is no such name
-  std::array<Value, sizeof...(Keys)> values;  ///< of the alternatives, in their order
-  std::tuple<const Keys&...> keys;
+  std::string_view noun;                           ///< what the names are of, for messages: a circle "pin"
+  Member member;                                   ///< the variant
+  std::string_view misplaced;                      ///< how a message goes on after the name of the last row
+  std::array<NameRow, sizeof...(Keys) + 1> names;  ///< of the alternatives, then one that can not stand here
+  std::tuple<const Keys&...> keys;                 ///< of the alternatives
 
   template <typename Owner>
-  constexpr Value valueOf(const Owner& object) const {
-    return values[(object.*member).index()];
+  constexpr std::string_view nameOf(const Owner& object) const {
+    return names[(object.*member).index()].name;
   }
 
   /// Makes the object hold a new alternative of this name; false when there is none.
   template <typename Owner>
   bool select(std::string_view name, Owner& object) const {
     return [&]<std::size_t... i>(std::index_sequence<i...>) {
-      return ((nameOf(values[i], names.uses) == name && (((object.*member).template emplace<i>(), true))) || ...);
-    }(std::make_index_sequence<sizeof...(Keys)>());
-  }
-
-  /// Whether each name that may stand here has an alternative.
-  constexpr bool isComplete() const {
-    std::size_t named = 0;
-    for (const NameRow& row : kNames<Value>) {
-      if ((row.uses & names.uses) == 0) continue;
-      ++named;
-      bool found = false;
-      for (const Value value : values) found |= value == static_cast<Value>(row.value);
-      if (!found) return false;
+      return ((names[i].name == name && ((object.*member).template emplace<i>(), true)) || ...);
     }
-    return named == values.size();
+    (std::index_sequence_for<Keys...>());
   }
 };
 
@@ -190,13 +158,18 @@ template <typename Choice>
 struct Tag {
   const Choice& choice;
 
+  constexpr auto key() const {
+    return Key<Alternative, std::nullptr_t>{
+        choice.key, {choice.names, choice.misplaced}, nullptr, Need::required, {}};
+  }
   template <typename Owner, typename Visitor>
   void visit(Owner& object, const Visitor& visitor, bool) const {
-    auto value = choice.valueOf(object);
-    visitor(Key<decltype(choice.names), std::nullptr_t>{choice.key, choice.names, nullptr, Need::required, {}},
-            value, value);
+    auto name = choice.nameOf(object);
+    visitor(key(), name, name);
   }
 };
+template <typename Choice>
+Tag(const Choice&) -> Tag<Choice>;
 
 /// Where the keys that depend on the choice stand.
 template <typename Choice>
@@ -209,7 +182,8 @@ struct Alternatives {
     using Variant = std::remove_cvref_t<decltype(variant)>;
     [&]<std::size_t... i>(std::index_sequence<i...>) {
       (visitOne(std::get<i>(choice.keys), std::get_if<i>(&variant), visitor, every), ...);
-    }(std::make_index_sequence<std::variant_size_v<Variant>>());
+    }
+    (std::make_index_sequence<std::variant_size_v<Variant>>());
   }
 
  private:
@@ -230,15 +204,13 @@ struct Alternatives {
   }
 };
 
-template <typename Entry>
-inline constexpr bool kIsTag = false;
 template <typename Choice>
-inline constexpr bool kIsTag<Tag<Choice>> = true;
+Alternatives(const Choice&) -> Alternatives<Choice>;
 
 /// The keys of an object, in the order in which they are written and listed.
 template <typename... Entries>
 struct Keys {
-  std::string_view owner;  ///< what has these keys, for messages: "a stop"
+  std::string_view owner;  ///< what has these keys, for messages: "a stop"; of an alternative, its name
   std::tuple<Entries...> entries;
 
   template <typename Owner, typename Visitor>
@@ -246,11 +218,11 @@ struct Keys {
     std::apply([&](const Entries&... entry) { (entry.visit(object, visitor, every), ...); }, entries);
   }
 
-  /// Calls `visitor(choice)` when a choice decides over some of the keys.
+  /// Calls `visitor(tag)` when a choice decides over some of the keys.
   template <typename Visitor>
-  void visitChoice(const Visitor& visitor) const {
-    const auto visitEntry = [&]<typename Entry>(const Entry& entry) {
-      if constexpr (kIsTag<Entry>) visitor(entry.choice);
+  void visitTag(const Visitor& visitor) const {
+    const auto visitEntry = [&](const auto& entry) {
+      if constexpr (requires { entry.key(); }) visitor(entry);
     };
     std::apply([&](const Entries&... entry) { (visitEntry(entry), ...); }, entries);
   }
@@ -265,58 +237,16 @@ constexpr auto key(std::string_view name, Type type, Member member, Need need = 
                    std::string_view insteadOf = {}) {
   return Key<Type, Member>{name, type, member, need, insteadOf};
 }
-template <typename Member, typename Keys>
-constexpr auto inlined(Member member, const Keys& keys) {
-  return Inlined<Keys, Member>{keys, member};
-}
-template <typename Choice>
-constexpr auto tag(const Choice& choice) {
-  return Tag<Choice>{choice};
-}
-template <typename Choice>
-constexpr auto alternatives(const Choice& choice) {
-  return Alternatives<Choice>{choice};
+/// @param misplaced a name that may not stand here, and how messages say so; @param keys of the alternatives.
+template <typename Variant, typename Owner, typename... Keys>
+constexpr auto choice(std::string_view key, std::string_view noun, Variant Owner::*member,
+                      std::pair<std::string_view, std::string_view> misplaced, const Keys&... keys) {
+  static_assert(std::variant_size_v<Variant> == sizeof...(Keys), "each alternative has keys");
+  return Choice<Variant Owner::*, Keys...>{
+      key, noun, member, misplaced.second, {{{keys.owner, 1}..., {misplaced.first, 2}}}, {keys...}};
 }
 
-/// An alternative of a choice.
-template <typename Value, typename Keys>
-struct Alternative {
-  Value value;
-  const Keys& keys;
-};
-template <typename Value, typename Keys>
-constexpr auto when(Value value, const Keys& keys) {
-  return Alternative<Value, Keys>{value, keys};
-}
-
-template <typename Variant, typename Owner, typename Any, typename Value, typename... Keys>
-constexpr auto choice(std::string_view key, Name<Value> names, std::string_view noun, Variant Owner::*member,
-                      Any any, Alternative<Value, Keys>... alternatives) {
-  static_assert(std::variant_size_v<Variant> == sizeof...(Keys), "an alternative of the variant has no keys");
-  return Choice<Value, Variant Owner::*, Any, Keys...>{
-      key, names, noun, member, any, {alternatives.value...}, {alternatives.keys...}};
-}
-
-/// A color that its owner holds as three floats.
-template <typename Owner>
-struct Channels {
-  float Owner::*r;
-  float Owner::*g;
-  float Owner::*b;
-
-  template <typename Float>
-  struct Reference {
-    Float& r;
-    Float& g;
-    Float& b;
-  };
-  auto operator()(Owner& owner) const { return Reference<float>{owner.*r, owner.*g, owner.*b}; }
-  auto operator()(const Owner& owner) const { return Reference<const float>{owner.*r, owner.*g, owner.*b}; }
-};
-
-template <typename Owner>
-constexpr auto channels(float Owner::*r, float Owner::*g, float Owner::*b) {
-  return Channels<Owner>{r, g, b};
-}
+/// The floats of a color, or of an object that holds one as `r`, `g` and `b`.
+inline constexpr auto kRgb = [](auto& owner) { return std::tie(owner.r, owner.g, owner.b); };
 
 }  // namespace orv::scene

@@ -43,18 +43,6 @@ void addPins(const Scene& scene, hdri::IPainter& painter, const PaintOptions& op
   }
 }
 
-/// Leaves the painter empty, however painting ends.
-class ClearAtEnd {
- public:
-  explicit ClearAtEnd(hdri::IPainter& painter) : painter_(painter) {}
-  ~ClearAtEnd() { painter_.clear(); }
-  ClearAtEnd(const ClearAtEnd&) = delete;
-  ClearAtEnd& operator=(const ClearAtEnd&) = delete;
-
- private:
-  hdri::IPainter& painter_;
-};
-
 }  // namespace
 
 PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host,
@@ -64,7 +52,8 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
   try {
     // The painter may look at the background's brush until it is cleared.
     const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
-    const ClearAtEnd clearAtEnd(painter);
+    const auto clear = [](hdri::IPainter* used) { used->clear(); };
+    const std::unique_ptr<hdri::IPainter, decltype(clear)> clearAtEnd(&painter, clear);
     painter.setScene(host);
     setSize(scene, painter, options, log);
     painter.setOptions(

@@ -10,50 +10,19 @@
 
 namespace orv::scene {
 
-/// A value of an enumeration as a scene file names it.
+/// A name that a value of a scene file may be.
 struct NameRow {
   std::string_view name;
-  unsigned uses = ~0u;      ///< where it may stand: bits such as `kOfCircle`
-  std::uint32_t value = 0;  ///< the enumerator; the table fills it in
+  unsigned uses = ~0u;      ///< where it may stand, as bits
+  std::uint32_t value = 0;  ///< the enumerator; `kNames` fills it in
 };
-
-enum class PinShape { circle, rect };
 
 /// Uses of a falloff.
 inline constexpr unsigned kOfCircle = 1;
 inline constexpr unsigned kOfRect = 2;
-/// Uses of a type of brush.
-inline constexpr unsigned kAsBackground = 1;
-inline constexpr unsigned kAsFill = 2;
 
 // The tables of names. They are switches without a `default:`, so that an enumerator without a row does not
 // compile. Messages list names in the order of the enumerators' values.
-
-constexpr NameRow nameRow(PinShape shape) {
-  switch (shape) {
-    case PinShape::circle:
-      return {"circle"};
-    case PinShape::rect:
-      return {"rect"};
-  }
-  return {};
-}
-
-constexpr NameRow nameRow(hdri::BrushKind kind) {
-  switch (kind) {
-    case hdri::BrushKind::color:
-      return {"color", kAsBackground | kAsFill};
-    case hdri::BrushKind::gradient:
-      return {"gradient", kAsBackground | kAsFill};
-    case hdri::BrushKind::sunSky:
-      return {"sunSky", kAsBackground};
-    case hdri::BrushKind::image:
-      return {"image", kAsBackground | kAsFill};
-    case hdri::BrushKind::background:
-      return {"background", kAsFill};
-  }
-  return {};
-}
 
 constexpr NameRow nameRow(hdri::BlendMode mode) {
   switch (mode) {
@@ -104,19 +73,20 @@ constexpr NameRow nameRow(hdri::Falloff falloff) {
 /// All rows of an enumeration. None of them has values above 512.
 template <typename Value>
 inline constexpr auto kNames = [] {
-  constexpr auto isNamed = [](std::uint32_t v) { return !nameRow(static_cast<Value>(v)).name.empty(); };
+  constexpr auto rowAt = [](std::uint32_t value) {
+    NameRow row = nameRow(static_cast<Value>(value));
+    row.value = value;
+    return row;
+  };
   constexpr std::size_t count = [&] {
     std::size_t n = 0;
-    for (std::uint32_t v = 0; v <= 512; ++v) n += isNamed(v) ? 1 : 0;
+    for (std::uint32_t value = 0; value <= 512; ++value) n += rowAt(value).name.empty() ? 0 : 1;
     return n;
   }();
   std::array<NameRow, count> rows{};
   std::size_t i = 0;
-  for (std::uint32_t v = 0; v <= 512; ++v) {
-    if (!isNamed(v)) continue;
-    rows[i] = nameRow(static_cast<Value>(v));
-    rows[i++].value = v;
-  }
+  for (std::uint32_t value = 0; value <= 512; ++value)
+    if (!rowAt(value).name.empty()) rows[i++] = rowAt(value);
   return rows;
 }();
 

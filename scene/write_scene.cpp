@@ -30,12 +30,11 @@ Json json(const Number&, float value) {
 Json json(const Integer&, std::int64_t value) { return value; }
 Json json(Flag, bool value) { return value; }
 Json json(Text, const std::string& value) { return value; }
-Json json(Path, const std::string& value) { return value; }
 Json json(Size, const MapSize& size) { return Json::array({size.width, size.height}); }
 
-template <typename Rgb>
-Json json(Color, const Rgb& color) {
-  return Json::array({json(Number(), color.r), json(Number(), color.g), json(Number(), color.b)});
+Json json(Color, const std::tuple<const float&, const float&, const float&>& color) {
+  const auto& [r, g, b] = color;
+  return Json::array({json(Number(), r), json(Number(), g), json(Number(), b)});
 }
 
 Json json(FreeObject, const std::string& text) {
@@ -53,23 +52,22 @@ Json json(const Name<Value>& type, Value value) {
   return std::string(nameOf(value, type.uses));
 }
 
-template <typename Keys, typename Owner>
-Json json(const Object<Keys>& type, const Owner& owner);
+Json json(const Alternative&, std::string_view name) { return std::string(name); }
 
 template <typename Keys, typename Given, typename Owner>
-Json json(const ObjectIfGiven<Keys, Given>& type, const Owner& owner) {
-  return owner.*type.given ? json(objectOf(type.keys), owner) : Json();
-}
+Json json(const Object<Keys, Given>& type, const Owner& owner);
 
 template <typename Keys, typename Item>
 Json json(const Array<Keys, Item>& type, const std::vector<Item>& items) {
   Json array = Json::array();
-  for (const Item& item : items) array.push_back(json(objectOf(type.keys), item));
+  for (const Item& item : items) array.push_back(json(Object{type.keys}, item));
   return array;
 }
 
-template <typename Keys, typename Owner>
-Json json(const Object<Keys>& type, const Owner& owner) {
+template <typename Keys, typename Given, typename Owner>
+Json json(const Object<Keys, Given>& type, const Owner& owner) {
+  if constexpr (!std::is_null_pointer_v<Given>)
+    if (!(owner.*type.given)) return {};
   Json object = Json::object();
   type.keys.visit(owner, [&](const auto& key, const auto& value, const auto& fallback) {
     Json written = json(key.type, value);
@@ -83,7 +81,7 @@ Json json(const Object<Keys>& type, const Owner& owner) {
 std::string checkedText(const Scene& scene, const std::string& fileName) {
   std::string text;
   try {
-    text = prettyText(json(objectOf(kSceneKeys), scene));
+    text = prettyText(json(Object{kSceneKeys}, scene));
   } catch (const Json::type_error&) {
     throw SceneErrors({fileName + ": scene: a name or path is not UTF-8 text"});
   }

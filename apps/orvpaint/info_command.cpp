@@ -93,7 +93,7 @@ struct PaintText {
 /// `choice` is the one of the background's or the fill's type.
 template <typename Choice, typename Brush>
 std::string brushText(const Choice& choice, const Brush& brush, const std::string& folder) {
-  return std::string(scene::nameOf(choice.valueOf(brush))) + std::visit(PaintText{folder}, brush.paint);
+  return std::string(choice.nameOf(brush)) + std::visit(PaintText{folder}, brush.paint);
 }
 
 struct ShapeText {
@@ -108,7 +108,7 @@ struct ShapeText {
 
 std::string pinText(const scene::ScenePin& pin, const std::string& folder) {
   const hdri::Falloff falloff = std::visit([](const auto& shape) { return shape.falloff; }, pin.shape);
-  std::string text(scene::nameOf(scene::kPinShape.valueOf(pin)));
+  std::string text(scene::kPinShape.nameOf(pin));
   text +=
       " at " + number(static_cast<double>(pin.azimuth)) + "/" + number(static_cast<double>(pin.elevation));
   text.append(", ").append(std::visit(ShapeText(), pin.shape));
