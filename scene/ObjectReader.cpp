@@ -33,20 +33,16 @@ std::string ObjectReader::allowed(const Integer& type) {
   return "an integer from " + std::to_string(type.min) + " to " + std::to_string(type.max);
 }
 
-Names ObjectReader::namesFor(std::span<const NameRow> rows, unsigned uses) {
+Names ObjectReader::namesFor(const Name& type) {
   Names names;
-  for (const NameRow& row : rows)
-    if ((row.uses & uses) != 0 && std::find(names.begin(), names.end(), row.name) == names.end())
+  for (const NameRow& row : type.names)
+    if ((row.uses & type.uses) != 0 && std::find(names.begin(), names.end(), row.name) == names.end())
       names.push_back(row.name);
   return names;
 }
 
-std::string ObjectReader::notOfType(const JsonValue& value, const std::string& allowed) {
-  return value.found() + " found; allowed: " + allowed;
-}
-
-const JsonValue* ObjectReader::memberOf(const JsonValue& object, std::string_view key) {
-  for (const JsonMember& member : std::get<JsonObject>(object.data))
+const JsonValue* ObjectReader::memberOf(const Place& place, std::string_view key) {
+  for (const JsonMember& member : std::get<JsonObject>(place.value.data))
     if (member.key == key) return &member.value;
   return nullptr;
 }
@@ -64,9 +60,8 @@ bool ObjectReader::refuse(const Place& place, const std::string& finding) {
   return false;
 }
 
-bool ObjectReader::isObject(const Place& place, std::string_view owner) {
-  return std::holds_alternative<JsonObject>(place.value.data) ||
-         refuse(place, notOfType(place.value, "an object, " + std::string(owner)));
+bool ObjectReader::refuseType(const Place& place, const std::string& allowed) {
+  return refuse(place, place.value.found() + " found; allowed: " + allowed);
 }
 
 void ObjectReader::checkKeys(const Members& members) {
@@ -79,15 +74,9 @@ void ObjectReader::checkKeys(const Members& members) {
   }
 }
 
-void ObjectReader::checkAlone(const Members& members, std::string_view key, std::string_view other) {
-  if (const JsonValue* value = memberOf(members, other))
-    refuse({*value, members.place.path.child(key)},
-           "given together with " + std::string(other) + "; allowed: one of the two");
-}
-
 void ObjectReader::checkAscending(const Place& place, std::string_view key, float value, float& last) {
   if (value < last) {
-    const JsonValue& found = *memberOf(place.value, key);
+    const JsonValue& found = *memberOf(place, key);
     refuse({found, place.path.child(key)}, found.found() + " is below the " + std::string(key) +
                                                " before it; allowed: at least " +
                                                numberText(static_cast<double>(last)));
@@ -97,7 +86,7 @@ void ObjectReader::checkAscending(const Place& place, std::string_view key, floa
 
 bool ObjectReader::read(const Number& type, const Place& place, float& result) {
   const JsonValue& value = place.value;
-  if (!value.isNumber()) return refuse(place, notOfType(value, allowed(type)));
+  if (!value.isNumber()) return refuseType(place, allowed(type));
   const double number = value.asDouble();
   if (!(std::abs(number) <= static_cast<double>(std::numeric_limits<float>::max())))
     return refuse(place, value.found() + " is not finite as a 32-bit float; allowed: " + allowed(type));
@@ -123,13 +112,13 @@ std::optional<std::int64_t> ObjectReader::readInteger(const Integer& type, const
   if (number >= static_cast<double>(type.min) && number <= static_cast<double>(type.max) &&
       number == std::floor(number))
     return static_cast<std::int64_t>(number);
-  refuse(place, notOfType(place.value, allowed(type)));
+  refuseType(place, allowed(type));
   return std::nullopt;
 }
 
 bool ObjectReader::read(Flag type, const Place& place, bool& result) {
   const bool* found = std::get_if<bool>(&place.value.data);
-  if (!found) return refuse(place, notOfType(place.value, allowed(type)));
+  if (!found) return refuseType(place, allowed(type));
   result = *found;
   return true;
 }
@@ -137,14 +126,14 @@ bool ObjectReader::read(Flag type, const Place& place, bool& result) {
 bool ObjectReader::read(Text type, const Place& place, std::string& result) {
   const auto* found = std::get_if<std::string>(&place.value.data);
   if (!found || (type.isPath && (found->empty() || found->find('\0') != std::string::npos)))
-    return refuse(place, notOfType(place.value, allowed(type)));
+    return refuseType(place, allowed(type));
   result = *found;
   return true;
 }
 
 bool ObjectReader::read(Color type, const Place& place, std::tuple<float&, float&, float&>& result) {
   const auto* array = std::get_if<JsonArray>(&place.value.data);
-  if (!array || array->size() != 3) return refuse(place, notOfType(place.value, allowed(type)));
+  if (!array || array->size() != 3) return refuseType(place, allowed(type));
   float channels[3] = {};
   bool good = true;
   for (std::size_t i = 0; i < 3; ++i)
@@ -155,7 +144,7 @@ bool ObjectReader::read(Color type, const Place& place, std::tuple<float&, float
 
 bool ObjectReader::read(Size type, const Place& place, MapSize& result) {
   const auto* array = std::get_if<JsonArray>(&place.value.data);
-  if (!array || array->size() != 2) return refuse(place, notOfType(place.value, allowed(type)));
+  if (!array || array->size() != 2) return refuseType(place, allowed(type));
   std::int64_t side[2] = {};
   bool good = true;
   for (std::size_t i = 0; i < 2; ++i)
@@ -180,27 +169,25 @@ void ObjectReader::checkFinite(const JsonValue& value, const JsonPath& path) {
 }
 
 bool ObjectReader::read(FreeObject type, const Place& place, std::string& result) {
-  if (!std::holds_alternative<JsonObject>(place.value.data))
-    return refuse(place, notOfType(place.value, allowed(type)));
+  if (!std::holds_alternative<JsonObject>(place.value.data)) return refuseType(place, allowed(type));
   // Numbers that overflow could not be given back.
   checkFinite(place.value, place.path);
   result = toJson(place.value).dump();
   return true;
 }
 
-const NameRow* ObjectReader::readName(std::span<const NameRow> rows, unsigned uses,
-                                      std::string_view misplaced, const Place& place) {
-  const Names names = namesFor(rows, uses);
+const NameRow* ObjectReader::readName(const Name& type, const Place& place) {
+  const Names names = namesFor(type);
   const auto* found = std::get_if<std::string>(&place.value.data);
   bool isName = false;
-  for (const NameRow& row : rows) {
+  for (const NameRow& row : type.names) {
     if (!found || row.name != *found) continue;
-    if ((row.uses & uses) != 0) return &row;
+    if ((row.uses & type.uses) != 0) return &row;
     isName = true;
   }
   std::string finding = place.value.found();
   if (isName)
-    finding.append(" ").append(misplaced);
+    finding.append(" ").append(type.misplaced);
   else
     finding.append(" found").append(found ? suggestion(*found, names) : "");
   refuse(place, finding + "; allowed: " + listOf(names));

@@ -30,11 +30,16 @@ class ObjectReader {
 
   template <typename Keys, typename Owner>
   void readObject(const Keys& keys, const Place& place, Owner& owner) {
-    if (!isObject(place, keys.owner)) return;
     Members members{place, std::string(keys.owner)};
-    const auto read = [&](const auto& key, auto&& value, const auto&) { readMember(members, key, value); };
+    if (!std::holds_alternative<JsonObject>(place.value.data)) {
+      refuseType(place, "an object, " + members.owner);
+      return;
+    }
     keys.visitTag([&](const auto& tag) { choose(tag, members, owner); });
-    keys.visit(owner, read, !members.chosen);
+    const auto readMember = [&](const auto& key, auto&& value, const auto&) {
+      if (addKey(members, key.name)) readGiven(members, key, value);
+    };
+    keys.visit(owner, readMember, !members.chosen);
     checkKeys(members);
   }
 
@@ -52,7 +57,7 @@ class ObjectReader {
   /// Makes `owner` hold the alternative that is named; reports the name when there is no such alternative.
   template <typename Tag, typename Owner>
   void choose(const Tag& tag, Members& members, Owner& owner) {
-    const JsonValue* value = memberOf(members, tag.choice.key);
+    const JsonValue* value = memberOf(members.place, tag.choice.key);
     std::string_view name;
     if (value && std::holds_alternative<std::string>(value->data)) name = std::get<std::string>(value->data);
     members.chosen = tag.choice.select(name, owner);
@@ -66,19 +71,16 @@ class ObjectReader {
   }
 
   template <typename Key, typename Value>
-  void readMember(Members& members, const Key& key, Value& value) {
-    if (addKey(members, key.name)) readGiven(members, key, value);
-  }
-
-  template <typename Key, typename Value>
   void readGiven(const Members& members, const Key& key, Value& value) {
-    if (const JsonValue* found = memberOf(members, key.name)) {
-      const JsonPath path = members.place.path.child(key.name);
+    const JsonPath path = members.place.path.child(key.name);
+    if (const JsonValue* found = memberOf(members.place, key.name)) {
       const bool good = read(key.type, {*found, path}, value);
-      if (good && !key.insteadOf.empty()) checkAlone(members, key.name, key.insteadOf);
+      const JsonValue* other = key.insteadOf.empty() ? nullptr : memberOf(members.place, key.insteadOf);
+      if (good && other)
+        refuse({*other, path},
+               "given together with " + std::string(key.insteadOf) + "; allowed: one of the two");
     } else if (key.need == Need::required) {
-      problems_.add(members.place.value.order, members.place.path.child(key.name).text(),
-                    "missing; required: " + allowed(key.type));
+      refuse({members.place.value, path}, "missing; required: " + allowed(key.type));
     }
   }
 
@@ -92,11 +94,7 @@ class ObjectReader {
   static std::string allowed(Color) { return "[red, green, blue], three numbers"; }
   static std::string allowed(Size) { return "[width, height], two integers"; }
   static std::string allowed(FreeObject) { return "an object"; }
-  template <typename Value>
-  static std::string allowed(const Name<Value>& type) {
-    return listOf(namesFor(kNames<Value>, type.uses));
-  }
-  static std::string allowed(const Alternative& type) { return listOf(namesFor(type.names, 1)); }
+  static std::string allowed(const Name& type) { return listOf(namesFor(type)); }
   template <typename Keys, typename Given>
   static std::string allowed(const Object<Keys, Given>& type) {
     return std::string(type.keys.owner);
@@ -120,13 +118,11 @@ class ObjectReader {
   bool read(Size type, const Place& place, MapSize& result);
   bool read(FreeObject type, const Place& place, std::string& result);
   template <typename Value>
-  bool read(const Name<Value>& type, const Place& place, Value& result) {
-    const NameRow* row = readName(kNames<Value>, type.uses, type.misplaced, place);
-    if (row) result = static_cast<Value>(row->value);
+  bool read(const Name& type, const Place& place, Value& result) {
+    const NameRow* row = readName(type, place);
+    if constexpr (std::is_enum_v<Value>)
+      if (row) result = static_cast<Value>(row->value);
     return row != nullptr;
-  }
-  bool read(const Alternative& type, const Place& place, std::string_view&) {
-    return readName(type.names, 1, type.misplaced, place) != nullptr;
   }
   template <typename Keys, typename Given, typename Owner>
   bool read(const Object<Keys, Given>& type, const Place& place, Owner& result) {
@@ -137,7 +133,7 @@ class ObjectReader {
   template <typename Keys, typename Item>
   bool read(const Array<Keys, Item>& type, const Place& place, std::vector<Item>& result) {
     const auto* array = std::get_if<JsonArray>(&place.value.data);
-    if (!array) return refuse(place, notOfType(place.value, allowed(type)));
+    if (!array) return refuseType(place, allowed(type));
     float last = -std::numeric_limits<float>::infinity();
     result.reserve(array->size());
     for (std::size_t i = 0; i < array->size(); ++i) {
@@ -152,24 +148,18 @@ class ObjectReader {
   }
 
   /// Each name that may stand in one of the uses, once.
-  static std::vector<std::string_view> namesFor(std::span<const NameRow> rows, unsigned uses);
-  static std::string notOfType(const JsonValue& value, const std::string& allowed);
-  static const JsonValue* memberOf(const JsonValue& object, std::string_view key);
-  static const JsonValue* memberOf(const Members& members, std::string_view key) {
-    return memberOf(members.place.value, key);
-  }
+  static std::vector<std::string_view> namesFor(const Name& type);
+  static const JsonValue* memberOf(const Place& place, std::string_view key);
   static bool addKey(Members& members, std::string_view key);
 
-  bool isObject(const Place& place, std::string_view owner);
   void checkKeys(const Members& members);
-  void checkAlone(const Members& members, std::string_view key, std::string_view other);
   void checkAscending(const Place& place, std::string_view key, float value, float& last);
   void checkFinite(const JsonValue& value, const JsonPath& path);
   std::optional<std::int64_t> readInteger(const Integer& type, const Place& place);
-  const NameRow* readName(std::span<const NameRow> rows, unsigned uses, std::string_view misplaced,
-                          const Place& place);
-  /// Adds a problem; false.
+  const NameRow* readName(const Name& type, const Place& place);
+  // Each adds a problem, and gives false.
   bool refuse(const Place& place, const std::string& finding);
+  bool refuseType(const Place& place, const std::string& allowed);
 
   Problems& problems_;
 };

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <variant>
 #include <vector>
@@ -27,8 +29,6 @@ struct MapSize {
   int height = 1024;  ///< pixels, 1 to `kMaxSide`; at most `kMaxPixels` in all
   friend bool operator==(const MapSize&, const MapSize&) = default;
 };
-
-// What brushes share.
 
 inline constexpr auto kAdjustmentKeys =
     keys("an adjustment",  //
@@ -75,10 +75,6 @@ inline constexpr auto kOpacityStopKeys =
          key("slopeIn", Number::any(), &hdri::CurveStop::slopeIn),
          key("slopeOut", Number::any(), &hdri::CurveStop::slopeOut));
 
-inline constexpr auto kStops = Array{kStopKeys, "stops", "position", &hdri::GradientStop::position};
-inline constexpr auto kOpacityStops =
-    Array{kOpacityStopKeys, "stops", "position", &hdri::CurveStop::position};
-
 inline constexpr auto kSkyKeys =
     keys("a sky",  //
          key("turbidity", Number::within(1, 10), &hdri::SkySettings::turbidity),
@@ -99,8 +95,7 @@ inline constexpr auto kSunKeys =
          key("azimuth", Number::within(-360, 360), &hdri::SkySettings::sunAzimuth, Need::required),
          key("elevation", Number::within(-90, 90), &hdri::SkySettings::sunElevation, Need::required));
 
-// What a background or a fill is painted with. What only one of them can be is named after it.
-
+// What a background or a fill is painted with; what only one of them can be is named after it.
 struct ColorPaint {
   hdri::Rgb color{1, 1, 1};
   float brightness = 1;
@@ -113,28 +108,29 @@ inline constexpr auto kColorKeys =
          key(
              "color", Color{}, [](auto& of) { return kRgb(of.color); }, Need::required));
 
-struct GradientBackground {
+struct GradientPaint {
   std::vector<hdri::GradientStop> stops;  ///< ascending positions; white when empty
   hdri::Adjustments adjustments;
-  friend bool operator==(const GradientBackground&, const GradientBackground&) = default;
+  friend bool operator==(const GradientPaint&, const GradientPaint&) = default;
 };
 
-inline constexpr auto kGradientBackgroundKeys =
-    keys("gradient", Inlined{kAdjustmentKeys, &GradientBackground::adjustments},
-         key("stops", kStops, &GradientBackground::stops));
+inline constexpr auto kGradientKeys =
+    keys("gradient", Inlined{kAdjustmentKeys, &GradientPaint::adjustments},
+         key("stops", Array{kStopKeys, "stops", "position", &hdri::GradientStop::position},
+             &GradientPaint::stops));
 
 struct GradientFill {
-  std::vector<hdri::GradientStop> stops;  ///< ascending positions; white when empty
-  std::vector<hdri::CurveStop> opacity;   ///< ascending positions; opaque when empty
-  float angle = 0;                        ///< direction inside a pin
-  hdri::Adjustments adjustments;
+  GradientPaint gradient;
+  std::vector<hdri::CurveStop> opacity;  ///< ascending positions; opaque when empty
+  float angle = 0;                       ///< direction inside a pin
   friend bool operator==(const GradientFill&, const GradientFill&) = default;
 };
 
-inline constexpr auto kGradientFillKeys = keys(
-    "gradient", Inlined{kAdjustmentKeys, &GradientFill::adjustments},
-    key("stops", kStops, &GradientFill::stops),  //
-    key("opacity", kOpacityStops, &GradientFill::opacity), key("angle", Number::any(), &GradientFill::angle));
+inline constexpr auto kGradientFillKeys =
+    keys("gradient", Inlined{kGradientKeys, &GradientFill::gradient},
+         key("opacity", Array{kOpacityStopKeys, "stops", "position", &hdri::CurveStop::position},
+             &GradientFill::opacity),
+         key("angle", Number::any(), &GradientFill::angle));
 
 struct SunSkyBackground {
   hdri::SkySettings settings;
@@ -184,13 +180,13 @@ inline constexpr auto kBackgroundFillKeys = keys(
 
 /// How the whole sphere is painted.
 struct Background {
-  std::variant<ColorPaint, GradientBackground, SunSkyBackground, ImageBackground> paint;
+  std::variant<ColorPaint, GradientPaint, SunSkyBackground, ImageBackground> paint;
   friend bool operator==(const Background&, const Background&) = default;
 };
 
 inline constexpr auto kBackgroundPaint =
     choice("type", "background", &Background::paint, {"background", "can not be the background"}, kColorKeys,
-           kGradientBackgroundKeys, kSunSkyKeys, kImageBackgroundKeys);
+           kGradientKeys, kSunSkyKeys, kImageBackgroundKeys);
 inline constexpr auto kBackgroundKeys =
     keys("a brush", Tag{kBackgroundPaint}, Alternatives{kBackgroundPaint});
 
@@ -203,8 +199,9 @@ struct Fill {
 
 inline constexpr auto kFillPaint = choice("type", "fill", &Fill::paint, {"sunSky", "can not fill a pin"},
                                           kColorKeys, kGradientFillKeys, kImageFillKeys, kBackgroundFillKeys);
-inline constexpr auto kFillKeys = keys(
-    "a brush", Tag{kFillPaint}, key("mode", Name<hdri::BlendMode>{}, &Fill::mode), Alternatives{kFillPaint});
+inline constexpr auto kFillKeys =
+    keys("a brush", Tag{kFillPaint}, key("mode", Name{kNames<hdri::BlendMode>}, &Fill::mode),
+         Alternatives{kFillPaint});
 
 struct CircleShape {
   float radius = 10;
@@ -212,10 +209,11 @@ struct CircleShape {
   friend bool operator==(const CircleShape&, const CircleShape&) = default;
 };
 
-inline constexpr auto kCircleKeys = keys(
-    "circle",  //
-    key("radius", Number::above(0).to(180), &CircleShape::radius, Need::required),
-    key("falloff", Name<hdri::Falloff>{kOfCircle, "is not a falloff of a circle"}, &CircleShape::falloff));
+inline constexpr auto kCircleKeys =
+    keys("circle",  //
+         key("radius", Number::above(0).to(180), &CircleShape::radius, Need::required),
+         key("falloff", Name{kNames<hdri::Falloff>, kOfCircle, "is not a falloff of a circle"},
+             &CircleShape::falloff));
 
 struct RectShape {
   float halfWidth = 10;
@@ -225,12 +223,12 @@ struct RectShape {
   friend bool operator==(const RectShape&, const RectShape&) = default;
 };
 
-inline constexpr auto kRectKeys =
-    keys("rect",  //
-         key("halfWidth", Number::above(0).below(90), &RectShape::halfWidth, Need::required),
-         key("halfHeight", Number::above(0).below(90), &RectShape::halfHeight, Need::required),
-         key("cornerRadius", Number::atLeast(0), &RectShape::cornerRadius),
-         key("falloff", Name<hdri::Falloff>{kOfRect, "is not a falloff of a rect"}, &RectShape::falloff));
+inline constexpr auto kRectKeys = keys(
+    "rect",  //
+    key("halfWidth", Number::above(0).below(90), &RectShape::halfWidth, Need::required),
+    key("halfHeight", Number::above(0).below(90), &RectShape::halfHeight, Need::required),
+    key("cornerRadius", Number::atLeast(0), &RectShape::cornerRadius),
+    key("falloff", Name{kNames<hdri::Falloff>, kOfRect, "is not a falloff of a rect"}, &RectShape::falloff));
 
 struct ScenePin {
   std::string name;  ///< for people; empty when the pin has none
@@ -276,10 +274,16 @@ inline constexpr auto kSceneKeys =
          key("pins", Array<decltype(kPinKeys), ScenePin>{kPinKeys, "pins"}, &Scene::pins),  //
          key("view", FreeObject{}, &Scene::view));
 
-/// `path` as seen from the working directory when the scene file lies in `folder`.
-std::string resolvePath(const std::string& folder, const std::string& path);
+/// `path` as seen from the working directory when the scene file lies in `folder`. An absolute path stands
+/// for itself.
+inline std::string resolvePath(const std::string& folder, const std::string& path) {
+  return (std::filesystem::path(folder) / path).string();
+}
 
 /// How messages name a pin: `pins[2] "rim"`, or `pins[2]` without a name.
-std::string pinLabel(const Scene& scene, std::size_t index);
+inline std::string pinLabel(const Scene& scene, std::size_t index) {
+  const std::string& name = scene.pins[index].name;
+  return "pins[" + std::to_string(index) + (name.empty() ? "]" : "] \"" + name + "\"");
+}
 
 }  // namespace orv::scene

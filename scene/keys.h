@@ -53,17 +53,11 @@ struct Text {
 };
 inline constexpr Text kPath{true};
 
-/// A name of an enumeration that may stand in one of `uses`.
-template <typename Value>
+/// One of the names that may stand in one of `uses`: of an enumeration's value, or of an alternative.
 struct Name {
+  std::span<const NameRow> names;
   unsigned uses = ~0u;
   std::string_view misplaced = {};  ///< how a message goes on after a name of another use
-};
-
-/// One of the names of alternatives.
-struct Alternative {
-  std::span<const NameRow> names;
-  std::string_view misplaced;
 };
 
 /// An object of these keys. `given`, if any, is a flag of what it fills that tells whether it is there.
@@ -72,10 +66,8 @@ struct Object {
   const Keys& keys;
   Given given = {};
 };
-template <typename Keys>
-Object(const Keys&) -> Object<Keys>;
-template <typename Keys, typename Given>
-Object(const Keys&, Given) -> Object<Keys, Given>;
+template <typename Keys, typename Given = std::nullptr_t>
+Object(const Keys&, Given = {}) -> Object<Keys, Given>;
 
 /// An array of objects.
 template <typename Keys, typename Item>
@@ -159,8 +151,8 @@ struct Tag {
   const Choice& choice;
 
   constexpr auto key() const {
-    return Key<Alternative, std::nullptr_t>{
-        choice.key, {choice.names, choice.misplaced}, nullptr, Need::required, {}};
+    return Key<Name, std::nullptr_t>{
+        choice.key, {choice.names, 1, choice.misplaced}, nullptr, Need::required, {}};
   }
   template <typename Owner, typename Visitor>
   void visit(Owner& object, const Visitor& visitor, bool) const {
@@ -197,7 +189,7 @@ struct Alternatives {
         other,
         [&](auto key, auto&& value, const auto& fallback) {
           key.need = Need::optional;
-          if constexpr (requires { key.type.uses; }) key.type.uses = ~0u;
+          if constexpr (std::is_same_v<decltype(key.type), Name>) key.type.uses = ~0u;
           visitor(key, value, fallback);
         },
         true);
@@ -237,6 +229,7 @@ constexpr auto key(std::string_view name, Type type, Member member, Need need = 
                    std::string_view insteadOf = {}) {
   return Key<Type, Member>{name, type, member, need, insteadOf};
 }
+
 /// @param misplaced a name that may not stand here, and how messages say so; @param keys of the alternatives.
 template <typename Variant, typename Owner, typename... Keys>
 constexpr auto choice(std::string_view key, std::string_view noun, Variant Owner::*member,

@@ -29,14 +29,20 @@ void setSize(const Scene& scene, hdri::IPainter& painter, const PaintOptions& op
   painter.setSize(size.width, size.height);
 }
 
+bool addPin(hdri::IPainter& painter, const hdri::CirclePinParams& circle, const hdri::Brush& fill) {
+  return painter.addCirclePin(circle, fill);
+}
+bool addPin(hdri::IPainter& painter, const hdri::RectPinParams& rect, const hdri::Brush& fill) {
+  return painter.addRectPin(rect, fill);
+}
+
 void addPins(const Scene& scene, hdri::IPainter& painter, const PaintOptions& options) {
   for (std::size_t i = 0; i < scene.pins.size(); ++i) {
     const ScenePin& pin = scene.pins[i];
     if (!pin.enabled) continue;
     const std::shared_ptr<hdri::Brush> fill = fillBrush(pin.fill, options.folder);
-    const bool added = std::holds_alternative<CircleShape>(pin.shape)
-                           ? painter.addCirclePin(circleParams(pin), *fill)
-                           : painter.addRectPin(rectParams(pin), *fill);
+    const auto add = [&](const auto& shape) { return addPin(painter, pinParams(pin, shape), *fill); };
+    const bool added = std::visit(add, pin.shape);
     if (!added)
       throw PaintError(options.fileName + ": " + pinLabel(scene, i) +
                        ": refused by the painter, which has no memory left for it or can not paint its fill");

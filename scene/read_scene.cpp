@@ -12,20 +12,15 @@ namespace {
 
 /// The file's bytes, and at most one more than a scene may have, so that devices without an end are no trap.
 std::string readBytes(const std::string& path) {
-  const auto fail = [&] { throw FileError(path + ": cannot be read: " + std::strerror(errno)); };
-  struct Closer {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-  };
-  const std::unique_ptr<std::FILE, Closer> file(std::fopen(path.c_str(), "rb"));
-  if (!file) fail();
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
   std::string bytes;
   char buffer[65536];
-  while (bytes.size() <= kMaxSceneBytes) {
-    const std::size_t n = std::fread(buffer, 1, sizeof buffer, file.get());
+  std::size_t n = sizeof buffer;
+  while (file && n == sizeof buffer && bytes.size() <= kMaxSceneBytes) {
+    n = std::fread(buffer, 1, sizeof buffer, file.get());
     bytes.append(buffer, n);
-    if (n < sizeof buffer) break;
   }
-  if (std::ferror(file.get())) fail();
+  if (!file || std::ferror(file.get())) throw FileError(path + ": cannot be read: " + std::strerror(errno));
   return bytes;
 }
 

@@ -19,14 +19,13 @@ struct BrushMaker {
     brush->adjustments().brightness = paint.brightness;
     return brush;
   }
-  std::shared_ptr<hdri::Brush> operator()(const GradientBackground& paint) const {
+  std::shared_ptr<hdri::GradientBrush> operator()(const GradientPaint& paint) const {
     auto brush = adjusted<hdri::GradientBrush>(paint);
     brush->setStops(paint.stops);
     return brush;
   }
   std::shared_ptr<hdri::Brush> operator()(const GradientFill& paint) const {
-    auto brush = adjusted<hdri::GradientBrush>(paint);
-    brush->setStops(paint.stops);
+    auto brush = (*this)(paint.gradient);
     brush->setCurve(paint.opacity);
     brush->setAngle(paint.angle);
     return brush;
@@ -63,9 +62,9 @@ struct BrushMaker {
 
 float radians(float degrees) { return degrees * hdri::kRadiansPerDegree; }
 
-/// What both shapes share.
+/// What all shapes share.
 template <typename Params, typename Shape>
-Params pinParams(const ScenePin& pin, const Shape& shape) {
+Params commonParams(const ScenePin& pin, const Shape& shape) {
   Params params;
   params.azimuth = radians(pin.azimuth);
   params.elevation = radians(pin.elevation);
@@ -79,27 +78,25 @@ Params pinParams(const ScenePin& pin, const Shape& shape) {
 }  // namespace
 
 std::shared_ptr<hdri::Brush> backgroundBrush(const Background& background, const std::string& folder) {
-  std::shared_ptr<hdri::Brush> made = std::visit(BrushMaker{folder}, background.paint);
+  auto made = std::visit<std::shared_ptr<hdri::Brush>>(BrushMaker{folder}, background.paint);
   made->setMapSettingsOn(true);
   return made;
 }
 
 std::shared_ptr<hdri::Brush> fillBrush(const Fill& fill, const std::string& folder) {
-  std::shared_ptr<hdri::Brush> made = std::visit(BrushMaker{folder}, fill.paint);
+  auto made = std::visit<std::shared_ptr<hdri::Brush>>(BrushMaker{folder}, fill.paint);
   made->setMode(fill.mode);
   return made;
 }
 
-hdri::CirclePinParams circleParams(const ScenePin& pin) {
-  const auto& circle = std::get<CircleShape>(pin.shape);
-  auto params = pinParams<hdri::CirclePinParams>(pin, circle);
+hdri::CirclePinParams pinParams(const ScenePin& pin, const CircleShape& circle) {
+  auto params = commonParams<hdri::CirclePinParams>(pin, circle);
   params.radius = radians(circle.radius);
   return params;
 }
 
-hdri::RectPinParams rectParams(const ScenePin& pin) {
-  const auto& rect = std::get<RectShape>(pin.shape);
-  auto params = pinParams<hdri::RectPinParams>(pin, rect);
+hdri::RectPinParams pinParams(const ScenePin& pin, const RectShape& rect) {
+  auto params = commonParams<hdri::RectPinParams>(pin, rect);
   params.halfWidth = radians(rect.halfWidth);
   params.halfHeight = radians(rect.halfHeight);
   params.cornerRadius = radians(rect.cornerRadius);

@@ -15,10 +15,8 @@ std::shared_ptr<hdri::Brush> backgroundBrush(const Background& background, const
 /// The painter's brush of a pin's fill.
 std::shared_ptr<hdri::Brush> fillBrush(const Fill& fill, const std::string& folder);
 
-/// The painter's parameters of a circle, radians. The pin's shape must be a circle.
-hdri::CirclePinParams circleParams(const ScenePin& pin);
-
-/// The painter's parameters of a rectangle, radians. The pin's shape must be a rectangle.
-hdri::RectPinParams rectParams(const ScenePin& pin);
+/// The painter's parameters of a pin whose shape is this one, radians.
+hdri::CirclePinParams pinParams(const ScenePin& pin, const CircleShape& circle);
+hdri::RectPinParams pinParams(const ScenePin& pin, const RectShape& rect);
 
 }  // namespace orv::scene

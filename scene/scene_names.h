@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 #include "hdri/Brush.h"
 #include "hdri/PinParams.h"
@@ -73,20 +74,17 @@ constexpr NameRow nameRow(hdri::Falloff falloff) {
 /// All rows of an enumeration. None of them has values above 512.
 template <typename Value>
 inline constexpr auto kNames = [] {
-  constexpr auto rowAt = [](std::uint32_t value) {
-    NameRow row = nameRow(static_cast<Value>(value));
-    row.value = value;
-    return row;
-  };
-  constexpr std::size_t count = [&] {
-    std::size_t n = 0;
-    for (std::uint32_t value = 0; value <= 512; ++value) n += rowAt(value).name.empty() ? 0 : 1;
-    return n;
+  constexpr auto found = [] {
+    std::pair<std::array<NameRow, 513>, std::size_t> rows{};
+    for (std::uint32_t value = 0; value <= 512; ++value) {
+      NameRow row = nameRow(static_cast<Value>(value));
+      row.value = value;
+      if (!row.name.empty()) rows.first[rows.second++] = row;
+    }
+    return rows;
   }();
-  std::array<NameRow, count> rows{};
-  std::size_t i = 0;
-  for (std::uint32_t value = 0; value <= 512; ++value)
-    if (!rowAt(value).name.empty()) rows[i++] = rowAt(value);
+  std::array<NameRow, found.second> rows{};
+  for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = found.first[i];
   return rows;
 }();
 

@@ -48,11 +48,11 @@ Json json(FreeObject, const std::string& text) {
 
 /// A name of another use is written as the empty one, which the reader refuses.
 template <typename Value>
-Json json(const Name<Value>& type, Value value) {
+Json json(const Name& type, Value value) {
   return std::string(nameOf(value, type.uses));
 }
 
-Json json(const Alternative&, std::string_view name) { return std::string(name); }
+Json json(const Name&, std::string_view alternative) { return std::string(alternative); }
 
 template <typename Keys, typename Given, typename Owner>
 Json json(const Object<Keys, Given>& type, const Owner& owner);

@@ -61,6 +61,7 @@ struct PaintText {
         .append(rgbText(static_cast<double>(r), static_cast<double>(g), static_cast<double>(b)))
         .append(brightnessText(paint.brightness));
   }
+  std::string operator()(const scene::GradientFill& fill) const { return (*this)(fill.gradient); }
   template <typename Paint>
   std::string operator()(const Paint& paint) const {
     std::string text;

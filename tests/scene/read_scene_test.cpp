@@ -62,8 +62,8 @@ TEST(ReadScene, TakesEachValueFromItsKey) {
   EXPECT_EQ(rim.fill.mode, BlendMode::screen);
   const auto& gradient = std::get<GradientFill>(rim.fill.paint);
   EXPECT_EQ(gradient.angle, 45.0f);
-  EXPECT_THAT(gradient.stops, ElementsAre(hdri::GradientStop{0, 1, 1, 1, 1, 1, 12},
-                                          hdri::GradientStop{1, 0, 0.5f, 0.4f, 0.6f, 1, 1}));
+  EXPECT_THAT(gradient.gradient.stops, ElementsAre(hdri::GradientStop{0, 1, 1, 1, 1, 1, 12},
+                                                   hdri::GradientStop{1, 0, 0.5f, 0.4f, 0.6f, 1, 1}));
   EXPECT_THAT(gradient.opacity, ElementsAre(hdri::CurveStop{0.7f, 1, 1, 1}, hdri::CurveStop{1, 1, 1, 0}));
 }
 

@@ -17,13 +17,12 @@ constexpr float kPi = std::numbers::pi_v<float>;
 
 TEST(CircleParams, AreRadians) {
   ScenePin pin;
-  pin.shape = CircleShape{90, hdri::Falloff::circleSmoothEdge};
   pin.azimuth = -180;
   pin.elevation = 45;
   pin.rotation = 30;
   pin.half = true;
   pin.falloffAmount = 0.25f;
-  const hdri::CirclePinParams params = circleParams(pin);
+  const hdri::CirclePinParams params = pinParams(pin, CircleShape{90, hdri::Falloff::circleSmoothEdge});
   EXPECT_NEAR(params.azimuth, -kPi, 1e-6f);
   EXPECT_NEAR(params.elevation, kPi / 4, 1e-6f);
   EXPECT_NEAR(params.radius, kPi / 2, 1e-6f);
@@ -35,9 +34,8 @@ TEST(CircleParams, AreRadians) {
 
 TEST(RectParams, AreRadians) {
   ScenePin pin;
-  pin.shape = RectShape{60, 30, 9};
   pin.azimuth = 18;
-  const hdri::RectPinParams params = rectParams(pin);
+  const hdri::RectPinParams params = pinParams(pin, RectShape{60, 30, 9});
   EXPECT_NEAR(params.azimuth, kPi / 10, 1e-6f);
   EXPECT_NEAR(params.halfWidth, kPi / 3, 1e-6f);
   EXPECT_NEAR(params.halfHeight, kPi / 6, 1e-6f);
@@ -69,7 +67,9 @@ TEST(ImageBrush, IsSoughtInTheScenesFolder) {
 }
 
 TEST(BackgroundBrush, CarriesTheStopsOfAGradient) {
-  const GradientBackground paint{{{0.5f, 1, 1, 2, 3, 4, 5}}, {.hueShift = 0.5f}};
+  GradientPaint paint;
+  paint.stops = {{0.5f, 1, 1, 2, 3, 4, 5}};
+  paint.adjustments.hueShift = 0.5f;
   const auto made = backgroundBrush({paint}, "");
   EXPECT_EQ(static_cast<const hdri::GradientBrush&>(*made).stops(), paint.stops);
   EXPECT_EQ(made->adjustments(), paint.adjustments);
@@ -84,11 +84,15 @@ TEST(FillBrush, CarriesModeColorAndBrightness) {
 }
 
 TEST(FillBrush, CarriesStopsOpacityAndAngle) {
-  const GradientFill paint{{{0.5f, 1, 1, 2, 3, 4, 5}}, {{0.25f, 0, 1, 0.75f}}, 30, {.gamma = 2}};
+  GradientFill paint;
+  paint.gradient.stops = {{0.5f, 1, 1, 2, 3, 4, 5}};
+  paint.gradient.adjustments.gamma = 2;
+  paint.opacity = {{0.25f, 0, 1, 0.75f}};
+  paint.angle = 30;
   const auto made = fillBrush({hdri::BlendMode::mix, paint}, "");
-  EXPECT_EQ(made->adjustments(), paint.adjustments);
+  EXPECT_EQ(made->adjustments(), paint.gradient.adjustments);
   const auto& gradient = static_cast<const hdri::GradientBrush&>(*made);
-  EXPECT_EQ(gradient.stops(), paint.stops);
+  EXPECT_EQ(gradient.stops(), paint.gradient.stops);
   EXPECT_EQ(gradient.curve(), paint.opacity);
   EXPECT_EQ(gradient.angle(), 30.0f);
 }

@@ -43,17 +43,12 @@ std::string typeText(Text type) { return type.isPath ? "path" : "string"; }
 std::string typeText(Color) { return code("[r, g, b]"); }
 std::string typeText(Size) { return code("[width, height]"); }
 std::string typeText(FreeObject) { return "object"; }
-std::string namesText(std::span<const NameRow> rows, unsigned uses) {
+std::string typeText(const Name& type) {
   std::vector<std::string> names;
-  for (const NameRow& row : rows)
-    if ((row.uses & uses) != 0) names.push_back(code(row.name));
+  for (const NameRow& row : type.names)
+    if ((row.uses & type.uses) != 0) names.push_back(code(row.name));
   return listOf(std::vector<std::string_view>(names.begin(), names.end()));
 }
-template <typename Value>
-std::string typeText(const Name<Value>& type) {
-  return namesText(kNames<Value>, type.uses);
-}
-std::string typeText(const Alternative& type) { return namesText(type.names, 1); }
 template <typename Keys, typename Given>
 std::string typeText(const Object<Keys, Given>& type) {
   return std::string(type.keys.owner.substr(type.keys.owner.find(' ') + 1));
@@ -85,8 +80,9 @@ std::string defaultText(Size, const MapSize& size) {
   return text.str();
 }
 template <typename Value>
-std::string defaultText(const Name<Value>&, Value value) {
-  return code(nameOf(value));
+std::string defaultText(const Name&, Value value) {
+  if constexpr (std::is_enum_v<Value>) return code(nameOf(value));
+  return "none";
 }
 template <typename Keys, typename Item>
 std::string defaultText(const Array<Keys, Item>&, const std::vector<Item>&) {
@@ -103,8 +99,7 @@ using Rows = std::map<std::string, std::set<std::string>>;
 template <typename Keys, typename Owner>
 void addRows(const Keys& keys, Owner& owner, const std::string& of, Rows& rows) {
   keys.visit(owner, [&](const auto& key, auto&&, const auto& fallback) {
-    const std::string byDefault =
-        key.need == Need::required ? "required" : defaultText(key.type, fallback);
+    const std::string byDefault = key.need == Need::required ? "required" : defaultText(key.type, fallback);
     rows[code(key.name) + " | " + typeText(key.type) + " | " + byDefault].insert(of);
   });
 }

@@ -47,10 +47,9 @@ Json arrayOf(Json items, int count) {
 Json schemaOf(Color) { return arrayOf(schemaOf(Number()), 3); }
 Json schemaOf(Size) { return arrayOf(schemaOf(Integer{1, kMaxSide}), 2); }
 Json schemaOf(FreeObject) { return {{"type", "object"}}; }
-template <typename Value>
-Json schemaOf(const Name<Value>& type) {
+Json schemaOf(const Name& type) {
   Json names = Json::array();
-  for (const NameRow& row : kNames<Value>)
+  for (const NameRow& row : type.names)
     if ((row.uses & type.uses) != 0) names.push_back(std::string(row.name));
   return {{"enum", names}};
 }
@@ -68,8 +67,9 @@ Json defaultOf(Color, const std::tuple<const float&, const float&, const float&>
 }
 Json defaultOf(Size, const MapSize& size) { return {size.width, size.height}; }
 template <typename Value>
-Json defaultOf(const Name<Value>&, Value value) {
-  return std::string(nameOf(value));
+Json defaultOf(const Name&, Value value) {
+  if constexpr (std::is_enum_v<Value>) return std::string(nameOf(value));
+  return nullptr;
 }
 template <typename Keys, typename Item>
 Json defaultOf(const Array<Keys, Item>&, const std::vector<Item>&) {
@@ -83,10 +83,7 @@ Json defaultOf(const Type&, const Value&) {
 template <typename Keys, typename Owner>
 Json objectSchema(const Keys& keys, Owner& owner);
 
-template <typename Value>
-Json memberSchema(const Alternative&, const Value& name) {
-  return {{"const", std::string(name)}};
-}
+Json memberSchema(const Name&, std::string_view name) { return {{"const", std::string(name)}}; }
 template <typename Keys, typename Given, typename Owner>
 Json memberSchema(const Object<Keys, Given>& type, const Owner&) {
   Owner owner;
@@ -158,7 +155,7 @@ Json resolved(const Json& node, const Json& root) {
 std::vector<std::string> lines(const Json& json) {
   std::vector<std::string> lines;
   const Json flat = json.flatten();
-  for (const auto& [path, value] : flat.items()) 
+  for (const auto& [path, value] : flat.items())
     lines.push_back(path + ": " + (value.is_number() ? numberText(value.get<double>()) : value.dump()));
   std::sort(lines.begin(), lines.end());
   return lines;

@@ -75,7 +75,7 @@ class SceneMaker {
         scene.background.paint = color();
         break;
       case 1:
-        scene.background.paint = GradientBackground{stops(), adjustments()};
+        scene.background.paint = GradientPaint{stops(), adjustments()};
         break;
       case 2:
         scene.background.paint = SunSkyBackground{sunSky(), adjustments(), mapChanges()};
@@ -137,7 +137,7 @@ class SceneMaker {
       case 1:
         return {mode,
                 GradientFill{
-                    stops(), {{0, any(), any(), any()}, {1, any(), any(), any()}}, any(), adjustments()}};
+                    {stops(), adjustments()}, {{0, any(), any(), any()}, {1, any(), any(), any()}}, any()}};
       case 2:
         return {mode, ImageFill{kImage, adjustments()}};
       default:
