@@ -164,8 +164,7 @@ void OutputFile::flushOrThrow() {
 void OutputFile::finish() {
   flushOrThrow();
   if (inPlace_) return;
-  const int result = ::close(std::exchange(descriptor_, -1));
-  if (result != 0) fail(errno);
+  if (::close(std::exchange(descriptor_, -1)) != 0) fail(errno);
 }
 
 void OutputFile::commit() {

@@ -22,7 +22,6 @@ class Problems {
   }
 
   bool empty() const { return count_ == 0; }
-  std::size_t size() const { return count_; }
 
   /// @throws SceneErrors when anything was added.
   void throwIfAny() {

@@ -2,17 +2,12 @@
 
 #include <OpenImageIO/imageio.h>
 #include <sched.h>
-#include <tbb/global_control.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <thread>
 
 namespace orv::scene {
-
-struct ThreadLimit::Control {
-  tbb::global_control painting;
-};
 
 int availableProcessors() {
   cpu_set_t set;
@@ -23,12 +18,9 @@ int availableProcessors() {
 }
 
 ThreadLimit::ThreadLimit(int threads)
-    : control_(new Control{tbb::global_control(tbb::global_control::max_allowed_parallelism,
-                                               static_cast<std::size_t>(threads))}) {
+    : painting_(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads)) {
   OIIO::attribute("threads", threads);
   OIIO::attribute("exr_threads", threads);
 }
-
-ThreadLimit::~ThreadLimit() = default;
 
 }  // namespace orv::scene

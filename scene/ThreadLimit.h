@@ -1,6 +1,6 @@
 #pragma once
 
-#include <memory>
+#include <tbb/global_control.h>
 
 namespace orv::scene {
 
@@ -12,13 +12,9 @@ class ThreadLimit {
  public:
   /// @param threads at least 1.
   explicit ThreadLimit(int threads);
-  ~ThreadLimit();
-  ThreadLimit(const ThreadLimit&) = delete;
-  ThreadLimit& operator=(const ThreadLimit&) = delete;
 
  private:
-  struct Control;
-  std::unique_ptr<Control> control_;
+  tbb::global_control painting_;
 };
 
 }  // namespace orv::scene

@@ -29,18 +29,23 @@ void setSize(const Scene& scene, hdri::IPainter& painter, const PaintOptions& op
   painter.setSize(size.width, size.height);
 }
 
+bool addPin(hdri::IPainter& painter, const hdri::CirclePinParams& circle, const hdri::Brush& fill) {
+  return painter.addCirclePin(circle, fill);
+}
+bool addPin(hdri::IPainter& painter, const hdri::RectPinParams& rect, const hdri::Brush& fill) {
+  return painter.addRectPin(rect, fill);
+}
+
 void addPins(const Scene& scene, hdri::IPainter& painter, const PaintOptions& options) {
   for (std::size_t i = 0; i < scene.pins.size(); ++i) {
     const ScenePin& pin = scene.pins[i];
     if (!pin.enabled) continue;
     const std::shared_ptr<hdri::Brush> fill = fillBrush(pin.fill, options.folder);
-    const bool added = std::holds_alternative<CircleShape>(pin.shape)
-                           ? painter.addCirclePin(circleParams(pin), *fill)
-                           : painter.addRectPin(rectParams(pin), *fill);
+    const auto add = [&](const auto& shape) { return addPin(painter, pinParams(pin, shape), *fill); };
+    const bool added = std::visit(add, pin.shape);
     if (!added)
       throw PaintError(options.fileName + ": " + pinLabel(scene, i) +
-                       ": refused by the painter, which has no " +
-                       "memory left for it or can not paint its fill");
+                       ": refused by the painter, which has no memory left for it or can not paint its fill");
   }
 }
 
@@ -51,16 +56,17 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
   LogCollector log;
   PaintResult result;
   try {
+    // The painter may look at the background's brush until it is cleared.
+    const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
+    const auto clear = [](hdri::IPainter* used) { used->clear(); };
+    const std::unique_ptr<hdri::IPainter, decltype(clear)> clearAtEnd(&painter, clear);
     painter.setScene(host);
     setSize(scene, painter, options, log);
     painter.setOptions(
         {.smoothing = static_cast<std::uint8_t>(scene.smoothing ? 1 : 0), .keepBackground = 0});
-    // The painter may look at the background's brush until the map is painted.
-    const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
     result.fellBack = !painter.setBackground(*background);
     addPins(scene, painter, options);
     result.map = painter.paint();
-    painter.clear();
   } catch (const std::bad_alloc&) {
     throw PaintError(options.fileName + ": size: there is not enough memory to paint a map of this size");
   } catch (const std::length_error&) {
