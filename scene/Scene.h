@@ -255,6 +255,7 @@ inline constexpr auto kPinKeys =
 
 struct Scene {
   int version = 1;
+  Quality quality = Quality::light;
   MapSize size;
   std::string sizeFromImage;  ///< path of the image whose size is taken instead of `size`; empty for none
   bool smoothing = true;
@@ -267,6 +268,7 @@ struct Scene {
 inline constexpr auto kSceneKeys =
     keys("a scene",  //
          key("version", Integer{1, 1}, &Scene::version, Need::required),
+         key("quality", Name{kNames<Quality>}, &Scene::quality),
          key("size", Size{}, &Scene::size, Need::alwaysWritten),
          key("sizeFromImage", kPath, &Scene::sizeFromImage, Need::optional, "size"),
          key("smoothing", Flag{}, &Scene::smoothing),

@@ -4,7 +4,9 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "host/orvImage.h"
 #include "scene/LogCollector.h"
+#include "scene/pin_light.h"
 #include "scene/scene_brushes.h"
 
 namespace orv::scene {
@@ -16,36 +18,60 @@ bool tellsOfFallback(std::string_view line) {
          line.starts_with("No skylight api found");
 }
 
-void setSize(const Scene& scene, hdri::IPainter& painter, const PaintOptions& options,
-             const LogCollector& log) {
-  if (!options.size && !scene.sizeFromImage.empty()) {
-    const std::string path = resolvePath(options.folder, scene.sizeFromImage);
-    if (!painter.setSizeFromImage(path))
-      throw FileError(options.fileName + ": sizeFromImage: the size of " + path +
-                      " cannot be read: " + log.joined());
-    return;
+/// The size of the map.
+MapSize sizeOf(const Scene& scene, orvScene* host, const PaintOptions& options, const LogCollector& log) {
+  if (options.size || scene.sizeFromImage.empty()) return options.size.value_or(scene.size);
+  const std::string path = resolvePath(options.folder, scene.sizeFromImage);
+  orvImage* const image = orv_image_load(host, path.c_str(), orvTexture_profile::environment, true, nullptr);
+  if (!image)
+    throw FileError(options.fileName + ": sizeFromImage: the size of " + path +
+                    " cannot be read: " + log.joined());
+  const MapSize size{static_cast<int>(image->width()), static_cast<int>(image->height())};
+  orv_image_free(host, image, false);
+  return size;
+}
+
+/// Lays the scene's pins over a painter's map, the sizes of soft ones such that they keep their light where
+/// the scene asks for it.
+class PinLayer {
+ public:
+  PinLayer(const Scene& scene, const MapSize& size, hdri::IPainter& painter)
+      : smoothing_(scene.smoothing),
+        keepsLight_(scene.quality == Quality::light),
+        size_(size),
+        painter_(painter) {}
+
+  /// @return false when the painter refuses it.
+  bool add(const ScenePin& pin, const hdri::Brush& fill) const {
+    return std::visit([&](const auto& shape) { return add(pinParams(pin, shape), fill); }, pin.shape);
   }
-  const MapSize size = options.size.value_or(scene.size);
-  painter.setSize(size.width, size.height);
-}
 
-bool addPin(hdri::IPainter& painter, const hdri::CirclePinParams& circle, const hdri::Brush& fill) {
-  return painter.addCirclePin(circle, fill);
-}
-bool addPin(hdri::IPainter& painter, const hdri::RectPinParams& rect, const hdri::Brush& fill) {
-  return painter.addRectPin(rect, fill);
-}
+ private:
+  bool add(const hdri::CirclePinParams& circle, const hdri::Brush& fill) const {
+    if (!keepsLight_ || !smoothing_) return painter_.addCirclePin(circle, fill);
+    const bool coordinates = fill.kind() != hdri::BrushKind::color;
+    return painter_.addCirclePin(keepLight(circle, size_.width, size_.height, coordinates), fill);
+  }
+  bool add(const hdri::RectPinParams& rect, const hdri::Brush& fill) const {
+    // Round corners are soft whatever the other edges are.
+    const bool soft = smoothing_ || rect.cornerRadius > 0;
+    if (!keepsLight_ || !soft) return painter_.addRectPin(rect, fill);
+    return painter_.addRectPin(keepLight(rect, size_.width, size_.height), fill);
+  }
 
-void addPins(const Scene& scene, hdri::IPainter& painter, const PaintOptions& options) {
+  bool smoothing_;
+  bool keepsLight_;
+  MapSize size_;
+  hdri::IPainter& painter_;
+};
+
+void addPins(const Scene& scene, const MapSize& size, hdri::IPainter& painter, const PaintOptions& options) {
+  const PinLayer layer(scene, size, painter);
   for (std::size_t i = 0; i < scene.pins.size(); ++i) {
     const ScenePin& pin = scene.pins[i];
-    if (!pin.enabled) continue;
-    const std::shared_ptr<hdri::Brush> fill = fillBrush(pin.fill, options.folder);
-    const auto add = [&](const auto& shape) { return addPin(painter, pinParams(pin, shape), *fill); };
-    const bool added = std::visit(add, pin.shape);
-    if (!added)
-      throw PaintError(options.fileName + ": " + pinLabel(scene, i) +
-                       ": refused by the painter, which has no memory left for it or can not paint its fill");
+    if (!pin.enabled || layer.add(pin, *fillBrush(pin.fill, options.folder))) continue;
+    throw PaintError(options.fileName + ": " + pinLabel(scene, i) +
+                     ": refused by the painter, which has no memory left for it or can not paint its fill");
   }
 }
 
@@ -61,11 +87,12 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
     const auto clear = [](hdri::IPainter* used) { used->clear(); };
     const std::unique_ptr<hdri::IPainter, decltype(clear)> clearAtEnd(&painter, clear);
     painter.setScene(host);
-    setSize(scene, painter, options, log);
+    const MapSize size = sizeOf(scene, host, options, log);
+    painter.setSize(size.width, size.height);
     painter.setOptions(
         {.smoothing = static_cast<std::uint8_t>(scene.smoothing ? 1 : 0), .keepBackground = 0});
     result.fellBack = !painter.setBackground(*background);
-    addPins(scene, painter, options);
+    addPins(scene, size, painter, options);
     result.map = painter.paint();
   } catch (const std::bad_alloc&) {
     throw PaintError(options.fileName + ": size: there is not enough memory to paint a map of this size");

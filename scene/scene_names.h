@@ -22,6 +22,9 @@ struct NameRow {
 inline constexpr unsigned kOfCircle = 1;
 inline constexpr unsigned kOfRect = 2;
 
+/// How a scene reaches the painter: so that it keeps its light at every size, or as written.
+enum class Quality { light, plain };
+
 // The tables of names. They are switches without a `default:`, so that an enumerator without a row does not
 // compile. Messages list names in the order of the enumerators' values.
 
@@ -67,6 +70,16 @@ constexpr NameRow nameRow(hdri::Falloff falloff) {
       return {"outline", kOfCircle | kOfRect};
     case hdri::Falloff::solid:
       return {"solid", kOfCircle | kOfRect};
+  }
+  return {};
+}
+
+constexpr NameRow nameRow(Quality quality) {
+  switch (quality) {
+    case Quality::light:
+      return {"light"};
+    case Quality::plain:
+      return {"plain"};
   }
   return {};
 }
