@@ -54,7 +54,7 @@ Pfm readPfm(const std::string& path) {
   return pfm;
 }
 
-TEST_F(PaintTest, PaintsTheColourOfTheScene) {
+TEST_F(PaintTest, PaintsTheColorOfTheScene) {
   const Outcome run = paint({"-o", folder_ / "a.pfm"});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.out, "");

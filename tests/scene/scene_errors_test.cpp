@@ -105,6 +105,33 @@ TEST(SceneErrors, RefuseABrushInTheWrongUse) {
   });
 }
 
+TEST(SceneErrors, OfABrushInTheWrongUseAreNotAboutItsKeys) {
+  expectErrors({
+      {withPin(kCircle, R"({"type": "sunSky", "sky": {"turbidity": 3}, "blur": 1})"),
+       "s.json: pins[0].fill.type: \"sunSky\" can not fill a pin; allowed: color, gradient, image, "
+       "background"},
+      {withBackground(R"({"type": "background", "turn": 30})"),
+       "s.json: background.type: \"background\" can not be the background; allowed: color, gradient, sunSky, "
+       "image"},
+  });
+}
+
+TEST(SceneErrors, LookAtTheKeysOfAnObjectWithoutAKind) {
+  expectErrors({
+      {withPin(
+           R"("shape": "disc", "azimuth": 0, "elevation": 91, "radius": 0, "halfWidth": 5, "falloff": "boxEdge")",
+           kWhite),
+       "s.json: pins[0].shape: \"disc\" found; allowed: circle, rect\n"
+       "s.json: pins[0].elevation: 91 is above 90; allowed: at least -90 and at most 90\n"
+       "s.json: pins[0].radius: 0 is not above 0; allowed: above 0 and at most 180"},
+      {withBackground(R"({"path": "a", "gamma": 0, "colr": [1, 1, 1]})"),
+       "s.json: background.type: missing; required: color, gradient, sunSky, image\n"
+       "s.json: background.gamma: 0 is not above 0\n"
+       "s.json: background.colr: not a key of a brush (did you mean \"color\"?); allowed: type, brightness, "
+       "color, gamma, hue, saturation, tint, stops, blur, rotation, sky, sun, path"},
+  });
+}
+
 TEST(SceneErrors, RefuseKeysThatTheTypeOrTheUseDoesNotKnow) {
   const std::string color = R"({"type": "color", "color": [1, 1, 1], )";
   const std::string gradient = R"({"type": "gradient", )";
