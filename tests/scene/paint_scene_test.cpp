@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cmath>
+
 #include <stdexcept>
 
 #include "hdri/ColorBrush.h"
@@ -32,8 +34,7 @@ class RecordingPainter final : public hdri::IPainter {
   }
   bool setSizeFromImage(const std::string& path) override {
     calls.push_back("size of " + path);
-    if (!imageFound) orv_critical("Failed to find image '%s' used environment painter\n", path.c_str());
-    return imageFound;
+    return true;
   }
   void setOptions(const hdri::PainterOptions& options) override {
     calls.push_back("options " + std::to_string(options.smoothing) + std::to_string(options.keepBackground));
@@ -42,10 +43,12 @@ class RecordingPainter final : public hdri::IPainter {
     calls.push_back("background " + std::to_string(static_cast<int>(brush.kind())));
     return acceptBackground;
   }
-  bool addRectPin(const hdri::RectPinParams&, const hdri::Brush& fill) override {
+  bool addRectPin(const hdri::RectPinParams& rect, const hdri::Brush& fill) override {
+    lastHalfHeight = rect.halfHeight;
     return addPin("rect", fill);
   }
-  bool addCirclePin(const hdri::CirclePinParams&, const hdri::Brush& fill) override {
+  bool addCirclePin(const hdri::CirclePinParams& circle, const hdri::Brush& fill) override {
+    lastRadius = circle.radius;
     return addPin("circle", fill);
   }
   bool reserved() override { return true; }
@@ -64,8 +67,9 @@ class RecordingPainter final : public hdri::IPainter {
   hdri::PainterType getType() const override { return hdri::PainterType::avx2; }
 
   std::vector<std::string> calls;
+  float lastRadius = 0;
+  float lastHalfHeight = 0;
   std::string logLine;
-  bool imageFound = true;
   bool acceptBackground = true;
   std::size_t mostPins = 1000;
   bool throwAtPins = false;  ///< beyond `mostPins`
@@ -122,6 +126,31 @@ TEST_F(PaintSceneTest, CallsThePainterInItsOrder) {
   EXPECT_EQ(result.map->width, 2);
 }
 
+TEST_F(PaintSceneTest, SoftPinsAreLargerWhereTheSceneKeepsItsLight) {
+  // A circle of 10 degrees at 2048 pixels: w = 1.5 * 2 pi / 2048, r' = w/2 + sqrt(r^2 - w^2/20).
+  const double w = 1.5 * 6.283185307179586 / 2048, r = 0.17453292519943295;
+  const double grown = w / 2 + std::sqrt(r * r - w * w / 20);
+  for (const auto& [keys, radius] : {std::pair{"", grown},
+                                     {R"("quality": "light", )", grown},
+                                     {R"("quality": "plain", )", r},
+                                     {R"("smoothing": false, )", r}}) {
+    paint(R"({"version": 1, )" + std::string(keys) + R"("background": )" + kWhite +
+          R"(, "pins": [{"shape": "circle", "azimuth": 0, "elevation": 0, "radius": 10, "fill": )" + kWhite +
+          "}]}");
+    EXPECT_NEAR(painter_.lastRadius, radius, 1e-5) << keys;
+  }
+}
+
+TEST_F(PaintSceneTest, RoundCornersAreSoftWithoutSmoothingToo) {
+  for (const auto& [corner, grows] : {std::pair{"0", false}, {"1", true}}) {
+    paint(R"({"version": 1, "smoothing": false, "background": )" + kWhite +
+          R"(, "pins": [{"shape": "rect", "azimuth": 0, "elevation": 0, "halfWidth": 10, "halfHeight": 5,
+             "cornerRadius": )" +
+          std::string(corner) + R"(, "fill": )" + kWhite + "}]}");
+    EXPECT_EQ(painter_.lastHalfHeight > 0.0873f, grows);
+  }
+}
+
 TEST_F(PaintSceneTest, SkipsDisabledPins) {
   paint(withPin(kCircle + R"(, "enabled": false)", kWhite));
   EXPECT_THAT(painter_.calls,
@@ -134,15 +163,16 @@ TEST_F(PaintSceneTest, ASizeOfTheCallComesBeforeTheScenes) {
 }
 
 TEST_F(PaintSceneTest, TakesTheSizeFromAnImageInTheScenesFolder) {
-  paint(withBackground(kWhite, R"(, "sizeFromImage": "a.exr")"), {.folder = "/maps"});
-  EXPECT_EQ(painter_.calls.at(1), "size of /maps/a.exr");
+  // 512 x 256 pixels.
+  paint(withBackground(kWhite, R"(, "sizeFromImage": "venice.exr")"),
+        {.folder = ORVHDRI_SOURCE_DIR "/examples"});
+  EXPECT_EQ(painter_.calls.at(1), "size 512x256");
 }
 
 TEST_F(PaintSceneTest, NamesTheImageThatShouldGiveTheSize) {
-  painter_.imageFound = false;
   EXPECT_EQ(errorOf<FileError>(withBackground(kWhite, R"(, "sizeFromImage": "a.exr")")),
             "s.json: sizeFromImage: the size of a.exr cannot be read: "
-            "Failed to find image 'a.exr' used environment painter");
+            "a.exr: there is no such file; check the path");
 }
 
 TEST_F(PaintSceneTest, NamesAPinThatIsRefused) {

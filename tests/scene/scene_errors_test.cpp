@@ -47,7 +47,8 @@ TEST(SceneErrors, NameTheKeyThatIsMissing) {
 TEST(SceneErrors, SuggestTheNearestKey) {
   expectErrors({
       {withBackground(kWhite, R"(, "smoothin": true)"),
-       "s.json: smoothin: not a key of a scene (did you mean \"smoothing\"?); allowed: version, size, "
+       "s.json: smoothin: not a key of a scene (did you mean \"smoothing\"?); allowed: version, quality, "
+       "size, "
        "sizeFromImage, smoothing, background, pins, view"},
       {withBackground(R"({"type": "color", "color": [1, 1, 1], "colour": 1})"),
        "s.json: background.colour: not a key of a color background (did you mean \"color\"?); allowed: type, "
@@ -276,7 +277,8 @@ TEST(SceneErrors, RefusePositionsThatFall) {
 TEST(SceneErrors, ComeInTheOrderOfTheFile) {
   EXPECT_EQ(
       errorsOf(R"({"vew": {}, "version": 1, "smoothing": 1, "background": {"type": "image", "path": 1}})"),
-      "s.json: vew: not a key of a scene (did you mean \"view\"?); allowed: version, size, sizeFromImage, "
+      "s.json: vew: not a key of a scene (did you mean \"view\"?); allowed: version, quality, size, "
+      "sizeFromImage, "
       "smoothing, background, pins, view\n"
       "s.json: smoothing: 1 found; allowed: true, false\n"
       "s.json: background.path: 1 found; allowed: the path of an image file, in quotes");
