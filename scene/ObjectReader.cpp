@@ -2,195 +2,209 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+
+#include "scene/json_text.h"
 
 namespace orv::scene {
 namespace {
 
-constexpr double kLargestFloat = std::numeric_limits<float>::max();
+using Names = std::vector<std::string_view>;
 
-/// `a number above 0`, for messages about values of another type.
-std::string numberAllowed(const NumberRange& range) {
-  const std::string text = range.text();
-  return text.empty() ? "a number" : "a number " + text;
-}
-
-std::string notOfType(const JsonValue& value, std::string_view allowed) {
-  return value.found() + " found; allowed: " + std::string(allowed);
+/// `above 0 and at most 180`; empty when every number is allowed.
+std::string rangeText(const Number& type) {
+  std::string text;
+  if (std::isfinite(type.min)) text = (type.minExcluded ? "above " : "at least ") + numberText(type.min);
+  if (std::isfinite(type.max))
+    text += (text.empty() ? "" : " and ") + std::string(type.maxExcluded ? "below " : "at most ") +
+            numberText(type.max);
+  return text;
 }
 
 }  // namespace
 
-std::string NumberRange::text() const {
-  std::string text;
-  if (std::isfinite(min)) text = (minExcluded ? "above " : "at least ") + numberText(min);
-  if (std::isfinite(max))
-    text +=
-        (text.empty() ? "" : " and ") + std::string(maxExcluded ? "below " : "at most ") + numberText(max);
-  return text;
+std::string ObjectReader::allowed(const Number& type) {
+  const std::string range = rangeText(type);
+  return range.empty() ? "a number" : "a number " + range;
 }
 
-bool readNumber(const JsonValue& value, const JsonPath& path, const NumberRange& range, Problems& problems,
-                float& result) {
-  const auto refuse = [&](const std::string& finding) {
-    problems.add(value.order, path.text(), finding);
+std::string ObjectReader::allowed(const Integer& type) {
+  if (type.min == type.max) return std::to_string(type.min);
+  return "an integer from " + std::to_string(type.min) + " to " + std::to_string(type.max);
+}
+
+Names ObjectReader::namesFor(std::span<const NameRow> rows, unsigned uses) {
+  Names names;
+  for (const NameRow& row : rows)
+    if ((row.uses & uses) != 0 && std::find(names.begin(), names.end(), row.name) == names.end())
+      names.push_back(row.name);
+  return names;
+}
+
+std::string ObjectReader::notOfType(const JsonValue& value, const std::string& allowed) {
+  return value.found() + " found; allowed: " + allowed;
+}
+
+const JsonValue* ObjectReader::memberOf(const JsonValue& object, std::string_view key) {
+  for (const JsonMember& member : std::get<JsonObject>(object.data))
+    if (member.key == key) return &member.value;
+  return nullptr;
+}
+
+bool ObjectReader::addKey(Members& members, std::string_view key) {
+  // Alternatives of a choice share keys.
+  if (!members.chosen && std::find(members.keys.begin(), members.keys.end(), key) != members.keys.end())
     return false;
-  };
-  if (!value.isNumber()) return refuse(notOfType(value, numberAllowed(range)));
+  members.keys.push_back(key);
+  return key != members.tag;
+}
+
+bool ObjectReader::refuse(const Place& place, const std::string& finding) {
+  problems_.add(place.value.order, place.path.text(), finding);
+  return false;
+}
+
+bool ObjectReader::isObject(const Place& place, std::string_view owner) {
+  return std::holds_alternative<JsonObject>(place.value.data) ||
+         refuse(place, notOfType(place.value, "an object, " + std::string(owner)));
+}
+
+void ObjectReader::checkKeys(const Members& members) {
+  if (members.misplaced) return;  // They may be right where the name is.
+  const Names& keys = members.keys;
+  for (const JsonMember& member : std::get<JsonObject>(members.place.value.data)) {
+    if (std::find(keys.begin(), keys.end(), member.key) != keys.end()) continue;
+    refuse({member.value, members.place.path.child(member.key)},
+           "not a key of " + members.owner + suggestion(member.key, keys) + "; allowed: " + listOf(keys));
+  }
+}
+
+void ObjectReader::checkAlone(const Members& members, std::string_view key, std::string_view other) {
+  if (const JsonValue* value = memberOf(members, other))
+    refuse({*value, members.place.path.child(key)},
+           "given together with " + std::string(other) + "; allowed: one of the two");
+}
+
+void ObjectReader::checkAscending(const Place& place, std::string_view key, float value, float& last) {
+  if (value < last) {
+    const JsonValue& found = *memberOf(place.value, key);
+    refuse({found, place.path.child(key)}, found.found() + " is below the " + std::string(key) +
+                                               " before it; allowed: at least " +
+                                               numberText(static_cast<double>(last)));
+  }
+  if (!std::isnan(value)) last = value;
+}
+
+bool ObjectReader::read(const Number& type, const Place& place, float& result) {
+  const JsonValue& value = place.value;
+  if (!value.isNumber()) return refuse(place, notOfType(value, allowed(type)));
   const double number = value.asDouble();
-  if (!(std::abs(number) <= kLargestFloat))
-    return refuse(value.found() + " is not finite as a 32-bit float; allowed: " + numberAllowed(range));
+  if (!(std::abs(number) <= static_cast<double>(std::numeric_limits<float>::max())))
+    return refuse(place, value.found() + " is not finite as a 32-bit float; allowed: " + allowed(type));
   // Both as written and as the 32-bit float that is painted with.
   const auto rounded = static_cast<float>(number);
-  const std::string allowed =
-      std::isfinite(range.min) && std::isfinite(range.max) ? "; allowed: " + range.text() : std::string();
+  const std::string range =
+      std::isfinite(type.min) && std::isfinite(type.max) ? "; allowed: " + rangeText(type) : std::string();
   for (const double x : {number, static_cast<double>(rounded)}) {
-    if (range.minExcluded ? !(x > range.min) : !(x >= range.min))
-      return refuse(value.found() + (range.minExcluded ? " is not above " : " is below ") +
-                    numberText(range.min) + allowed);
-    if (range.maxExcluded ? !(x < range.max) : !(x <= range.max))
-      return refuse(value.found() + (range.maxExcluded ? " is not below " : " is above ") +
-                    numberText(range.max) + allowed);
+    if (type.minExcluded ? !(x > type.min) : !(x >= type.min))
+      return refuse(place, value.found() + (type.minExcluded ? " is not above " : " is below ") +
+                               numberText(type.min) + range);
+    if (type.maxExcluded ? !(x < type.max) : !(x <= type.max))
+      return refuse(place, value.found() + (type.maxExcluded ? " is not below " : " is above ") +
+                               numberText(type.max) + range);
   }
   result = rounded;
   return true;
 }
 
-bool readInteger(const JsonValue& value, const JsonPath& path, std::int64_t min, std::int64_t max,
-                 Problems& problems, std::int64_t& result) {
-  const std::string allowed = min == max
-                                  ? std::to_string(min)
-                                  : "an integer from " + std::to_string(min) + " to " + std::to_string(max);
-  const double number = value.isNumber() ? value.asDouble() : 0.5;
-  if (!(number >= static_cast<double>(min) && number <= static_cast<double>(max)) ||
-      number != std::floor(number)) {
-    problems.add(value.order, path.text(), notOfType(value, allowed));
-    return false;
-  }
-  result = static_cast<std::int64_t>(number);
-  return true;
-}
-
-ObjectReader::ObjectReader(const JsonValue& value, const JsonPath& path, Problems& problems,
-                           std::span<const std::string_view> keys, std::string_view owner)
-    : value_(value), object_(std::get_if<JsonObject>(&value.data)), path_(path), problems_(problems) {
-  if (!object_) {
-    problems_.add(value.order, path.text(), notOfType(value, "an object, " + std::string(owner)));
-    return;
-  }
-  for (const JsonMember& member : *object_) {
-    if (std::find(keys.begin(), keys.end(), member.key) != keys.end()) continue;
-    report(
-        member.key, member.value,
-        "not a key of " + std::string(owner) + suggestion(member.key, keys) + "; allowed: " + listOf(keys));
-  }
-}
-
-const JsonValue* ObjectReader::find(std::string_view key, Need need, std::string_view allowed) {
-  if (!object_) return nullptr;
-  for (const JsonMember& member : *object_)
-    if (member.key == key) return &member.value;
-  if (need == Need::required) report(key, value_, "missing; required: " + std::string(allowed));
-  return nullptr;
-}
-
-void ObjectReader::report(std::string_view key, const JsonValue& value, const std::string& finding) {
-  problems_.add(value.order, path_.child(key).text(), finding);
-}
-
-bool ObjectReader::number(std::string_view key, const NumberRange& range, float& result, Need need) {
-  const JsonValue* value = find(key, need, numberAllowed(range));
-  return value && readNumber(*value, path_.child(key), range, problems_, result);
-}
-
-bool ObjectReader::integer(std::string_view key, std::int64_t min, std::int64_t max, std::int64_t& result,
-                           Need need) {
-  const JsonValue* value = find(key, need, min == max ? std::to_string(min) : "an integer");
-  return value && readInteger(*value, path_.child(key), min, max, problems_, result);
-}
-
-bool ObjectReader::boolean(std::string_view key, bool& result) {
-  const JsonValue* value = find(key, Need::optional, {});
-  if (!value) return false;
-  const bool* found = std::get_if<bool>(&value->data);
-  if (!found) {
-    report(key, *value, notOfType(*value, "true, false"));
-    return false;
-  }
-  result = *found;
-  return true;
-}
-
-bool ObjectReader::color(std::string_view key, hdri::Rgb& result, Need need) {
-  constexpr std::string_view kAllowed = "[red, green, blue], three numbers";
-  const JsonValue* value = find(key, need, kAllowed);
-  if (!value) return false;
-  const auto* array = std::get_if<JsonArray>(&value->data);
-  if (!array || array->size() != 3) {
-    report(key, *value, notOfType(*value, kAllowed));
-    return false;
-  }
-  float channels[3] = {};
-  bool good = true;
-  const JsonPath place = path_.child(key);
-  for (std::size_t i = 0; i < 3; ++i)
-    good &= readNumber((*array)[i], place.child(i), NumberRange::any(), problems_, channels[i]);
-  if (good) result = {channels[0], channels[1], channels[2]};
-  return good;
-}
-
-const std::string* ObjectReader::string(std::string_view key, Need need, std::string_view allowed) {
-  const JsonValue* value = find(key, need, allowed);
-  if (!value) return nullptr;
-  const auto* found = std::get_if<std::string>(&value->data);
-  if (!found) report(key, *value, notOfType(*value, allowed));
-  return found;
-}
-
-bool ObjectReader::text(std::string_view key, std::string& result) {
-  const std::string* found = string(key, Need::optional, "text in quotes");
-  if (found) result = *found;
-  return found != nullptr;
-}
-
-bool ObjectReader::path(std::string_view key, std::string& result, Need need) {
-  constexpr std::string_view kAllowed = "the path of an image file, in quotes";
-  const std::string* found = string(key, need, kAllowed);
-  if (!found) return false;
-  if (found->empty() || found->find('\0') != std::string::npos) {
-    const JsonValue* value = find(key, need, kAllowed);
-    report(key, *value, notOfType(*value, kAllowed));
-    return false;
-  }
-  result = *found;
-  return true;
-}
-
-std::optional<std::size_t> ObjectReader::nameIndex(std::string_view key,
-                                                   std::span<const std::string_view> names, Need need) {
-  const std::string allowed = listOf(names);
-  const std::string* found = string(key, need, allowed);
-  if (!found) return std::nullopt;
-  const auto at = std::find(names.begin(), names.end(), *found);
-  if (at != names.end()) return static_cast<std::size_t>(at - names.begin());
-  const JsonValue* value = find(key, need, allowed);
-  report(key, *value, quotedText(*found) + " found" + suggestion(*found, names) + "; allowed: " + allowed);
+std::optional<std::int64_t> ObjectReader::readInteger(const Integer& type, const Place& place) {
+  // 1.0 counts as an integer.
+  const double number = place.value.isNumber() ? place.value.asDouble() : 0.5;
+  if (number >= static_cast<double>(type.min) && number <= static_cast<double>(type.max) &&
+      number == std::floor(number))
+    return static_cast<std::int64_t>(number);
+  refuse(place, notOfType(place.value, allowed(type)));
   return std::nullopt;
 }
 
-bool ObjectReader::integerPair(std::string_view key, std::int64_t min, std::int64_t max,
-                               std::int64_t (&result)[2]) {
-  const JsonValue* value = find(key, Need::optional, {});
-  if (!value) return false;
-  const auto* array = std::get_if<JsonArray>(&value->data);
-  if (!array || array->size() != 2) {
-    report(key, *value, notOfType(*value, "[width, height], two integers"));
-    return false;
-  }
+bool ObjectReader::read(Flag type, const Place& place, bool& result) {
+  const bool* found = std::get_if<bool>(&place.value.data);
+  if (!found) return refuse(place, notOfType(place.value, allowed(type)));
+  result = *found;
+  return true;
+}
+
+bool ObjectReader::read(Text type, const Place& place, std::string& result) {
+  const auto* found = std::get_if<std::string>(&place.value.data);
+  if (!found || (type.isPath && (found->empty() || found->find('\0') != std::string::npos)))
+    return refuse(place, notOfType(place.value, allowed(type)));
+  result = *found;
+  return true;
+}
+
+bool ObjectReader::read(Color type, const Place& place, std::tuple<float&, float&, float&>& result) {
+  const auto* array = std::get_if<JsonArray>(&place.value.data);
+  if (!array || array->size() != 3) return refuse(place, notOfType(place.value, allowed(type)));
+  float channels[3] = {};
   bool good = true;
-  const JsonPath place = path_.child(key);
-  for (std::size_t i = 0; i < 2; ++i)
-    good &= readInteger((*array)[i], place.child(i), min, max, problems_, result[i]);
+  for (std::size_t i = 0; i < 3; ++i)
+    good &= read(Number::any(), {(*array)[i], place.path.child(i)}, channels[i]);
+  if (good) result = std::tuple(channels[0], channels[1], channels[2]);
   return good;
+}
+
+bool ObjectReader::read(Size type, const Place& place, MapSize& result) {
+  const auto* array = std::get_if<JsonArray>(&place.value.data);
+  if (!array || array->size() != 2) return refuse(place, notOfType(place.value, allowed(type)));
+  std::int64_t side[2] = {};
+  bool good = true;
+  for (std::size_t i = 0; i < 2; ++i)
+    good &= read(Integer{1, kMaxSide}, {(*array)[i], place.path.child(i)}, side[i]);
+  if (!good) return false;
+  if (side[0] * side[1] > kMaxPixels)
+    return refuse(place, std::to_string(side[0]) + " x " + std::to_string(side[1]) + " is " +
+                             std::to_string(side[0] * side[1]) + " pixels; allowed: at most " +
+                             std::to_string(kMaxPixels));
+  result = {static_cast<int>(side[0]), static_cast<int>(side[1])};
+  return true;
+}
+
+void ObjectReader::checkFinite(const JsonValue& value, const JsonPath& path) {
+  if (const auto* array = std::get_if<JsonArray>(&value.data)) {
+    for (std::size_t i = 0; i < array->size(); ++i) checkFinite((*array)[i], path.child(i));
+  } else if (const auto* object = std::get_if<JsonObject>(&value.data)) {
+    for (const JsonMember& member : *object) checkFinite(member.value, path.child(member.key));
+  } else if (std::holds_alternative<OverflowingNumber>(value.data)) {
+    refuse({value, path}, value.found() + " is not finite");
+  }
+}
+
+bool ObjectReader::read(FreeObject type, const Place& place, std::string& result) {
+  if (!std::holds_alternative<JsonObject>(place.value.data))
+    return refuse(place, notOfType(place.value, allowed(type)));
+  // Numbers that overflow could not be given back.
+  checkFinite(place.value, place.path);
+  result = toJson(place.value).dump();
+  return true;
+}
+
+const NameRow* ObjectReader::readName(std::span<const NameRow> rows, unsigned uses,
+                                      std::string_view misplaced, const Place& place) {
+  const Names names = namesFor(rows, uses);
+  const auto* found = std::get_if<std::string>(&place.value.data);
+  bool isName = false;
+  for (const NameRow& row : rows) {
+    if (!found || row.name != *found) continue;
+    if ((row.uses & uses) != 0) return &row;
+    isName = true;
+  }
+  std::string finding = place.value.found();
+  if (isName)
+    finding.append(" ").append(misplaced);
+  else
+    finding.append(" found").append(found ? suggestion(*found, names) : "");
+  refuse(place, finding + "; allowed: " + listOf(names));
+  return nullptr;
 }
 
 }  // namespace orv::scene

@@ -1,16 +1,8 @@
 #include "scene/Scene.h"
 
-#include <array>
 #include <filesystem>
 
 namespace orv::scene {
-
-hdri::BrushKind SceneBrush::kind() const {
-  using hdri::BrushKind;
-  constexpr std::array kinds{BrushKind::color, BrushKind::gradient, BrushKind::sunSky, BrushKind::image,
-                             BrushKind::background};
-  return kinds[paint.index()];
-}
 
 std::string resolvePath(const std::string& folder, const std::string& path) {
   // An absolute path stands for itself.

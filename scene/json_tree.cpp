@@ -7,6 +7,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <set>
 
 #include "scene/Problems.h"
 
@@ -123,25 +124,12 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
   /// Reports each key of the innermost object that stands there again, and keeps the first of them.
   void dropRepeatedKeys() {
     auto& object = std::get<JsonObject>(stack_.back()->data);
-    std::vector<std::size_t> byKey(object.size());
-    for (std::size_t i = 0; i < byKey.size(); ++i) byKey[i] = i;
-    std::sort(byKey.begin(), byKey.end(), [&](std::size_t a, std::size_t b) {
-      const int order = object[a].key.compare(object[b].key);
-      return order != 0 ? order < 0 : a < b;
-    });
-    std::vector<bool> repeated(object.size());
-    bool any = false;
-    for (std::size_t i = 1; i < byKey.size(); ++i) {
-      const JsonMember& member = object[byKey[i]];
-      if (member.key != object[byKey[i - 1]].key) continue;
-      repeated[byKey[i]] = any = true;
+    std::set<std::string> seen;
+    std::erase_if(object, [&](const JsonMember& member) {
+      if (seen.insert(member.key).second) return false;
       problems_.add(member.value.order, openPath(member.key), "this key is given twice; allowed: once");
-    }
-    if (!any) return;
-    JsonObject kept;
-    for (std::size_t i = 0; i < object.size(); ++i)
-      if (!repeated[i]) kept.push_back(std::move(object[i]));
-    object = std::move(kept);
+      return true;
+    });
   }
 
   /// Path of the member `key` of the innermost open object.

@@ -19,14 +19,33 @@ namespace {
 static_assert(std::endian::native == std::endian::little,
               "PFM files are written in the machine's byte order");
 
-constexpr std::array<std::string_view, 8> kEndings{".exr",  ".hdr", ".pfm", ".tif",
-                                                   ".tiff", ".png", ".jpg", ".jpeg"};
-constexpr std::array kFormats{MapFormat::exr,  MapFormat::hdr, MapFormat::pfm,  MapFormat::tiff,
-                              MapFormat::tiff, MapFormat::png, MapFormat::jpeg, MapFormat::jpeg};
+constexpr std::string_view kExrCompressions[] = {"none",  "rle", "zips", "zip",  "piz",
+                                                 "pxr24", "b44", "b44a", "dwaa", "dwab"};
+constexpr std::string_view kTiffCompressions[] = {"none", "lzw", "packbits", "zip"};
 
-constexpr std::array<std::string_view, 10> kExrCompressions{"none",  "rle", "zips", "zip",  "piz",
-                                                            "pxr24", "b44", "b44a", "dwaa", "dwab"};
-constexpr std::array<std::string_view, 4> kTiffCompressions{"none", "lzw", "packbits", "zip"};
+constexpr MapFormat kFormats[] = {
+    {.name = "EXR",
+     .endings = {".exr"},
+     .plugin = "openexr",
+     .compressions = kExrCompressions,
+     .datesFiles = true,
+     .tellsOrientation = true},
+    {.name = "HDR", .endings = {".hdr"}, .plugin = "hdr"},
+    {.name = "PFM", .endings = {".pfm"}},
+    {.name = "TIFF",
+     .endings = {".tif", ".tiff"},
+     .plugin = "tiff",
+     .compressions = kTiffCompressions,
+     .datesFiles = true},
+    {.name = "PNG", .endings = {".png"}, .plugin = "png", .preview = true},
+    // JPEG's own library ends the program on a map that is too large, so it is not asked.
+    {.name = "JPEG",
+     .endings = {".jpg", ".jpeg"},
+     .plugin = "jpeg",
+     .preview = true,
+     .quality = 95,
+     .maxSide = 65500},
+};
 
 /// Rows handed over at once: enough for a compressor to keep several threads busy.
 constexpr int kBandRows = 256;
@@ -60,36 +79,16 @@ class OutputProxy final : public OIIO::Filesystem::IOProxy {
   OutputFile& file_;
 };
 
-const char* pluginName(MapFormat format) {
-  switch (format) {
-    case MapFormat::exr:
-      return "openexr";
-    case MapFormat::hdr:
-      return "hdr";
-    case MapFormat::tiff:
-      return "tiff";
-    case MapFormat::png:
-      return "png";
-    case MapFormat::jpeg:
-      return "jpeg";
-    case MapFormat::pfm:
-      break;
-  }
-  return "";
-}
-
-OIIO::ImageSpec describe(const hdri::EnvImage& map, MapFormat format, const MapFileOptions& options) {
-  const bool preview = format == MapFormat::png || format == MapFormat::jpeg;
-  OIIO::ImageSpec spec(map.width, map.height, 3, preview ? OIIO::TypeUInt8 : OIIO::TypeFloat);
-  spec.attribute("oiio:ColorSpace", preview ? "sRGB" : "Linear");
+OIIO::ImageSpec describe(const hdri::EnvImage& map, const MapFormat& format, const MapFileOptions& options) {
+  OIIO::ImageSpec spec(map.width, map.height, 3, format.preview ? OIIO::TypeUInt8 : OIIO::TypeFloat);
+  spec.attribute("oiio:ColorSpace", format.preview ? "sRGB" : "Linear");
   if (!options.software.empty()) spec.attribute("Software", options.software);
-  // Equal maps give equal files: the time of writing, which these formats' writers add, is the file system's
-  // to tell.
-  if (format == MapFormat::exr || format == MapFormat::tiff) spec.attribute("DateTime", "");
-  if (!mapCompressions(format).empty())
+  // Equal maps give equal files: the time of writing is the file system's to tell.
+  if (format.datesFiles) spec.attribute("DateTime", "");
+  if (!format.compressions.empty())
     spec.attribute("compression", options.compression.empty() ? "zip" : options.compression);
-  if (format == MapFormat::jpeg) spec.attribute("CompressionQuality", 95);
-  if (format != MapFormat::exr) return spec;
+  if (format.quality > 0) spec.attribute("CompressionQuality", format.quality);
+  if (!format.tellsOrientation) return spec;
   spec.attribute("orv:projection", "latlong");
   spec.attribute("orv:orientation", "centre +x, zenith +z, longitudes grow to the right");
   // Rec. 709 primaries and D65, x and y each.
@@ -129,25 +128,14 @@ bool writeBands(OIIO::ImageOutput& output, const hdri::EnvImage& map, const OIIO
   return true;
 }
 
-/// JPEG's own library ends the program on a map that is too large, so it is not asked.
-void checkSides(const hdri::EnvImage& map, const OutputFile& file, MapFormat format) {
-  constexpr int kMaxJpegSide = 65500;
-  if (format == MapFormat::jpeg && std::max(map.width, map.height) > kMaxJpegSide)
-    throw FileError(file.path() + ": cannot be written: " + std::to_string(map.width) + " x " +
-                    std::to_string(map.height) + " pixels; a JPEG file has at most " +
-                    std::to_string(kMaxJpegSide) + " a side");
-}
-
-void writeWithPlugin(const hdri::EnvImage& map, OutputFile& file, MapFormat format,
+void writeWithPlugin(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
                      const MapFileOptions& options) {
-  checkSides(map, file, format);
   OutputProxy proxy(file);
-  const std::string plugin = pluginName(format);
-  const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(plugin);
+  const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(std::string(format.plugin));
   if (!output) throw FileError(file.path() + ": cannot be written: " + OIIO::geterror());
   const OIIO::ImageSpec spec = describe(map, format, options);
   bool good = output->set_ioproxy(&proxy) && output->open(file.path(), spec);
-  if (good && spec.format == OIIO::TypeUInt8) {
+  if (good && format.preview) {
     const std::vector<std::uint8_t> picture = toneMap(map, options.exposureStops);
     good = writeBands(*output, map, OIIO::TypeUInt8, picture.data(), options);
   } else if (good) {
@@ -161,30 +149,41 @@ void writeWithPlugin(const hdri::EnvImage& map, OutputFile& file, MapFormat form
 
 }  // namespace
 
-std::span<const std::string_view> mapEndings() { return kEndings; }
+bool MapFormat::knows(std::string_view compression) const {
+  return std::find(compressions.begin(), compressions.end(), compression) != compressions.end();
+}
 
-std::optional<MapFormat> mapFormatOf(std::string_view path) {
+std::span<const MapFormat> mapFormats() { return kFormats; }
+
+const MapFormat* mapFormatOf(std::string_view path) {
   const std::size_t dot = path.find_last_of("./");
-  if (dot == std::string_view::npos || path[dot] == '/') return std::nullopt;
+  if (dot == std::string_view::npos || path[dot] == '/') return nullptr;
   std::string ending(path.substr(dot));
   std::transform(ending.begin(), ending.end(), ending.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  const auto at = std::find(kEndings.begin(), kEndings.end(), ending);
-  if (at == kEndings.end()) return std::nullopt;
-  return kFormats[static_cast<std::size_t>(at - kEndings.begin())];
+  for (const MapFormat& format : kFormats)
+    if (ending == format.endings[0] || ending == format.endings[1]) return &format;
+  return nullptr;
 }
 
-std::span<const std::string_view> mapCompressions(MapFormat format) {
-  if (format == MapFormat::exr) return kExrCompressions;
-  if (format == MapFormat::tiff) return kTiffCompressions;
-  return {};
+std::vector<std::string_view> mapEndings() {
+  std::vector<std::string_view> endings;
+  for (const MapFormat& format : kFormats)
+    for (const std::string_view ending : format.endings)
+      if (!ending.empty()) endings.push_back(ending);
+  return endings;
 }
 
-void writeMap(const hdri::EnvImage& map, OutputFile& file, MapFormat format, const MapFileOptions& options) {
-  if (format == MapFormat::pfm)
-    writePfm(map, file, options);
-  else
+void writeMap(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
+              const MapFileOptions& options) {
+  if (std::max(map.width, map.height) > format.maxSide)
+    throw FileError(file.path() + ": cannot be written: " + std::to_string(map.width) + " x " +
+                    std::to_string(map.height) + " pixels; a " + std::string(format.name) +
+                    " file has at most " + std::to_string(format.maxSide) + " a side");
+  if (format.plugin)
     writeWithPlugin(map, file, format, options);
+  else
+    writePfm(map, file, options);
   file.finish();
 }
 

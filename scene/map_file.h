@@ -1,40 +1,54 @@
 #pragma once
 
+#include <array>
 #include <functional>
-#include <optional>
+#include <limits>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "hdri/EnvImage.h"
 #include "scene/OutputFile.h"
 
 namespace orv::scene {
 
-/// File formats that a map is written in. PNG and JPEG are tone-mapped previews, the others hold 32-bit
-/// floats (Radiance HDR a shared exponent).
-enum class MapFormat { exr, hdr, pfm, tiff, png, jpeg };
+/// A file format that a map is written in. A format is one row of the table in map_file.cpp.
+struct MapFormat {
+  std::string_view name;                    ///< as messages give it
+  std::array<std::string_view, 2> endings;  ///< the first is the usual one; the second may be empty
+  const char* plugin = nullptr;             ///< OpenImageIO's name of it; null: written without
+  bool preview = false;                     ///< tone-mapped, 8 bits; else linear 32-bit floats
+  int quality = 0;                          ///< of a lossy preview, to 100; 0: not asked for
+  std::span<const std::string_view> compressions = {};  ///< to choose from, zip by default; empty: no choice
+  int maxSide = std::numeric_limits<int>::max();        ///< pixels
+  bool datesFiles = false;                              ///< its writer notes the time when it is not told one
+  bool tellsOrientation = false;  ///< its header says how the map lies, and its primaries
+
+  bool knows(std::string_view compression) const;
+};
 
 struct MapFileOptions {
-  std::string compression = {};              ///< of EXR and TIFF; empty takes ZIP
+  std::string compression = {};              ///< one that the format knows; empty takes ZIP
   float exposureStops = 0;                   ///< of previews
   std::string software = {};                 ///< name and version of the program, for the file's header
   std::function<void(float)> progress = {};  ///< hears of the amount done, 0 to 1; may be empty
 };
 
-/// The format that the ending of `path` names, in any letter case.
-std::optional<MapFormat> mapFormatOf(std::string_view path);
+/// All formats, in the order in which they are listed.
+std::span<const MapFormat> mapFormats();
+
+/// The format that the ending of `path` names, in any letter case; null for none.
+const MapFormat* mapFormatOf(std::string_view path);
 
 /// The endings that name a format: ".exr", ".hdr" and so on.
-std::span<const std::string_view> mapEndings();
-
-/// The compressions that a format knows; none for one that has no choice.
-std::span<const std::string_view> mapCompressions(MapFormat format);
+std::vector<std::string_view> mapEndings();
 
 /// Writes a map into `file` and finishes it; the caller commits. EXR files carry `orv:projection`
 /// ("latlong"), `orv:orientation`, Rec. 709 `chromaticities` and the software's name, and no `envmap`
 /// attribute: that one stands for a map with y up and samples on the edges.
 /// @throws FileError when the file can not be written or the format can not hold the map.
-void writeMap(const hdri::EnvImage& map, OutputFile& file, MapFormat format, const MapFileOptions& options);
+void writeMap(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
+              const MapFileOptions& options);
 
 }  // namespace orv::scene

@@ -13,22 +13,19 @@ constexpr std::size_t kLongestCompared = 64;
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 std::size_t distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> beforeLast(b.size() + 1);
-  std::vector<std::size_t> last(b.size() + 1);
-  std::vector<std::size_t> row(b.size() + 1);
-  for (std::size_t j = 0; j <= b.size(); ++j) last[j] = j;
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
+  // d[i][j]: of the first i letters of a and the first j of b.
+  std::vector<std::vector<std::size_t>> d(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
+  for (std::size_t i = 0; i <= a.size(); ++i) {
+    for (std::size_t j = 0; j <= b.size(); ++j) {
+      d[i][j] = i + j;
+      if (i == 0 || j == 0) continue;
       const bool same = lower(a[i - 1]) == lower(b[j - 1]);
-      row[j] = std::min({last[j] + 1, row[j - 1] + 1, last[j - 1] + (same ? 0u : 1u)});
+      d[i][j] = std::min({d[i - 1][j] + 1, d[i][j - 1] + 1, d[i - 1][j - 1] + (same ? 0u : 1u)});
       if (i > 1 && j > 1 && lower(a[i - 1]) == lower(b[j - 2]) && lower(a[i - 2]) == lower(b[j - 1]))
-        row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+        d[i][j] = std::min(d[i][j], d[i - 2][j - 2] + 1);
     }
-    std::swap(beforeLast, last);
-    std::swap(last, row);
   }
-  return last[b.size()];
+  return d[a.size()][b.size()];
 }
 
 }  // namespace

@@ -39,8 +39,7 @@ void addPins(const Scene& scene, hdri::IPainter& painter, const PaintOptions& op
                            : painter.addRectPin(rectParams(pin), *fill);
     if (!added)
       throw PaintError(options.fileName + ": " + pinLabel(scene, i) +
-                       ": refused by the painter, which has no " +
-                       "memory left for it or can not paint its fill");
+                       ": refused by the painter, which has no memory left for it or can not paint its fill");
   }
 }
 
@@ -51,16 +50,17 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
   LogCollector log;
   PaintResult result;
   try {
+    // The painter may look at the background's brush until it is cleared.
+    const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
+    const auto clear = [](hdri::IPainter* used) { used->clear(); };
+    const std::unique_ptr<hdri::IPainter, decltype(clear)> clearAtEnd(&painter, clear);
     painter.setScene(host);
     setSize(scene, painter, options, log);
     painter.setOptions(
         {.smoothing = static_cast<std::uint8_t>(scene.smoothing ? 1 : 0), .keepBackground = 0});
-    // The painter may look at the background's brush until the map is painted.
-    const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
     result.fellBack = !painter.setBackground(*background);
     addPins(scene, painter, options);
     result.map = painter.paint();
-    painter.clear();
   } catch (const std::bad_alloc&) {
     throw PaintError(options.fileName + ": size: there is not enough memory to paint a map of this size");
   } catch (const std::length_error&) {

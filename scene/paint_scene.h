@@ -32,10 +32,10 @@ struct PaintResult {
 };
 
 /// Paints a scene with a painter and a host: size, options, background, enabled pins in order, paint. While
-/// it runs, the host's log goes to the result; afterwards it goes to standard error.
+/// it runs, the host's log goes to the result; afterwards it goes to standard error. However it ends, the
+/// painter holds no pin and no background of the scene afterwards.
 /// @throws FileError when the image that gives the size can not be read; PaintError when the painter refuses
-/// a
-///         pin or there is not enough memory.
+///         a pin or there is not enough memory.
 PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host,
                        const PaintOptions& options);
 

@@ -2,7 +2,7 @@
 
 #include <array>
 #include <cstddef>
-#include <span>
+#include <cstdint>
 #include <string_view>
 
 #include "hdri/Brush.h"
@@ -10,43 +10,91 @@
 
 namespace orv::scene {
 
-/// Names that a scene file gives to the values of an enumeration, in the order in which messages list them.
-template <typename Value, std::size_t n>
-struct NameTable {
-  std::array<std::string_view, n> names;
-  std::array<Value, n> values;
-
-  std::string_view nameOf(Value value) const {
-    for (std::size_t i = 0; i < n; ++i)
-      if (values[i] == value) return names[i];
-    return {};
-  }
+/// A name that a value of a scene file may be.
+struct NameRow {
+  std::string_view name;
+  unsigned uses = ~0u;      ///< where it may stand, as bits
+  std::uint32_t value = 0;  ///< the enumerator; `kNames` fills it in
 };
 
-inline constexpr NameTable<hdri::BrushKind, 5> kBrushTypes{
-    {"color", "gradient", "sunSky", "image", "background"},
-    {hdri::BrushKind::color, hdri::BrushKind::gradient, hdri::BrushKind::sunSky, hdri::BrushKind::image,
-     hdri::BrushKind::background}};
+/// Uses of a falloff.
+inline constexpr unsigned kOfCircle = 1;
+inline constexpr unsigned kOfRect = 2;
 
-inline constexpr NameTable<hdri::BlendMode, 4> kModes{
-    {"add", "multiply", "mix", "screen"},
-    {hdri::BlendMode::add, hdri::BlendMode::multiply, hdri::BlendMode::mix, hdri::BlendMode::screen}};
+// The tables of names. They are switches without a `default:`, so that an enumerator without a row does not
+// compile. Messages list names in the order of the enumerators' values.
 
-enum class PinShapeKind { circle, rect };
+constexpr NameRow nameRow(hdri::BlendMode mode) {
+  switch (mode) {
+    case hdri::BlendMode::add:
+      return {"add"};
+    case hdri::BlendMode::multiply:
+      return {"multiply"};
+    case hdri::BlendMode::mix:
+      return {"mix"};
+    case hdri::BlendMode::screen:
+      return {"screen"};
+  }
+  return {};
+}
 
-inline constexpr NameTable<PinShapeKind, 2> kShapes{{"circle", "rect"},
-                                                    {PinShapeKind::circle, PinShapeKind::rect}};
+constexpr NameRow nameRow(hdri::Falloff falloff) {
+  switch (falloff) {
+    case hdri::Falloff::circleCosine:
+      return {"cosine", kOfCircle};
+    case hdri::Falloff::circleLinear:
+      return {"linear", kOfCircle};
+    case hdri::Falloff::circleQuadratic:
+      return {"quadratic", kOfCircle};
+    case hdri::Falloff::circleSmoothEdge:
+      return {"smoothEdge", kOfCircle};
+    case hdri::Falloff::circleGaussianEdge:
+      return {"gaussianEdge", kOfCircle};
+    case hdri::Falloff::rectCosine:
+      return {"cosine", kOfRect};
+    case hdri::Falloff::rectLinear:
+      return {"linear", kOfRect};
+    case hdri::Falloff::rectQuadratic:
+      return {"quadratic", kOfRect};
+    case hdri::Falloff::rectBoxEdge:
+      return {"boxEdge", kOfRect};
+    case hdri::Falloff::rectBoxProduct:
+      return {"boxProduct", kOfRect};
+    case hdri::Falloff::rectBoxGaussian:
+      return {"boxGaussian", kOfRect};
+    case hdri::Falloff::outline:
+      return {"outline", kOfCircle | kOfRect};
+    case hdri::Falloff::solid:
+      return {"solid", kOfCircle | kOfRect};
+  }
+  return {};
+}
 
-inline constexpr NameTable<hdri::Falloff, 7> kCircleFalloffs{
-    {"cosine", "linear", "quadratic", "smoothEdge", "gaussianEdge", "outline", "solid"},
-    {hdri::Falloff::circleCosine, hdri::Falloff::circleLinear, hdri::Falloff::circleQuadratic,
-     hdri::Falloff::circleSmoothEdge, hdri::Falloff::circleGaussianEdge, hdri::Falloff::outline,
-     hdri::Falloff::solid}};
+/// All rows of an enumeration. None of them has values above 512.
+template <typename Value>
+inline constexpr auto kNames = [] {
+  constexpr auto rowAt = [](std::uint32_t value) {
+    NameRow row = nameRow(static_cast<Value>(value));
+    row.value = value;
+    return row;
+  };
+  constexpr std::size_t count = [&] {
+    std::size_t n = 0;
+    for (std::uint32_t value = 0; value <= 512; ++value) n += rowAt(value).name.empty() ? 0 : 1;
+    return n;
+  }();
+  std::array<NameRow, count> rows{};
+  std::size_t i = 0;
+  for (std::uint32_t value = 0; value <= 512; ++value)
+    if (!rowAt(value).name.empty()) rows[i++] = rowAt(value);
+  return rows;
+}();
 
-inline constexpr NameTable<hdri::Falloff, 8> kRectFalloffs{
-    {"cosine", "linear", "quadratic", "boxEdge", "boxProduct", "boxGaussian", "outline", "solid"},
-    {hdri::Falloff::rectCosine, hdri::Falloff::rectLinear, hdri::Falloff::rectQuadratic,
-     hdri::Falloff::rectBoxEdge, hdri::Falloff::rectBoxProduct, hdri::Falloff::rectBoxGaussian,
-     hdri::Falloff::outline, hdri::Falloff::solid}};
+/// The name of a value; empty when it may not stand in any of `uses`.
+template <typename Value>
+constexpr std::string_view nameOf(Value value, unsigned uses = ~0u) {
+  const NameRow row = nameRow(value);
+  return (row.uses & uses) != 0 ? row.name : std::string_view();
+}
 
 }  // namespace orv::scene

@@ -8,11 +8,11 @@
 #include "scene/json_tree.h"
 #include "scene/map_info.h"
 #include "scene/read_scene.h"
-#include "scene/scene_names.h"
 
 namespace orvpaint {
 namespace {
 
+namespace hdri = orv::hdri;
 namespace scene = orv::scene;
 
 /// Numbers as people read them: six digits at most.
@@ -51,45 +51,69 @@ std::string imageNote(const std::string& folder, const std::string& path) {
   return scene::quotedText(path) + (found ? "" : " (not found)");
 }
 
-std::string paintText(const scene::SceneBrush& brush, const std::string& folder) {
-  std::string type(scene::kBrushTypes.nameOf(brush.kind()));
-  if (const auto* color = std::get_if<scene::ColorPaint>(&brush.paint)) {
-    const auto& [r, g, b] = color->color;
-    return type + " " + rgbText(static_cast<double>(r), static_cast<double>(g), static_cast<double>(b));
+/// What a brush is painted with.
+struct PaintText {
+  const std::string& folder;
+
+  std::string operator()(const scene::ColorPaint& paint) const {
+    const auto& [r, g, b] = paint.color;
+    return std::string(" ")
+        .append(rgbText(static_cast<double>(r), static_cast<double>(g), static_cast<double>(b)))
+        .append(brightnessText(paint.brightness));
   }
-  if (const auto* gradient = std::get_if<scene::GradientPaint>(&brush.paint))
-    return type + " of " + std::to_string(gradient->stops.size()) + " stops";
-  if (const auto* image = std::get_if<scene::ImagePaint>(&brush.paint))
-    return type + " " + imageNote(folder, image->path);
-  return type;
+  template <typename Paint>
+  std::string operator()(const Paint& paint) const {
+    std::string text;
+    if constexpr (requires { paint.stops; })
+      text.append(" of ").append(std::to_string(paint.stops.size())).append(" stops");
+    if constexpr (requires { paint.path; }) text.append(" ").append(imageNote(folder, paint.path));
+    text += brightnessText(paint.adjustments.brightness);
+    if constexpr (requires { paint.map; }) text += changesText(paint.map);
+    return text;
+  }
+
+ private:
+  static std::string brightnessText(float brightness) {
+    std::string text;
+    if (brightness != 1.0f) text.append(", brightness ").append(number(static_cast<double>(brightness)));
+    return text;
+  }
+  static std::string changesText(const scene::MapChanges& map) {
+    const auto& [azimuth, tilt] = map.rotation;
+    std::string text;
+    if (map.blur != 0.0f) text.append(", blur ").append(number(static_cast<double>(map.blur)));
+    if (azimuth == 0.0f && tilt == 0.0f) return text;
+    return text.append(", rotation ")
+        .append(number(static_cast<double>(azimuth)))
+        .append("/")
+        .append(number(static_cast<double>(tilt)));
+  }
+};
+
+/// `choice` is the one of the background's or the fill's type.
+template <typename Choice, typename Brush>
+std::string brushText(const Choice& choice, const Brush& brush, const std::string& folder) {
+  return std::string(choice.nameOf(brush)) + std::visit(PaintText{folder}, brush.paint);
 }
 
-std::string brushText(const scene::SceneBrush& brush, const std::string& folder) {
-  std::string text = paintText(brush, folder);
-  if (brush.adjustments.brightness != 1.0f)
-    text += ", brightness " + number(static_cast<double>(brush.adjustments.brightness));
-  if (brush.blur != 0.0f) text += ", blur " + number(static_cast<double>(brush.blur));
-  if (brush.rotationAzimuth != 0.0f || brush.rotationTilt != 0.0f)
-    text += ", rotation " + number(static_cast<double>(brush.rotationAzimuth)) + "/" +
-            number(static_cast<double>(brush.rotationTilt));
-  return text;
-}
+struct ShapeText {
+  std::string operator()(const scene::CircleShape& circle) const {
+    return std::string("radius ").append(number(static_cast<double>(circle.radius)));
+  }
+  std::string operator()(const scene::RectShape& rect) const {
+    std::string text = number(static_cast<double>(rect.halfWidth));
+    return text.append(" x ").append(number(static_cast<double>(rect.halfHeight)));
+  }
+};
 
 std::string pinText(const scene::ScenePin& pin, const std::string& folder) {
-  const bool circle = std::holds_alternative<scene::CircleShape>(pin.shape);
-  std::string text = circle ? "circle" : "rect";
+  const hdri::Falloff falloff = std::visit([](const auto& shape) { return shape.falloff; }, pin.shape);
+  std::string text(scene::kPinShape.nameOf(pin));
   text +=
       " at " + number(static_cast<double>(pin.azimuth)) + "/" + number(static_cast<double>(pin.elevation));
-  if (circle) {
-    text += ", radius " + number(static_cast<double>(std::get<scene::CircleShape>(pin.shape).radius));
-  } else {
-    const auto& rect = std::get<scene::RectShape>(pin.shape);
-    text += ", " + number(static_cast<double>(rect.halfWidth)) + " x " +
-            number(static_cast<double>(rect.halfHeight));
-  }
-  text += ", " + std::string(circle ? scene::kCircleFalloffs.nameOf(pin.falloff)
-                                    : scene::kRectFalloffs.nameOf(pin.falloff));
-  text += ", " + std::string(scene::kModes.nameOf(pin.fill.mode)) + " " + brushText(pin.fill, folder);
+  text.append(", ").append(std::visit(ShapeText(), pin.shape));
+  text.append(", ").append(scene::nameOf(falloff)).append(", ").append(scene::nameOf(pin.fill.mode));
+  text.append(" ").append(brushText(scene::kFillPaint, pin.fill, folder));
   return pin.enabled ? text : text + " (disabled)";
 }
 
@@ -101,7 +125,7 @@ std::string sceneText(const std::string& path) {
                            ? std::to_string(read.size.width) + " x " + std::to_string(read.size.height)
                            : "of " + imageNote(folder, read.sizeFromImage));
   text += line("smoothing", read.smoothing ? "on" : "off");
-  text += line("background", brushText(read.background, folder));
+  text += line("background", brushText(scene::kBackgroundPaint, read.background, folder));
   for (std::size_t i = 0; i < read.pins.size(); ++i)
     text += line(scene::pinLabel(read, i), pinText(read.pins[i], folder));
   return text;

@@ -68,10 +68,32 @@ std::string checkExposure(const std::string& text) {
 
 std::vector<std::string_view> compressionNames() {
   std::vector<std::string_view> names;
-  for (const scene::MapFormat format : {scene::MapFormat::exr, scene::MapFormat::tiff})
-    for (const std::string_view name : scene::mapCompressions(format))
+  for (const scene::MapFormat& format : scene::mapFormats())
+    for (const std::string_view name : format.compressions)
       if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
   return names;
+}
+
+/// The usual endings of previews, or of formats that hold floats: `.png and .jpg`.
+std::string endingsText(bool previews) {
+  std::vector<std::string_view> endings;
+  for (const scene::MapFormat& format : scene::mapFormats())
+    if (format.preview == previews) endings.push_back(format.endings[0]);
+  if (!previews || endings.size() < 2) return scene::listOf(endings);
+  const std::string_view last = endings.back();
+  endings.pop_back();
+  return scene::listOf(endings).append(" and ").append(last);
+}
+
+/// `EXR: none, rle` and so on, a line for each format that has a choice.
+std::string compressionsText() {
+  std::string text;
+  for (const scene::MapFormat& format : scene::mapFormats()) {
+    if (format.compressions.empty()) continue;
+    text.append(text.empty() ? "" : "\n").append(format.name).append(": ");
+    text.append(scene::listOf(format.compressions));
+  }
+  return text;
 }
 
 std::string checkCompression(const std::string& name) {
@@ -86,8 +108,9 @@ void addPaint(CLI::App& app, PaintArguments& arguments) {
   paint->add_option("SCENE", arguments.scene, "Scene file (JSON)")->required();
   paint
       ->add_option("-o,--output", arguments.outputs,
-                   "File to write; may be given several times. The ending chooses the format:\n"
-                   ".exr, .hdr, .pfm, .tif hold floats, .png and .jpg are tone-mapped previews")
+                   "File to write; may be given several times. The ending chooses the format:\n" +
+                       endingsText(false) + " hold floats, " + endingsText(true) +
+                       " are tone-mapped previews")
       ->required()
       ->allow_extra_args(false)
       ->type_name("OUT")
@@ -106,14 +129,14 @@ void addPaint(CLI::App& app, PaintArguments& arguments) {
                    "Use at most N threads; by default as many as the process may use processors")
       ->type_name("N")
       ->check(CLI::Range(1, 1024));
-  paint->add_option("--exposure", arguments.exposureStops, "Exposure of .png and .jpg previews, in stops")
+  paint
+      ->add_option("--exposure", arguments.exposureStops,
+                   "Exposure of " + endingsText(true) + " previews, in stops")
       ->type_name("STOPS")
       ->check(CLI::Validator(checkExposure, ""));
   paint
       ->add_option("--compression", arguments.compression,
-                   "Compression, zip by default. EXR: " +
-                       scene::listOf(scene::mapCompressions(scene::MapFormat::exr)) +
-                       "\nTIFF: " + scene::listOf(scene::mapCompressions(scene::MapFormat::tiff)))
+                   "Compression, zip by default. " + compressionsText())
       ->type_name("NAME")
       ->check(CLI::Validator(checkCompression, ""));
   paint->add_flag("--allow-fallback", arguments.allowFallback,
@@ -131,8 +154,7 @@ std::string checkPaint(const PaintArguments& arguments) {
     std::error_code error;
     targets.push_back(
         std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error).string());
-    const auto known = scene::mapCompressions(*scene::mapFormatOf(path));
-    compressible |= std::find(known.begin(), known.end(), arguments.compression) != known.end();
+    compressible |= scene::mapFormatOf(path)->knows(arguments.compression);
   }
   std::sort(targets.begin(), targets.end());
   const auto twice = std::adjacent_find(targets.begin(), targets.end());

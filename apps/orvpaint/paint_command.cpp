@@ -31,13 +31,11 @@ void showProgress(void* bar, const char* text, double amount) {
 void writeOutputs(const orv::hdri::EnvImage& map, std::vector<std::unique_ptr<scene::OutputFile>>& files,
                   const PaintArguments& arguments, ProgressBar& bar) {
   for (const auto& file : files) {
-    const scene::MapFormat format = *scene::mapFormatOf(file->path());
-    const std::span<const std::string_view> known = scene::mapCompressions(format);
+    const scene::MapFormat& format = *scene::mapFormatOf(file->path());
     const std::string phase = "Writing " + std::filesystem::path(file->path()).filename().string();
     scene::MapFileOptions options;
     // With several outputs the compression goes to those that know it.
-    if (std::find(known.begin(), known.end(), arguments.compression) != known.end())
-      options.compression = arguments.compression;
+    if (format.knows(arguments.compression)) options.compression = arguments.compression;
     options.exposureStops = arguments.exposureStops;
     options.software = programVersion();
     options.progress = [&](float amount) { bar.show(phase, static_cast<double>(amount)); };

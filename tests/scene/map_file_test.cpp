@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 
 #include "scene/SceneErrors.h"
 #include "scene/tone_map.h"
@@ -42,7 +43,7 @@ class MapFileTest : public testing::Test {
     const std::string path = (folder_ / name).string();
     OutputFile file(path);
     options.software = "tester 1.2";
-    writeMap(map, file, mapFormatOf(path).value(), options);
+    writeMap(map, file, *mapFormatOf(path), options);
     file.commit();
     return path;
   }
@@ -72,17 +73,25 @@ class MapFileTest : public testing::Test {
   fs::path folder_;
 };
 
+std::string_view formatOf(std::string_view path) {
+  const MapFormat* format = mapFormatOf(path);
+  return format ? format->name : "none";
+}
+
 TEST(MapFormatOf, LooksAtTheEndingInAnyCase) {
-  EXPECT_EQ(mapFormatOf("a.exr"), MapFormat::exr);
-  EXPECT_EQ(mapFormatOf("a.EXR"), MapFormat::exr);
-  EXPECT_EQ(mapFormatOf("x/a.b.tiff"), MapFormat::tiff);
-  EXPECT_EQ(mapFormatOf("a.tif"), MapFormat::tiff);
-  EXPECT_EQ(mapFormatOf("a.jpeg"), MapFormat::jpeg);
-  EXPECT_EQ(mapFormatOf(".hdr"), MapFormat::hdr);
-  EXPECT_EQ(mapFormatOf("a"), std::nullopt);
-  EXPECT_EQ(mapFormatOf("a.exr/b"), std::nullopt);
-  EXPECT_EQ(mapFormatOf("a.gif"), std::nullopt);
-  EXPECT_EQ(mapFormatOf(""), std::nullopt);
+  EXPECT_EQ(formatOf("a.exr"), "EXR");
+  EXPECT_EQ(formatOf("a.EXR"), "EXR");
+  EXPECT_EQ(formatOf("x/a.b.tiff"), "TIFF");
+  EXPECT_EQ(formatOf("a.tif"), "TIFF");
+  EXPECT_EQ(formatOf("a.jpeg"), "JPEG");
+  EXPECT_EQ(formatOf(".hdr"), "HDR");
+  for (const char* path : {"a", "a.", ".", "a.exr/b", "a.gif", ""}) EXPECT_EQ(formatOf(path), "none") << path;
+}
+
+TEST(MapFormats, HaveEndingsOfTheirOwn) {
+  const std::vector<std::string_view> endings = mapEndings();
+  EXPECT_EQ(std::set<std::string_view>(endings.begin(), endings.end()).size(), endings.size());
+  for (const MapFormat& format : mapFormats()) EXPECT_EQ(formatOf(format.endings[0]), format.name);
 }
 
 TEST_F(MapFileTest, ExrKeepsEveryBit) { EXPECT_TRUE(sameBits(load(save(testMap(), "a.exr")), testMap())); }
@@ -193,10 +202,11 @@ TEST_F(MapFileTest, ASizeThatTheFormatCannotHoldIsNamed) {
   const hdri::EnvImage map(65536, 1);
   OutputFile file((folder_ / "a.jpg").string());
   try {
-    writeMap(map, file, MapFormat::jpeg, {});
+    writeMap(map, file, *mapFormatOf("a.jpg"), {});
     FAIL();
   } catch (const FileError& error) {
-    EXPECT_THAT(error.what(), HasSubstr("a.jpg: cannot be written: "));
+    EXPECT_THAT(error.what(), HasSubstr("a.jpg: cannot be written: 65536 x 1 pixels; a JPEG file has at most "
+                                        "65500 a side"));
   }
 }
 
@@ -205,7 +215,7 @@ TEST_F(MapFileTest, AFullDeviceIsNamedForEveryFormat) {
     const fs::path link = folder_ / ("full" + std::string(ending));
     fs::create_symlink("/dev/full", link);
     OutputFile file(link.string());
-    writeMap(testMap(), file, mapFormatOf(link.string()).value(), {});
+    writeMap(testMap(), file, *mapFormatOf(link.string()), {});
     EXPECT_THROW(file.commit(), FileError) << ending;
   }
 }

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <stdexcept>
+
 #include "hdri/ColorBrush.h"
 #include "hdri/ImageBrush.h"
 #include "host/orvLog.h"
@@ -55,20 +57,28 @@ class RecordingPainter final : public hdri::IPainter {
     if (outOfMemory) throw std::bad_alloc();
     return std::make_shared<hdri::EnvImage>(2, 1);
   }
-  void clear() override { calls.emplace_back("clear"); }
+  void clear() override {
+    calls.emplace_back("clear");
+    pins = 0;
+  }
   hdri::PainterType getType() const override { return hdri::PainterType::avx2; }
 
   std::vector<std::string> calls;
   std::string logLine;
   bool imageFound = true;
   bool acceptBackground = true;
-  bool acceptPins = true;
+  std::size_t mostPins = 1000;
+  bool throwAtPins = false;  ///< beyond `mostPins`
+  std::size_t pins = 0;
   bool outOfMemory = false;
 
  private:
   bool addPin(const std::string& shape, const hdri::Brush& fill) {
     calls.push_back(shape + " " + std::to_string(static_cast<int>(fill.kind())));
-    return acceptPins;
+    if (pins == mostPins && throwAtPins) throw std::length_error("list too long");
+    if (pins == mostPins) return false;
+    ++pins;
+    return true;
   }
 
   orvScene* scene_ = nullptr;
@@ -136,7 +146,7 @@ TEST_F(PaintSceneTest, NamesTheImageThatShouldGiveTheSize) {
 }
 
 TEST_F(PaintSceneTest, NamesAPinThatIsRefused) {
-  painter_.acceptPins = false;
+  painter_.mostPins = 0;
   const std::string disabled = "{" + kCircle + R"(, "enabled": false, "fill": )" + kWhite + "}, ";
   const std::string pins = ", \"pins\": [" + disabled + disabled;
   EXPECT_THAT(errorOf<PaintError>(withBackground(
@@ -169,6 +179,21 @@ TEST_F(PaintSceneTest, OtherLinesOfTheLogAreNoFallback) {
   const PaintResult result = paint(withBackground(kWhite));
   EXPECT_FALSE(result.fellBack);
   EXPECT_THAT(result.messages, ElementsAre(painter_.logLine));
+}
+
+TEST_F(PaintSceneTest, LeavesNoPinInThePainterWhateverHappens) {
+  const std::string pin = "{" + kCircle + R"(, "fill": )" + kWhite + "}";
+  const std::string twoPins = withBackground(kWhite, ", \"pins\": [" + pin + ", " + pin + "]");
+  painter_.mostPins = 1;
+  EXPECT_NE(errorOf<PaintError>(twoPins), "") << "the second pin is refused";
+  EXPECT_EQ(painter_.pins, 0u);
+  painter_.throwAtPins = true;
+  EXPECT_NE(errorOf<PaintError>(twoPins), "") << "the second pin throws";
+  EXPECT_EQ(painter_.pins, 0u);
+  painter_.mostPins = 2;
+  painter_.outOfMemory = true;
+  EXPECT_NE(errorOf<PaintError>(twoPins), "") << "painting throws";
+  EXPECT_EQ(painter_.pins, 0u);
 }
 
 TEST_F(PaintSceneTest, TellsWhenMemoryRunsOut) {

@@ -37,11 +37,11 @@ constexpr const char* kStudio = R"({
 TEST(ReadScene, TakesEachValueFromItsKey) {
   const Scene scene = parseScene(kStudio, "s.json");
   EXPECT_EQ(scene.size, (MapSize{4096, 2048}));
-  EXPECT_EQ(std::get<ImagePaint>(scene.background.paint).path, "studio.exr");
-  EXPECT_EQ(scene.background.adjustments.brightness, 0.8f);
-  EXPECT_EQ(scene.background.blur, 2.0f);
-  EXPECT_EQ(scene.background.rotationAzimuth, 35.0f);
-  EXPECT_EQ(scene.background.rotationTilt, -10.0f);
+  const auto& image = std::get<ImageBackground>(scene.background.paint);
+  EXPECT_EQ(image.path, "studio.exr");
+  EXPECT_EQ(image.adjustments.brightness, 0.8f);
+  EXPECT_EQ(image.map.blur, 2.0f);
+  EXPECT_EQ(image.map.rotation, (Rotation{35, -10}));
   EXPECT_EQ(scene.view, R"({"exposure":1.5})");
 
   ASSERT_EQ(scene.pins.size(), 2u);
@@ -49,21 +49,18 @@ TEST(ReadScene, TakesEachValueFromItsKey) {
   EXPECT_EQ(key.name, "key");
   EXPECT_EQ(key.azimuth, -40.0f);
   EXPECT_EQ(key.elevation, 35.0f);
-  EXPECT_EQ(std::get<RectShape>(key.shape), (RectShape{14, 9, 2}));
-  EXPECT_EQ(key.falloff, Falloff::rectBoxEdge);
+  EXPECT_EQ(std::get<RectShape>(key.shape), (RectShape{14, 9, 2, Falloff::rectBoxEdge}));
   EXPECT_EQ(key.falloffAmount, 0.2f);
   EXPECT_EQ(key.fill.mode, BlendMode::add);
-  EXPECT_EQ(key.fill.adjustments.brightness, 30.0f);
-  EXPECT_EQ(std::get<ColorPaint>(key.fill.paint).color, (hdri::Rgb{1.0f, 0.96f, 0.9f}));
+  EXPECT_EQ(std::get<ColorPaint>(key.fill.paint), (ColorPaint{{1.0f, 0.96f, 0.9f}, 30}));
 
   const ScenePin& rim = scene.pins[1];
   EXPECT_FALSE(rim.enabled);
   EXPECT_TRUE(rim.half);
   EXPECT_EQ(rim.rotation, 15.0f);
-  EXPECT_EQ(std::get<CircleShape>(rim.shape).radius, 12.0f);
-  EXPECT_EQ(rim.falloff, Falloff::circleSmoothEdge);
+  EXPECT_EQ(std::get<CircleShape>(rim.shape), (CircleShape{12, Falloff::circleSmoothEdge}));
   EXPECT_EQ(rim.fill.mode, BlendMode::screen);
-  const auto& gradient = std::get<GradientPaint>(rim.fill.paint);
+  const auto& gradient = std::get<GradientFill>(rim.fill.paint);
   EXPECT_EQ(gradient.angle, 45.0f);
   EXPECT_THAT(gradient.stops, ElementsAre(hdri::GradientStop{0, 1, 1, 1, 1, 1, 12},
                                           hdri::GradientStop{1, 0, 0.5f, 0.4f, 0.6f, 1, 1}));
@@ -80,10 +77,10 @@ TEST(ReadScene, GivesDefaultsToMissingKeys) {
   EXPECT_FALSE(pin.half);
   EXPECT_EQ(pin.name, "");
   EXPECT_EQ(pin.rotation, 0.0f);
-  EXPECT_EQ(pin.falloff, Falloff::solid);
+  EXPECT_EQ(std::get<CircleShape>(pin.shape).falloff, Falloff::solid);
   EXPECT_EQ(pin.falloffAmount, 0.5f);
   EXPECT_EQ(pin.fill.mode, BlendMode::mix);
-  EXPECT_EQ(pin.fill.adjustments, hdri::Adjustments{});
+  EXPECT_EQ(std::get<ColorPaint>(pin.fill.paint).brightness, 1.0f);
 }
 
 TEST(ReadScene, ReadsSunAndSky) {
@@ -93,7 +90,7 @@ TEST(ReadScene, ReadsSunAndSky) {
               "sunIntensity": 4, "sunSize": 0.1, "latitude": -33.5, "longitude": 151.25, "hours": 17.5,
               "dayOfYear": 355, "timeZone": 11, "northOffset": -90}, "sun": {"azimuth": -120, "elevation": 35}})"),
       "s.json");
-  const hdri::SkySettings& sky = std::get<SunSkyPaint>(scene.background.paint).settings;
+  const hdri::SkySettings& sky = std::get<SunSkyBackground>(scene.background.paint).settings;
   EXPECT_EQ(sky.turbidity, 6.0f);
   EXPECT_EQ(sky.ozone, 2.0f);
   EXPECT_EQ(sky.groundAlbedo, 0.5f);
@@ -113,13 +110,13 @@ TEST(ReadScene, ReadsSunAndSky) {
 
 TEST(ReadScene, WithoutASunTheSkyFollowsItsPlaceAndTime) {
   const Scene scene = parseScene(withBackground(R"({"type": "sunSky"})"), "s.json");
-  EXPECT_EQ(std::get<SunSkyPaint>(scene.background.paint).settings, hdri::SkySettings{});
+  EXPECT_EQ(std::get<SunSkyBackground>(scene.background.paint).settings, hdri::SkySettings{});
 }
 
 TEST(ReadScene, ReadsARotatedBackgroundAsFill) {
   const Scene scene =
       parseScene(withPin(kRect, R"({"type": "background", "turn": 400, "tilt": -20})"), "s.json");
-  EXPECT_EQ(std::get<BackgroundPaint>(scene.pins.at(0).fill.paint), (BackgroundPaint{400, -20}));
+  EXPECT_EQ(std::get<BackgroundFill>(scene.pins.at(0).fill.paint), (BackgroundFill{400, -20, {}}));
 }
 
 TEST(ReadScene, ReadsAllAdjustments) {
@@ -127,7 +124,8 @@ TEST(ReadScene, ReadsAllAdjustments) {
       parseScene(withBackground(R"({"type": "image", "path": "a", "brightness": -1, "gamma": 2.2,
       "hue": 0.25, "saturation": -0.5, "tint": [1, 2, 3]})"),
                  "s.json");
-  EXPECT_EQ(scene.background.adjustments, (hdri::Adjustments{-1, 2.2f, 0.25f, -0.5f, 1, 2, 3}));
+  EXPECT_EQ(std::get<ImageBackground>(scene.background.paint).adjustments,
+            (hdri::Adjustments{-1, 2.2f, 0.25f, -0.5f, 1, 2, 3}));
 }
 
 struct Named {
@@ -141,7 +139,7 @@ TEST(ReadScene, KnowsTheFalloffsOfACircle) {
         Named{"smoothEdge", Falloff{19}}, Named{"gaussianEdge", Falloff{20}}, Named{"outline", Falloff{256}},
         Named{"solid", Falloff{512}}}) {
     const std::string text = withPin(kCircle + ", \"falloff\": \"" + name + "\"", kWhite);
-    EXPECT_EQ(parseScene(text, "s.json").pins[0].falloff, falloff) << name;
+    EXPECT_EQ(std::get<CircleShape>(parseScene(text, "s.json").pins[0].shape).falloff, falloff) << name;
   }
 }
 
@@ -151,7 +149,7 @@ TEST(ReadScene, KnowsTheFalloffsOfARectangle) {
         Named{"boxEdge", Falloff{35}}, Named{"boxProduct", Falloff{36}}, Named{"boxGaussian", Falloff{37}},
         Named{"outline", Falloff{256}}, Named{"solid", Falloff{512}}}) {
     const std::string text = withPin(kRect + ", \"falloff\": \"" + name + "\"", kWhite);
-    EXPECT_EQ(parseScene(text, "s.json").pins[0].falloff, falloff) << name;
+    EXPECT_EQ(std::get<RectShape>(parseScene(text, "s.json").pins[0].shape).falloff, falloff) << name;
   }
 }
 

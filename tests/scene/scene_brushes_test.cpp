@@ -17,12 +17,11 @@ constexpr float kPi = std::numbers::pi_v<float>;
 
 TEST(CircleParams, AreRadians) {
   ScenePin pin;
-  pin.shape = CircleShape{90};
+  pin.shape = CircleShape{90, hdri::Falloff::circleSmoothEdge};
   pin.azimuth = -180;
   pin.elevation = 45;
   pin.rotation = 30;
   pin.half = true;
-  pin.falloff = hdri::Falloff::circleSmoothEdge;
   pin.falloffAmount = 0.25f;
   const hdri::CirclePinParams params = circleParams(pin);
   EXPECT_NEAR(params.azimuth, -kPi, 1e-6f);
@@ -48,15 +47,10 @@ TEST(RectParams, AreRadians) {
 }
 
 TEST(BackgroundBrush, CarriesAdjustmentsBlurAndRotationInDegrees) {
-  SceneBrush brush;
-  brush.paint = ImagePaint{"a.exr"};
-  brush.adjustments = {2, 3, 0.5f, -0.5f, 4, 5, 6};
-  brush.blur = 7;
-  brush.rotationAzimuth = 350;
-  brush.rotationTilt = -20;
-  const auto made = backgroundBrush(brush, "folder");
+  const ImageBackground image{"a.exr", {2, 3, 0.5f, -0.5f, 4, 5, 6}, {7, {350, -20}}};
+  const auto made = backgroundBrush({image}, "folder");
   EXPECT_EQ(made->kind(), hdri::BrushKind::image);
-  EXPECT_EQ(made->adjustments(), brush.adjustments);
+  EXPECT_EQ(made->adjustments(), image.adjustments);
   EXPECT_EQ(made->blurAmount(), 7.0f);
   EXPECT_EQ(made->tiltAngle1(), 350.0f);
   EXPECT_EQ(made->tiltAngle2(), -20.0f);
@@ -64,32 +58,35 @@ TEST(BackgroundBrush, CarriesAdjustmentsBlurAndRotationInDegrees) {
 }
 
 TEST(ImageBrush, IsSoughtInTheScenesFolder) {
-  SceneBrush brush;
-  brush.paint = ImagePaint{"maps/a.exr"};
+  Fill brush{hdri::BlendMode::mix, ImageFill{"maps/a.exr", {}}};
   const auto pathFrom = [&](const std::string& folder) {
     return static_cast<const hdri::ImageBrush&>(*fillBrush(brush, folder)).path();
   };
   EXPECT_EQ(pathFrom("/scenes"), "/scenes/maps/a.exr");
   EXPECT_EQ(pathFrom(""), "maps/a.exr");
-  brush.paint = ImagePaint{"/absolute/a.exr"};
+  brush.paint = ImageFill{"/absolute/a.exr", {}};
   EXPECT_EQ(pathFrom("/scenes"), "/absolute/a.exr");
 }
 
-TEST(FillBrush, CarriesTheMode) {
-  SceneBrush brush;
-  brush.paint = ColorPaint{{1, 2, 3}};
-  brush.mode = hdri::BlendMode::screen;
-  const auto made = fillBrush(brush, "");
+TEST(BackgroundBrush, CarriesTheStopsOfAGradient) {
+  const GradientBackground paint{{{0.5f, 1, 1, 2, 3, 4, 5}}, {.hueShift = 0.5f}};
+  const auto made = backgroundBrush({paint}, "");
+  EXPECT_EQ(static_cast<const hdri::GradientBrush&>(*made).stops(), paint.stops);
+  EXPECT_EQ(made->adjustments(), paint.adjustments);
+}
+
+TEST(FillBrush, CarriesModeColorAndBrightness) {
+  const auto made = fillBrush({hdri::BlendMode::screen, ColorPaint{{1, 2, 3}, 4}}, "");
   EXPECT_EQ(made->mode(), hdri::BlendMode::screen);
   EXPECT_FALSE(made->mapSettingsOn());
   EXPECT_EQ(static_cast<const hdri::ColorBrush&>(*made).color(), (hdri::Rgb{1, 2, 3}));
+  EXPECT_EQ(made->adjustments(), (hdri::Adjustments{.brightness = 4}));
 }
 
 TEST(FillBrush, CarriesStopsOpacityAndAngle) {
-  SceneBrush brush;
-  const GradientPaint paint{{{0.5f, 1, 1, 2, 3, 4, 5}}, {{0.25f, 0, 1, 0.75f}}, 30};
-  brush.paint = paint;
-  const auto made = fillBrush(brush, "");
+  const GradientFill paint{{{0.5f, 1, 1, 2, 3, 4, 5}}, {{0.25f, 0, 1, 0.75f}}, 30, {.gamma = 2}};
+  const auto made = fillBrush({hdri::BlendMode::mix, paint}, "");
+  EXPECT_EQ(made->adjustments(), paint.adjustments);
   const auto& gradient = static_cast<const hdri::GradientBrush&>(*made);
   EXPECT_EQ(gradient.stops(), paint.stops);
   EXPECT_EQ(gradient.curve(), paint.opacity);
@@ -97,21 +94,19 @@ TEST(FillBrush, CarriesStopsOpacityAndAngle) {
 }
 
 TEST(FillBrush, CarriesTheBackgroundsRotationInDegrees) {
-  SceneBrush brush;
-  brush.paint = BackgroundPaint{120, -30};
-  const auto made = fillBrush(brush, "");
+  const auto made = fillBrush({hdri::BlendMode::mix, BackgroundFill{120, -30, {}}}, "");
   EXPECT_EQ(static_cast<const hdri::BackgroundBrush&>(*made).turn(), 120.0f);
   EXPECT_EQ(static_cast<const hdri::BackgroundBrush&>(*made).tilt(), -30.0f);
 }
 
 TEST(SunSkyBrush, CarriesTheSettings) {
-  SceneBrush brush;
-  SunSkyPaint paint;
+  SunSkyBackground paint;
   paint.settings.turbidity = 5;
   paint.settings.sunFromAngles = 1;
   paint.settings.sunElevation = 12;
-  brush.paint = paint;
-  const auto made = backgroundBrush(brush, "");
+  paint.map.blur = 3;
+  const auto made = backgroundBrush({paint}, "");
+  EXPECT_EQ(made->blurAmount(), 3.0f);
   EXPECT_EQ(static_cast<const hdri::SunSkyBrush&>(*made).settings(), paint.settings);
 }
 

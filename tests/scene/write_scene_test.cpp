@@ -36,13 +36,10 @@ TEST(SceneText, BreaksLinesThatAreTooLong) {
   Scene scene = colorScene();
   ScenePin pin;
   pin.name = "key";
-  pin.shape = RectShape{14, 9, 2};
+  pin.shape = RectShape{14, 9, 2, hdri::Falloff::rectBoxEdge};
   pin.azimuth = -40;
   pin.elevation = 35.5f;
-  pin.falloff = hdri::Falloff::rectBoxEdge;
-  pin.fill.paint = ColorPaint{{1, 0.96f, 0.9f}};
-  pin.fill.mode = hdri::BlendMode::add;
-  pin.fill.adjustments.brightness = 30;
+  pin.fill = {hdri::BlendMode::add, ColorPaint{{1, 0.96f, 0.9f}, 30}};
   scene.pins = {pin};
   EXPECT_THAT(sceneText(scene), HasSubstr(R"(
   "pins": [
@@ -73,11 +70,19 @@ class SceneMaker {
     else
       scene.sizeFromImage = "size.exr";
     scene.smoothing = chance();
-    scene.background = brush({0, 1, 2, 3});
-    if (isMap(scene.background)) {
-      scene.background.blur = between(0, 100);
-      scene.background.rotationAzimuth = between(0, 360);
-      scene.background.rotationTilt = between(-180, 180);
+    switch (integer(0, 3)) {
+      case 0:
+        scene.background.paint = color();
+        break;
+      case 1:
+        scene.background.paint = GradientBackground{stops(), adjustments()};
+        break;
+      case 2:
+        scene.background.paint = SunSkyBackground{sunSky(), adjustments(), mapChanges()};
+        break;
+      default:
+        scene.background.paint = ImageBackground{kImage, adjustments(), mapChanges()};
+        break;
     }
     for (int i = integer(0, 4); i > 0; --i) scene.pins.push_back(pin());
     if (chance()) scene.view = R"({"exposure":1.5,"list":[1,-2,18446744073709551615,0.1,null,"x"]})";
@@ -85,62 +90,59 @@ class SceneMaker {
   }
 
  private:
-  static bool isMap(const SceneBrush& brush) {
-    return brush.kind() == hdri::BrushKind::image || brush.kind() == hdri::BrushKind::sunSky;
-  }
+  static constexpr const char* kImage = "ä \"quoted\"\\.exr";
+
   bool chance() { return integer(0, 1) == 1; }
   int integer(int min, int max) { return std::uniform_int_distribution<int>(min, max)(random_); }
   float between(float min, float max) { return std::uniform_real_distribution<float>(min, max)(random_); }
   float any() { return std::ldexp(between(-1, 1), integer(-40, 40)); }
   float above0() { return std::ldexp(between(0.5f, 1), integer(-40, 40)); }
 
-  SceneBrush brush(const std::vector<int>& kinds) {
-    SceneBrush brush;
-    switch (kinds[static_cast<std::size_t>(integer(0, static_cast<int>(kinds.size()) - 1))]) {
-      case 0:
-        brush.paint = ColorPaint{{any(), any(), any()}};
-        break;
-      case 1:
-        brush.paint = gradient();
-        break;
-      case 2:
-        brush.paint = sunSky();
-        break;
-      case 3:
-        brush.paint = ImagePaint{"ä \"quoted\"\\.exr"};
-        break;
-      default:
-        brush.paint = BackgroundPaint{any(), any()};
-        break;
-    }
-    brush.adjustments.brightness = any();
-    if (brush.kind() == hdri::BrushKind::color) return brush;
-    brush.adjustments = {any(), above0(), between(0, 1), between(-1, 1), any(), any(), any()};
-    return brush;
+  hdri::Adjustments adjustments() {
+    return {any(), above0(), between(0, 1), between(-1, 1), any(), any(), any()};
   }
 
-  GradientPaint gradient() {
-    GradientPaint paint;
+  MapChanges mapChanges() { return {between(0, 100), {between(0, 360), between(-180, 180)}}; }
+
+  ColorPaint color() { return {{any(), any(), any()}, any()}; }
+
+  std::vector<hdri::GradientStop> stops() {
+    std::vector<hdri::GradientStop> stops;
     float position = 0;
     for (int i = integer(0, 4); i > 0; --i) {
-      paint.stops.push_back({position, any(), any(), any(), any(), any(), any()});
+      stops.push_back({position, any(), any(), any(), any(), any(), any()});
       if (chance()) position += above0();
     }
-    return paint;
+    return stops;
   }
 
-  SunSkyPaint sunSky() {
-    SunSkyPaint paint;
-    paint.settings = {between(1, 10), between(0, 3),    between(0, 1),      above0(),      above0(),
-                      between(1, 30), between(-90, 90), between(-180, 180), between(0, 24)};
-    paint.settings.dayOfYear = static_cast<std::uint32_t>(integer(1, 366));
-    paint.settings.timeZone = between(-12, 14);
-    paint.settings.northOffset = between(-360, 360);
-    if (!chance()) return paint;
-    paint.settings.sunFromAngles = 1;
-    paint.settings.sunAzimuth = between(-180, 180);
-    paint.settings.sunElevation = between(-90, 90);
-    return paint;
+  hdri::SkySettings sunSky() {
+    hdri::SkySettings settings{between(1, 10), between(0, 3),    between(0, 1),      above0(),      above0(),
+                               between(1, 30), between(-90, 90), between(-180, 180), between(0, 24)};
+    settings.dayOfYear = static_cast<std::uint32_t>(integer(1, 366));
+    settings.timeZone = between(-12, 14);
+    settings.northOffset = between(-360, 360);
+    if (!chance()) return settings;
+    settings.sunFromAngles = 1;
+    settings.sunAzimuth = between(-180, 180);
+    settings.sunElevation = between(-90, 90);
+    return settings;
+  }
+
+  Fill fill() {
+    const auto mode = static_cast<hdri::BlendMode>(integer(0, 3));
+    switch (integer(0, 3)) {
+      case 0:
+        return {mode, color()};
+      case 1:
+        return {mode,
+                GradientFill{
+                    stops(), {{0, any(), any(), any()}, {1, any(), any(), any()}}, any(), adjustments()}};
+      case 2:
+        return {mode, ImageFill{kImage, adjustments()}};
+      default:
+        return {mode, BackgroundFill{any(), any(), adjustments()}};
+    }
   }
 
   ScenePin pin() {
@@ -152,20 +154,15 @@ class SceneMaker {
     pin.elevation = between(-90, 90);
     pin.rotation = any();
     pin.falloffAmount = above0();
-    pin.falloff = hdri::Falloff::outline;
+    hdri::Falloff falloff = hdri::Falloff::outline;
     if (chance()) {
-      pin.shape = CircleShape{between(1, 180)};
-      if (chance()) pin.falloff = hdri::Falloff::circleGaussianEdge;
+      if (chance()) falloff = hdri::Falloff::circleGaussianEdge;
+      pin.shape = CircleShape{between(1, 180), falloff};
     } else {
-      pin.shape = RectShape{between(1, 89), between(1, 89), above0()};
-      if (chance()) pin.falloff = hdri::Falloff::rectBoxProduct;
+      if (chance()) falloff = hdri::Falloff::rectBoxProduct;
+      pin.shape = RectShape{between(1, 89), between(1, 89), above0(), falloff};
     }
-    pin.fill = brush({0, 1, 3, 4});
-    pin.fill.mode = static_cast<hdri::BlendMode>(integer(0, 3));
-    if (auto* paint = std::get_if<GradientPaint>(&pin.fill.paint)) {
-      paint->angle = any();
-      paint->opacity = {{0, any(), any(), any()}, {1, any(), any(), any()}};
-    }
+    pin.fill = fill();
     return pin;
   }
 
@@ -195,9 +192,9 @@ TEST(SceneText, KeepsTheViewAndItsOrder) {
 
 TEST(SceneText, RefusesWhatTheReaderWouldRefuse) {
   Scene scene = colorScene();
-  scene.background.adjustments.brightness = std::numeric_limits<float>::quiet_NaN();
+  scene.background.paint = ColorPaint{{1, 1, 1}, std::numeric_limits<float>::quiet_NaN()};
   EXPECT_THROW(sceneText(scene), SceneErrors);
-  scene.background.adjustments.brightness = std::numeric_limits<float>::infinity();
+  scene.background.paint = ColorPaint{{1, 1, 1}, std::numeric_limits<float>::infinity()};
   EXPECT_THROW(sceneText(scene), SceneErrors);
 
   scene = colorScene();
@@ -205,7 +202,7 @@ TEST(SceneText, RefusesWhatTheReaderWouldRefuse) {
   EXPECT_THROW(sceneText(scene), SceneErrors);
 
   scene = colorScene();
-  scene.background.paint = ImagePaint{"\xff"};
+  scene.background.paint = ImageBackground{"\xff", {}, {}};
   EXPECT_THROW(sceneText(scene), SceneErrors);
 
   scene = colorScene();
@@ -214,8 +211,10 @@ TEST(SceneText, RefusesWhatTheReaderWouldRefuse) {
 
   scene = colorScene();
   scene.pins.resize(1);
-  scene.pins[0].shape = CircleShape{1};
-  scene.pins[0].falloff = hdri::Falloff::rectBoxEdge;
+  scene.pins[0].shape = CircleShape{1, hdri::Falloff::rectBoxEdge};
+  EXPECT_THROW(sceneText(scene), SceneErrors);
+  // The circle's own falloff of the same name is not taken in its place.
+  scene.pins[0].shape = CircleShape{1, hdri::Falloff::rectCosine};
   EXPECT_THROW(sceneText(scene), SceneErrors);
 }
 
