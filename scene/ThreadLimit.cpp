@@ -1,6 +1,5 @@
 #include "scene/ThreadLimit.h"
 
-#include <OpenImageIO/imageio.h>
 #include <sched.h>
 #include <tbb/global_control.h>
 
@@ -24,10 +23,7 @@ int availableProcessors() {
 
 ThreadLimit::ThreadLimit(int threads)
     : control_(new Control{tbb::global_control(tbb::global_control::max_allowed_parallelism,
-                                               static_cast<std::size_t>(threads))}) {
-  OIIO::attribute("threads", threads);
-  OIIO::attribute("exr_threads", threads);
-}
+                                               static_cast<std::size_t>(threads))}) {}
 
 ThreadLimit::~ThreadLimit() = default;
 
