@@ -4,6 +4,8 @@ include(CMakePackageConfigHelpers)
 install(TARGETS orvhdri_avx2 orvrender orvhdri_brushes orvhdri_headers EXPORT orvhdriTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# What the host opens when it is needed, beside it.
+install(TARGETS orvrender_images LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(DIRECTORY include/hdri DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(DIRECTORY src/host/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvrender
   FILES_MATCHING PATTERN "*.h")

@@ -1,6 +1,5 @@
 #include "scene/ThreadLimit.h"
 
-#include <OpenImageIO/imageio.h>
 #include <sched.h>
 
 #include <algorithm>
@@ -18,9 +17,6 @@ int availableProcessors() {
 }
 
 ThreadLimit::ThreadLimit(int threads)
-    : painting_(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads)) {
-  OIIO::attribute("threads", threads);
-  OIIO::attribute("exr_threads", threads);
-}
+    : painting_(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads)) {}
 
 }  // namespace orv::scene

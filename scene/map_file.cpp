@@ -1,16 +1,15 @@
 #include "scene/map_file.h"
 
-#include <OpenImageIO/filesystem.h>
-#include <OpenImageIO/imageio.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
-#include <memory>
 #include <vector>
 
+#include "orvrender/files/ImageError.h"
+#include "orvrender/images/ImageModule.h"
 #include "scene/SceneErrors.h"
+#include "scene/exr_file.h"
 #include "scene/tone_map.h"
 
 namespace orv::scene {
@@ -24,12 +23,7 @@ constexpr std::string_view kExrCompressions[] = {"none",  "rle", "zips", "zip", 
 constexpr std::string_view kTiffCompressions[] = {"none", "lzw", "packbits", "zip"};
 
 constexpr MapFormat kFormats[] = {
-    {.name = "EXR",
-     .endings = {".exr"},
-     .plugin = "openexr",
-     .compressions = kExrCompressions,
-     .datesFiles = true,
-     .tellsOrientation = true},
+    {.name = "EXR", .endings = {".exr"}, .compressions = kExrCompressions},
     {.name = "HDR", .endings = {".hdr"}, .plugin = "hdr"},
     {.name = "PFM", .endings = {".pfm"}},
     {.name = "TIFF",
@@ -47,55 +41,8 @@ constexpr MapFormat kFormats[] = {
      .maxSide = 65500},
 };
 
-/// Rows handed over at once: enough for a compressor to keep several threads busy.
+/// Rows between two reports.
 constexpr int kBandRows = 256;
-
-/// Lets the image library write into an output file.
-class OutputProxy final : public OIIO::Filesystem::IOProxy {
- public:
-  explicit OutputProxy(OutputFile& file) : IOProxy(file.path(), Write), file_(file) {}
-
-  const char* proxytype() const override { return "orvscene"; }
-  void close() override { m_mode = Closed; }
-  std::size_t write(const void* data, std::size_t size) override {
-    const std::size_t written = pwrite(data, size, m_pos);
-    m_pos += static_cast<std::int64_t>(written);
-    return written;
-  }
-  std::size_t pwrite(const void* data, std::size_t size, std::int64_t offset) override {
-    return offset >= 0 && file_.write(data, size, static_cast<std::uint64_t>(offset)) ? size : 0;
-  }
-  std::size_t read(void* data, std::size_t size) override {
-    const std::size_t n = pread(data, size, m_pos);
-    m_pos += static_cast<std::int64_t>(n);
-    return n;
-  }
-  std::size_t pread(void* data, std::size_t size, std::int64_t offset) override {
-    return offset >= 0 ? file_.read(data, size, static_cast<std::uint64_t>(offset)) : 0;
-  }
-  std::size_t size() const override { return file_.size(); }
-
- private:
-  OutputFile& file_;
-};
-
-OIIO::ImageSpec describe(const hdri::EnvImage& map, const MapFormat& format, const MapFileOptions& options) {
-  OIIO::ImageSpec spec(map.width, map.height, 3, format.preview ? OIIO::TypeUInt8 : OIIO::TypeFloat);
-  spec.attribute("oiio:ColorSpace", format.preview ? "sRGB" : "Linear");
-  if (!options.software.empty()) spec.attribute("Software", options.software);
-  // Equal maps give equal files: the time of writing is the file system's to tell.
-  if (format.datesFiles) spec.attribute("DateTime", "");
-  if (!format.compressions.empty())
-    spec.attribute("compression", options.compression.empty() ? "zip" : options.compression);
-  if (format.quality > 0) spec.attribute("CompressionQuality", format.quality);
-  if (!format.tellsOrientation) return spec;
-  spec.attribute("orv:projection", "latlong");
-  spec.attribute("orv:orientation", "centre +x, zenith +z, longitudes grow to the right");
-  // Rec. 709 primaries and D65, x and y each.
-  const float chromaticities[8] = {0.64f, 0.33f, 0.30f, 0.60f, 0.15f, 0.06f, 0.3127f, 0.3290f};
-  spec.attribute("chromaticities", OIIO::TypeDesc(OIIO::TypeDesc::FLOAT, 8), chromaticities);
-  return spec;
-}
 
 void report(const MapFileOptions& options, int rows, int height) {
   if (options.progress) options.progress(static_cast<float>(rows) / static_cast<float>(height));
@@ -116,35 +63,41 @@ void writePfm(const hdri::EnvImage& map, OutputFile& file, const MapFileOptions&
   }
 }
 
-bool writeBands(OIIO::ImageOutput& output, const hdri::EnvImage& map, const OIIO::TypeDesc& type,
-                const void* pixels, const MapFileOptions& options) {
-  const std::size_t rowBytes = static_cast<std::size_t>(map.width) * 3 * type.size();
-  for (int y = 0; y < map.height; y += kBandRows) {
-    const int end = std::min(y + kBandRows, map.height);
-    const auto* row = static_cast<const std::byte*>(pixels) + static_cast<std::size_t>(y) * rowBytes;
-    if (!output.write_scanlines(y, end, 0, type, row)) return false;
-    report(options, end, map.height);
-  }
-  return true;
-}
+/// All other formats are OpenImageIO's to write.
+void writePicture(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
+                  const MapFileOptions& options) {
+  host::PictureToWrite picture;
+  picture.path = file.path();
+  picture.writer = format.plugin;
+  picture.width = map.width;
+  picture.height = map.height;
+  picture.isPreview = format.preview;
+  picture.software = options.software;
+  if (!format.compressions.empty())
+    picture.compression = options.compression.empty() ? "zip" : options.compression;
+  picture.quality = format.quality;
+  picture.datesFiles = format.datesFiles;
+  picture.write = [&](const void* data, std::size_t size, std::uint64_t offset) {
+    return file.write(data, size, offset);
+  };
+  picture.read = [&](void* data, std::size_t size, std::uint64_t offset) {
+    return file.read(data, size, offset);
+  };
+  picture.size = [&] { return file.size(); };
+  picture.progress = [&](int rows) { report(options, rows, map.height); };
 
-void writeWithPlugin(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
-                     const MapFileOptions& options) {
-  OutputProxy proxy(file);
-  const std::unique_ptr<OIIO::ImageOutput> output = OIIO::ImageOutput::create(std::string(format.plugin));
-  if (!output) throw FileError(file.path() + ": cannot be written: " + OIIO::geterror());
-  const OIIO::ImageSpec spec = describe(map, format, options);
-  bool good = output->set_ioproxy(&proxy) && output->open(file.path(), spec);
-  if (good && format.preview) {
-    const std::vector<std::uint8_t> picture = toneMap(map, options.exposureStops);
-    good = writeBands(*output, map, OIIO::TypeUInt8, picture.data(), options);
-  } else if (good) {
-    good = writeBands(*output, map, OIIO::TypeFloat, map.pixels.data(), options);
+  std::vector<std::uint8_t> preview;
+  if (format.preview) preview = toneMap(map, options.exposureStops);
+  picture.pixels = format.preview ? static_cast<const void*>(preview.data()) : map.pixels.data();
+  std::string failure;
+  try {
+    failure = orv_image_module().write(picture);
+  } catch (const host::ImageError& error) {
+    failure = error.what();
   }
-  good = output->close() && good;
   // A failure of the file itself comes first: what the library says of it does not name the reason.
   file.flushOrThrow();
-  if (!good) throw FileError(file.path() + ": cannot be written: " + output->geterror());
+  if (!failure.empty()) throw FileError(file.path() + ": cannot be written: " + failure);
 }
 
 }  // namespace
@@ -180,8 +133,10 @@ void writeMap(const hdri::EnvImage& map, OutputFile& file, const MapFormat& form
     throw FileError(file.path() + ": cannot be written: " + std::to_string(map.width) + " x " +
                     std::to_string(map.height) + " pixels; a " + std::string(format.name) +
                     " file has at most " + std::to_string(format.maxSide) + " a side");
-  if (format.plugin)
-    writeWithPlugin(map, file, format, options);
+  if (format.name == "EXR")
+    writeExr(map, file, options);
+  else if (format.plugin)
+    writePicture(map, file, format, options);
   else
     writePfm(map, file, options);
   file.finish();

@@ -17,19 +17,19 @@ namespace orv::scene {
 struct MapFormat {
   std::string_view name;                    ///< as messages give it
   std::array<std::string_view, 2> endings;  ///< the first is the usual one; the second may be empty
-  const char* plugin = nullptr;             ///< OpenImageIO's name of it; null: written without
+  const char* plugin = nullptr;             ///< OpenImageIO's name of it; null: written by a writer of ours
   bool preview = false;                     ///< tone-mapped, 8 bits; else linear 32-bit floats
   int quality = 0;                          ///< of a lossy preview, to 100; 0: not asked for
   std::span<const std::string_view> compressions = {};  ///< to choose from, zip by default; empty: no choice
   int maxSide = std::numeric_limits<int>::max();        ///< pixels
   bool datesFiles = false;                              ///< its writer notes the time when it is not told one
-  bool tellsOrientation = false;  ///< its header says how the map lies, and its primaries
 
   bool knows(std::string_view compression) const;
 };
 
 struct MapFileOptions {
   std::string compression = {};              ///< one that the format knows; empty takes ZIP
+  bool half = false;                         ///< EXR: 16-bit floats; values beyond 65504 become infinite
   float exposureStops = 0;                   ///< of previews
   std::string software = {};                 ///< name and version of the program, for the file's header
   std::function<void(float)> progress = {};  ///< hears of the amount done, 0 to 1; may be empty

@@ -1,7 +1,5 @@
 #include "scene/map_info.h"
 
-#include <OpenImageIO/imageio.h>
-
 #include <cmath>
 #include <cstddef>
 #include <memory>
@@ -18,18 +16,6 @@ namespace {
 struct DestroyScene {
   void operator()(orvScene* host) const { orv_scene_destroy(host); }
 };
-
-void readHeader(const std::string& path, MapInfo& info) {
-  const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(path);
-  if (!input) throw FileError(path + ": cannot be read: " + OIIO::geterror());
-  const OIIO::ImageSpec& spec = input->spec();
-  info.channels = spec.nchannels;
-  info.format = input->format_name();
-  info.pixelType = spec.format.c_str();
-  info.compression = spec.get_string_attribute("compression");
-  info.software = spec.get_string_attribute("Software");
-  info.orientation = spec.get_string_attribute("orv:orientation");
-}
 
 /// Sums over the pixels, each weighted with the solid angle of its row: sin of its upper less its lower edge.
 void measure(const orvImage& image, MapInfo& info) {
@@ -72,8 +58,8 @@ MapInfo readMapInfo(const std::string& path) {
   info.width = static_cast<int>(image->width());
   info.height = static_cast<int>(image->height());
   measure(*image, info);
-  readHeader(path, info);
   orv_image_free(host.get(), image, true);
+  info.header = orv_image_module().describe(path);
   return info;
 }
 

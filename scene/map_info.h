@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "orvrender/images/ImageModule.h"
 #include "scene/SceneErrors.h"
 
 namespace orv::scene {
@@ -12,12 +13,7 @@ namespace orv::scene {
 struct MapInfo {
   int width = 0;
   int height = 0;
-  int channels = 0;
-  std::string format;       ///< the file format's name
-  std::string pixelType;    ///< as stored: half, float, uint8
-  std::string compression;  ///< empty when the file does not name one
-  std::string software;     ///< what wrote the file, if it says so
-  std::string orientation;  ///< `orv:orientation`, if the file has it
+  host::FileHeader header;
 
   std::array<double, 3> mean{};   ///< of red, green and blue over the sphere, by solid angle
   double brightest = 0;           ///< largest Rec. 709 luminance

@@ -136,10 +136,12 @@ std::string mapText(const std::string& path) {
   const scene::MapInfo info = scene::readMapInfo(path);
   std::string text = line("map", path);
   text += line("size", std::to_string(info.width) + " x " + std::to_string(info.height));
-  text += line("file", info.format + ", " + std::to_string(info.channels) + " channels, " + info.pixelType +
-                           (info.compression.empty() ? "" : ", compression " + info.compression));
-  if (!info.software.empty()) text += line("software", info.software);
-  if (!info.orientation.empty()) text += line("orientation", info.orientation);
+  text +=
+      line("file", info.header.format + ", " + std::to_string(info.header.channels) + " channels, " +
+                       info.header.pixelType +
+                       (info.header.compression.empty() ? "" : ", compression " + info.header.compression));
+  if (!info.header.software.empty()) text += line("software", info.header.software);
+  if (!info.header.orientation.empty()) text += line("orientation", info.header.orientation);
   text += line("mean", rgbText(info.mean[0], info.mean[1], info.mean[2]) + " over the sphere");
   text +=
       line("brightest", "luminance " + number(info.brightest) + " at longitude " +

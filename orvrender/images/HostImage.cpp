@@ -5,7 +5,6 @@
 #include <limits>
 
 #include "orvrender/images/ImageLibrary.h"
-#include "orvrender/images/MipPyramid.h"
 
 namespace orv::host {
 namespace {
@@ -86,7 +85,7 @@ void HostImage::lookup_filtered(orvImage_lookup& lookup) const {
 
 std::uint64_t HostImage::memory() const { return library_.bytesOf(*this); }
 
-std::uint32_t HostImage::mip_levels() const { return MipPyramid::levelsOf(header_.width, header_.height); }
+std::uint32_t HostImage::mip_levels() const { return mipLevels(header_.width, header_.height); }
 
 void HostImage::sampleBilinear(float s, float t, float rgba[4]) const {
   const Pixels& pixels = content().pixels;

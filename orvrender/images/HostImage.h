@@ -6,8 +6,8 @@
 #include <string>
 
 #include "host/orvImage.h"
-#include "orvrender/images/FilteredLookup.h"
-#include "orvrender/images/Pixels.h"
+#include "orvrender/files/Pixels.h"
+#include "orvrender/images/ImageModule.h"
 
 namespace orv::host {
 

@@ -8,7 +8,7 @@
 #include <new>
 
 #include "host/orvLog.h"
-#include "orvrender/images/ImageError.h"
+#include "orvrender/files/ImageError.h"
 #include "orvrender/images/read_image.h"
 
 namespace orv::host {
@@ -141,12 +141,13 @@ const FilteredLookup* ImageLibrary::filtered(const HostImage& image) {
   ImageContent& content = *entry.content;
   try {
     if (!content.filtered) {
-      tbb::this_task_arena::isolate(
-          [&] { content.filtered = std::make_unique<FilteredLookup>(content.pixels); });
+      tbb::this_task_arena::isolate([&] { content.filtered = orv_image_module().filter(content.pixels); });
     }
   } catch (const std::bad_alloc&) {
     orv_critical("%s: there is no memory to filter it, so it is looked up without; close other programs\n",
                  entry.header.path.c_str());
+  } catch (const ImageError& error) {
+    orv_critical("%s: it is looked up without filtering: %s\n", entry.header.path.c_str(), error.what());
   }
   return content.filtered.get();
 }

@@ -8,7 +8,6 @@
 #include <string>
 
 #include "orvrender/images/HostImage.h"
-#include "orvrender/images/ImageSource.h"
 
 namespace orv::host {
 

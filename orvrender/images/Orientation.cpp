@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "orvrender/images/ImageError.h"
+#include "orvrender/files/ImageError.h"
 
 namespace orv::host {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "orvrender/images/Pixels.h"
+#include "orvrender/files/Pixels.h"
 
 namespace orv::host {
 

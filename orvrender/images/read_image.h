@@ -4,8 +4,8 @@
 #include <string>
 
 #include "host/orvImage.h"
-#include "orvrender/images/ImageSource.h"
-#include "orvrender/images/Pixels.h"
+#include "orvrender/files/Pixels.h"
+#include "orvrender/files/image_checks.h"
 
 namespace orv::host {
 

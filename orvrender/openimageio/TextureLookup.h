@@ -10,27 +10,22 @@
 #include <mutex>
 #include <thread>
 
-#include "orvrender/images/MipPyramid.h"
-
-struct orvImage_lookup;
+#include "orvrender/images/ImageModule.h"
+#include "orvrender/openimageio/MipPyramid.h"
 
 namespace orv::host {
 
-/// Filtered look-ups into an image by a texture system of its own. Callable from many threads.
-class FilteredLookup {
+/// Filtered look-ups by a texture system of its own.
+class TextureLookup final : public FilteredLookup {
  public:
   /// @param pixels the image; must outlive this. Throws std::bad_alloc.
-  explicit FilteredLookup(const Pixels& pixels);
-  ~FilteredLookup();
-  FilteredLookup(const FilteredLookup&) = delete;
-  FilteredLookup& operator=(const FilteredLookup&) = delete;
+  explicit TextureLookup(const Pixels& pixels);
+  ~TextureLookup() override;
+  TextureLookup(const TextureLookup&) = delete;
+  TextureLookup& operator=(const TextureLookup&) = delete;
 
-  /// The image over the footprint: red, green, blue (associated) and alpha, 1 without one.
-  /// @param s, t in [0, 1], t downward.
-  /// @return false when the texture system finds nothing.
-  bool sample(float s, float t, const orvImage_lookup& lookup, float rgba[4]) const;
-
-  std::size_t bytes() const { return pyramid_.bytes(); }
+  bool sample(float s, float t, const orvImage_lookup& lookup, float rgba[4]) const override;
+  std::size_t bytes() const override { return pyramid_.bytes(); }
 
  private:
   struct DestroyCache {

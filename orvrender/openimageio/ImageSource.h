@@ -7,36 +7,19 @@
 #include <string>
 
 #include "host/orvImage.h"
-#include "orvrender/images/ColorChannels.h"
-#include "orvrender/images/Encoding.h"
-#include "orvrender/images/FileKind.h"
+#include "orvrender/files/ColorChannels.h"
+#include "orvrender/files/FileKind.h"
+#include "orvrender/files/image_checks.h"
+#include "orvrender/openimageio/Encoding.h"
 
 namespace orv::host {
-
-/// What images a scene takes.
-struct ImageLimits {
-  std::uint32_t side = 0;    ///< most columns and most rows
-  std::uint64_t pixels = 0;  ///< most of both together
-};
-
-/// A rectangle of pixels, from (x0, y0) up to but not including (x1, y1).
-struct Window {
-  std::int64_t x0 = 0;
-  std::int64_t y0 = 0;
-  std::int64_t x1 = 0;
-  std::int64_t y1 = 0;
-
-  std::int64_t width() const { return x1 - x0; }
-  std::int64_t height() const { return y1 - y0; }
-  bool isEmpty() const { return x1 <= x0 || y1 <= y0; }
-};
-Window intersection(const Window& a, const Window& b);
 
 /// An image file that is open at the part to be read, checked against the limits, with nothing of its pixels
 /// read yet. Throws ImageError.
 class ImageSource {
  public:
-  ImageSource(const std::string& path, orvTexture_profile profile, const ImageLimits& limits);
+  ImageSource(const std::string& path, const FileFacts& file, orvTexture_profile profile,
+              const ImageLimits& limits);
 
   FileKind kind() const { return kind_; }
   const OIIO::ImageSpec& spec() const { return spec_; }

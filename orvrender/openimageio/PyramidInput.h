@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "orvrender/images/MipPyramid.h"
+#include "orvrender/openimageio/MipPyramid.h"
 
 namespace orv::host {
 

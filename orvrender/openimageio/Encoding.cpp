@@ -1,4 +1,4 @@
-#include "orvrender/images/Encoding.h"
+#include "orvrender/openimageio/Encoding.h"
 
 #include <cmath>
 

@@ -1,4 +1,4 @@
-#include "orvrender/images/ColorChannels.h"
+#include "orvrender/files/ColorChannels.h"
 
 #include <algorithm>
 #include <cctype>
@@ -13,9 +13,9 @@ bool equalsIgnoringCase(std::string_view a, std::string_view b) {
 }
 
 /// The channel of that layer and name; -1 when there is none.
-int find(const OIIO::ImageSpec& spec, std::string_view layer, std::string_view name) {
-  for (std::size_t i = 0; i < spec.channelnames.size(); ++i) {
-    const std::string_view channel = spec.channelnames[i];
+int find(std::span<const std::string> names, std::string_view layer, std::string_view name) {
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const std::string_view channel = names[i];
     if (channel.size() != layer.size() + name.size() || !channel.starts_with(layer)) continue;
     if (equalsIgnoringCase(channel.substr(layer.size()), name)) return static_cast<int>(i);
   }
@@ -23,11 +23,11 @@ int find(const OIIO::ImageSpec& spec, std::string_view layer, std::string_view n
 }
 
 /// Colour of a layer, given as the part of the channel names in front of the last name: "" or "sky.".
-std::optional<ColorChannels> channelsOfLayer(const OIIO::ImageSpec& spec, std::string_view layer) {
-  ColorChannels found{find(spec, layer, "R"), find(spec, layer, "G"), find(spec, layer, "B"),
-                      find(spec, layer, "A")};
+std::optional<ColorChannels> channelsOfLayer(std::span<const std::string> names, std::string_view layer) {
+  ColorChannels found{find(names, layer, "R"), find(names, layer, "G"), find(names, layer, "B"),
+                      find(names, layer, "A")};
   if (found.red < 0 && found.green < 0 && found.blue < 0) {
-    const int grey = find(spec, layer, "Y");
+    const int grey = find(names, layer, "Y");
     if (grey < 0) return std::nullopt;
     return ColorChannels{grey, grey, grey, found.alpha};
   }
@@ -48,30 +48,29 @@ int ColorChannels::begin() const {
 
 int ColorChannels::end() const { return std::max({red, green, blue, alpha}) + 1; }
 
-std::optional<ColorChannels> channelsByName(const OIIO::ImageSpec& spec, bool layers) {
-  if (!layers) return channelsOfLayer(spec, "");
-  for (const std::string& name : spec.channelnames) {
+std::optional<ColorChannels> channelsByName(std::span<const std::string> names, bool layers) {
+  if (!layers) return channelsOfLayer(names, "");
+  for (const std::string& name : names) {
     const std::size_t dot = name.rfind('.');
     if (dot == std::string::npos) continue;
-    if (const auto found = channelsOfLayer(spec, std::string_view(name).substr(0, dot + 1))) return found;
+    if (const auto found = channelsOfLayer(names, std::string_view(name).substr(0, dot + 1))) return found;
   }
   return std::nullopt;
 }
 
-ColorChannels channelsByPlace(const OIIO::ImageSpec& spec) {
-  if (spec.nchannels <= 2) return {0, 0, 0, spec.nchannels == 2 ? 1 : -1};
-  const bool hasAlpha = spec.alpha_channel >= 3 && spec.alpha_channel < spec.nchannels;
-  return {0, 1, 2, hasAlpha ? spec.alpha_channel : -1};
+ColorChannels channelsByPlace(int channels, int alpha) {
+  if (channels <= 2) return {0, 0, 0, channels == 2 ? 1 : -1};
+  return {0, 1, 2, alpha >= 3 && alpha < channels ? alpha : -1};
 }
 
-std::string channelList(const OIIO::ImageSpec& spec) {
+std::string channelList(std::span<const std::string> names) {
   constexpr std::size_t kMostNamed = 8;
   std::string list;
-  for (std::size_t i = 0; i < spec.channelnames.size() && i < kMostNamed; ++i) {
+  for (std::size_t i = 0; i < names.size() && i < kMostNamed; ++i) {
     if (i > 0) list += ", ";
-    list += spec.channelnames[i];
+    list += names[i];
   }
-  if (spec.channelnames.size() > kMostNamed) list += ", ...";
+  if (names.size() > kMostNamed) list += ", ...";
   return list;
 }
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "orvrender/images/Pixels.h"
+#include "orvrender/files/Pixels.h"
 
 namespace orv::host {
 
@@ -14,9 +14,6 @@ class MipPyramid {
  public:
   /// Makes the smaller copies; `base` is level 0 and must outlive the pyramid. Throws std::bad_alloc.
   explicit MipPyramid(const Pixels& base);
-
-  /// How many levels the pyramid of an image of that size has.
-  static std::uint32_t levelsOf(std::uint32_t width, std::uint32_t height);
 
   std::uint32_t levels() const { return static_cast<std::uint32_t>(smaller_.size()) + 1; }
   const Pixels& level(std::uint32_t i) const { return i == 0 ? base_ : smaller_[i - 1]; }

@@ -1,4 +1,4 @@
-#include "orvrender/images/FilteredLookup.h"
+#include "orvrender/openimageio/TextureLookup.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 #include <string>
 
 #include "host/orvImage.h"
-#include "orvrender/images/PyramidInput.h"
+#include "orvrender/openimageio/PyramidInput.h"
 
 namespace orv::host {
 namespace {
@@ -20,7 +20,7 @@ float scale(float width) { return std::isfinite(width) ? std::clamp(width, 0.0f,
 
 }  // namespace
 
-FilteredLookup::FilteredLookup(const Pixels& pixels)
+TextureLookup::TextureLookup(const Pixels& pixels)
     : pyramid_(pixels),
       channels_(pixels.alpha ? 4 : 3),
       id_(nextId.fetch_add(1)),
@@ -39,7 +39,7 @@ FilteredLookup::FilteredLookup(const Pixels& pixels)
   if (handle_ && !system_->good(handle_)) handle_ = nullptr;
 }
 
-void FilteredLookup::DestroySystem::operator()(OIIO::TextureSystem* system) const {
+void TextureLookup::DestroySystem::operator()(OIIO::TextureSystem* system) const {
   // TextureSystem::destroy of OpenImageIO 2.4 deletes it as an incomplete type: nothing that it holds is
   // freed.
   void* const storage = dynamic_cast<void*>(system);
@@ -47,11 +47,11 @@ void FilteredLookup::DestroySystem::operator()(OIIO::TextureSystem* system) cons
   ::operator delete(storage);
 }
 
-FilteredLookup::~FilteredLookup() {
+TextureLookup::~TextureLookup() {
   for (const auto& [thread, info] : threadInfos_) system_->destroy_thread_info(info);
 }
 
-bool FilteredLookup::sample(float s, float t, const orvImage_lookup& lookup, float rgba[4]) const {
+bool TextureLookup::sample(float s, float t, const orvImage_lookup& lookup, float rgba[4]) const {
   if (!handle_) return false;
   OIIO::TextureOpt options;
   options.swrap = OIIO::TextureOpt::WrapClamp;
@@ -68,7 +68,7 @@ bool FilteredLookup::sample(float s, float t, const orvImage_lookup& lookup, flo
                           rgba);
 }
 
-OIIO::TextureSystem::Perthread* FilteredLookup::threadInfo() const {
+OIIO::TextureSystem::Perthread* TextureLookup::threadInfo() const {
   // Each thread remembers what it uses of the images it looked at last.
   struct Entry {
     std::uint64_t id = 0;

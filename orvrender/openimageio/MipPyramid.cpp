@@ -1,10 +1,9 @@
-#include "orvrender/images/MipPyramid.h"
+#include "orvrender/openimageio/MipPyramid.h"
 
 #include <algorithm>
-#include <bit>
 #include <new>
 
-#include "orvrender/images/image_rows.h"
+#include "orvrender/files/image_rows.h"
 
 namespace orv::host {
 namespace {
@@ -61,7 +60,7 @@ void shrink(const float* from, std::uint32_t fromWidth, float* to, const std::ve
 }  // namespace
 
 MipPyramid::MipPyramid(const Pixels& base) : base_(base) {
-  const std::uint32_t count = levelsOf(base.width, base.height);
+  const std::uint32_t count = mipLevels(base.width, base.height);
   smaller_.reserve(count - 1);
   while (smaller_.size() + 1 < count) {
     const Pixels& from = level(static_cast<std::uint32_t>(smaller_.size()));
@@ -78,10 +77,6 @@ MipPyramid::MipPyramid(const Pixels& base) : base_(base) {
     if (base.alpha) shrink(from.alpha.get(), from.width, to.alpha.get(), columns, rows, 1);
     smaller_.push_back(std::move(to));
   }
-}
-
-std::uint32_t MipPyramid::levelsOf(std::uint32_t width, std::uint32_t height) {
-  return static_cast<std::uint32_t>(std::bit_width(std::max(width, height)));
 }
 
 std::size_t MipPyramid::bytes() const {

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <OpenImageIO/imageio.h>
-
 #include <optional>
+#include <span>
 #include <string>
 
 namespace orv::host {
@@ -25,12 +24,13 @@ struct ColorChannels {
 /// Colour channels by their names: R, G, B (A), or Y for grey, in any order; of layered names ("sky.R") those
 /// of the first layer that has colour. None when there is no colour.
 /// @param layers whether layered names count.
-std::optional<ColorChannels> channelsByName(const OIIO::ImageSpec& spec, bool layers);
+std::optional<ColorChannels> channelsByName(std::span<const std::string> names, bool layers);
 
 /// Colour channels by their place: grey, grey and alpha, or colour first; for files without channel names.
-ColorChannels channelsByPlace(const OIIO::ImageSpec& spec);
+/// @param alpha the channel that the file says is alpha; it counts behind colour. -1: none.
+ColorChannels channelsByPlace(int channels, int alpha);
 
 /// The names of the channels for a message, such as "Z, N.X, N.Y".
-std::string channelList(const OIIO::ImageSpec& spec);
+std::string channelList(std::span<const std::string> names);
 
 }  // namespace orv::host

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -18,6 +20,11 @@ using Floats = std::unique_ptr<float[], AlignedFree>;
 /// @return the array; null when there is no memory.
 inline Floats allocateFloats(std::size_t count) {
   return Floats(static_cast<float*>(orv_malloc_aligned(count * sizeof(float), 32)));
+}
+
+/// How many levels an image and its smaller copies make, each half of the one before, down to one pixel.
+inline std::uint32_t mipLevels(std::uint32_t width, std::uint32_t height) {
+  return static_cast<std::uint32_t>(std::bit_width(std::max(width, height)));
 }
 
 /// An image in memory: linear, finite, colour associated with alpha. Rows packed, row 0 at the top.

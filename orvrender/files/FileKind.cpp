@@ -1,4 +1,4 @@
-#include "orvrender/images/FileKind.h"
+#include "orvrender/files/FileKind.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "orvrender/images/ImageError.h"
+#include "orvrender/files/ImageError.h"
 
 namespace orv::host {
 namespace {

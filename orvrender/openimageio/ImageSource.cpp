@@ -1,47 +1,15 @@
-#include "orvrender/images/ImageSource.h"
+#include "orvrender/openimageio/ImageSource.h"
 
 #include <algorithm>
 #include <string_view>
 
-#include "orvrender/images/ImageError.h"
+#include "orvrender/files/ImageError.h"
 
 namespace orv::host {
 namespace {
 
 constexpr int kMostParts = 1000;
 constexpr std::int64_t kMostTilePixels = std::int64_t{1} << 24;
-
-/// A reader's message as part of a line.
-std::string inOneLine(std::string message) {
-  while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.pop_back();
-  std::replace(message.begin(), message.end(), '\n', ' ');
-  return message.empty() ? "no reason given" : message;
-}
-
-[[noreturn]] void failToRead(FileKind kind, const std::string& reason) {
-  throw ImageError(std::string("cannot be read as ") + namesOf(kind).title + " (" + inOneLine(reason) +
-                   "); it is damaged or cut short: save or copy it again");
-}
-
-std::string sizeText(std::int64_t width, std::int64_t height) {
-  return std::to_string(width) + " x " + std::to_string(height);
-}
-
-void checkSize(const char* what, const Window& window, const ImageLimits& limits) {
-  const std::int64_t width = window.width();
-  const std::int64_t height = window.height();
-  if (width <= 0 || height <= 0) {
-    throw ImageError(std::string("its ") + what + " is " + sizeText(width, height) +
-                     " and holds nothing; save it again");
-  }
-  const auto side = static_cast<std::uint64_t>(std::max(width, height));
-  const std::uint64_t pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
-  if (side > limits.side || pixels > limits.pixels) {
-    throw ImageError(std::string("its ") + what + " is " + sizeText(width, height) +
-                     ", above the limits of " + std::to_string(limits.side) + " a side and " +
-                     std::to_string(limits.pixels) + " pixels; scale it down");
-  }
-}
 
 /// How an integer image stands for light. Files that do not say are taken for sRGB up to 16 bits.
 Encoding encodingOf(const OIIO::ImageSpec& spec) {
@@ -62,13 +30,9 @@ bool isCoded(const OIIO::ImageSpec& spec) {
 
 }  // namespace
 
-Window intersection(const Window& a, const Window& b) {
-  return {std::max(a.x0, b.x0), std::max(a.y0, b.y0), std::min(a.x1, b.x1), std::min(a.y1, b.y1)};
-}
-
-ImageSource::ImageSource(const std::string& path, orvTexture_profile profile, const ImageLimits& limits) {
-  const FileFacts file = inspectFile(path);
-  kind_ = file.kind;
+ImageSource::ImageSource(const std::string& path, const FileFacts& file, orvTexture_profile profile,
+                         const ImageLimits& limits)
+    : kind_(file.kind) {
   open(path);
   choosePart();
   checkSizes(limits, file.bytes);
@@ -93,8 +57,9 @@ void ImageSource::open(const std::string& path) {
 
 void ImageSource::choosePart() {
   if (kind_ != FileKind::openexr) {
-    channels_ = channelsByPlace(spec_);
-    if (spec_.channelnames.size() >= 3) channels_ = channelsByName(spec_, false).value_or(channels_);
+    channels_ = channelsByPlace(spec_.nchannels, spec_.alpha_channel);
+    if (spec_.channelnames.size() >= 3)
+      channels_ = channelsByName(spec_.channelnames, false).value_or(channels_);
     data_ = {0, 0, spec_.width, spec_.height};
     map_ = data_;
     return;
@@ -105,8 +70,8 @@ void ImageSource::choosePart() {
   for (const bool layers : {false, true}) {
     for (int part = 0; part < kMostParts && input_->seek_subimage(part, 0); ++part) {
       const OIIO::ImageSpec& spec = input_->spec();
-      if (!layers) channels += (part > 0 ? "; " : "") + channelList(spec);
-      const auto found = spec.deep ? std::nullopt : channelsByName(spec, layers);
+      if (!layers) channels += (part > 0 ? "; " : "") + channelList(spec.channelnames);
+      const auto found = spec.deep ? std::nullopt : channelsByName(spec.channelnames, layers);
       if (!found) continue;
       part_ = part;
       spec_ = spec;

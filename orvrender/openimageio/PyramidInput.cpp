@@ -1,4 +1,4 @@
-#include "orvrender/images/PyramidInput.h"
+#include "orvrender/openimageio/PyramidInput.h"
 
 #include <algorithm>
 

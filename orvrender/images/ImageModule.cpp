@@ -1,0 +1,43 @@
+#include "orvrender/images/ImageModule.h"
+
+#include <dlfcn.h>
+
+#include <mutex>
+#include <string>
+
+#include "orvrender/files/ImageError.h"
+
+namespace orv::host {
+namespace {
+
+constexpr const char* kLibrary = "liborvrender_images.so";
+
+/// The library beside this one; its bare name, for the library path, where this one's place is unknown.
+std::string libraryPath() {
+  Dl_info self{};
+  if (dladdr(reinterpret_cast<const void*>(&orv_image_module), &self) == 0 || !self.dli_fname)
+    return kLibrary;
+  const std::string path = self.dli_fname;
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? kLibrary : path.substr(0, slash + 1) + kLibrary;
+}
+
+const ImageModule& openModule() {
+  void* const library = dlopen(libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* const entry = library ? dlsym(library, "orv_image_module_entry") : nullptr;
+  if (!entry) {
+    const char* const reason = dlerror();
+    throw ImageError(std::string("it takes OpenImageIO, whose module cannot be loaded (") +
+                     (reason ? reason : kLibrary) + "); install " + kLibrary + " beside liborvrender.so");
+  }
+  return *reinterpret_cast<const ImageModule* (*)()>(entry)();
+}
+
+}  // namespace
+}  // namespace orv::host
+
+extern "C" const orv::host::ImageModule& orv_image_module() {
+  // Opened once; a failure is tried again by the next file.
+  static const orv::host::ImageModule& module = orv::host::openModule();
+  return module;
+}

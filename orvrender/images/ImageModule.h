@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "host/orvImage.h"
+#include "orvrender/files/FileKind.h"
+#include "orvrender/files/Pixels.h"
+#include "orvrender/files/image_checks.h"
+
+namespace orv::host {
+
+/// The pixels of a file before they are checked: not finite or above 1 in alpha, colour perhaps straight.
+struct FilePixels {
+  Pixels pixels;
+  bool isStraight = false;  ///< colour is not associated with alpha yet
+  int orientation = 1;      ///< as Exif numbers it: how the pixels have to be turned
+};
+
+/// What a file's header says of it.
+struct FileHeader {
+  int channels = 0;
+  std::string format;       ///< the file format's name
+  std::string pixelType;    ///< as stored: half, float, uint8
+  std::string compression;  ///< empty when the file does not name one
+  std::string software;     ///< what wrote the file, if it says so
+  std::string orientation;  ///< `orv:orientation`, if the file has it
+};
+
+/// Filtered look-ups into an image. Callable from many threads.
+class FilteredLookup {
+ public:
+  virtual ~FilteredLookup() = default;
+
+  /// The image over the footprint: red, green, blue (associated) and alpha, 1 without one.
+  /// @param s, t in [0, 1], t downward.
+  /// @return false when there is nothing to be found.
+  virtual bool sample(float s, float t, const orvImage_lookup& lookup, float rgba[4]) const = 0;
+  /// What the smaller copies take.
+  virtual std::size_t bytes() const = 0;
+};
+
+/// A picture to be written: packed rows of RGB, the top one first.
+struct PictureToWrite {
+  std::string path;    ///< for messages
+  std::string writer;  ///< OpenImageIO's name of the format
+  int width = 0;
+  int height = 0;
+  const void* pixels = nullptr;  ///< floats, linear; of a preview bytes, sRGB
+  bool isPreview = false;
+  std::string software;
+  std::string compression;  ///< empty: the format has no choice
+  int quality = 0;          ///< of a lossy format, to 100; 0: not asked for
+  bool datesFiles = false;  ///< the writer notes the time when it is not told one
+
+  /// The file. Writing returns false, and reading fewer bytes than asked for, on failure.
+  std::function<bool(const void* data, std::size_t size, std::uint64_t offset)> write;
+  std::function<std::size_t(void* data, std::size_t size, std::uint64_t offset)> read;
+  std::function<std::uint64_t()> size;
+  std::function<void(int rows)> progress;  ///< hears of the rows done
+};
+
+/// What takes OpenImageIO, which costs a program more to load than most maps to paint. It lies in a library
+/// of its own, which is opened when it is first asked for. Thread-safe.
+class ImageModule {
+ public:
+  /// Reads any file that the host takes: its colour, over the display window, black where the file holds
+  /// nothing. Throws ImageError.
+  virtual FilePixels read(const std::string& path, const FileFacts& file, orvTexture_profile profile,
+                          const ImageLimits& limits) const = 0;
+  /// @param pixels must outlive the look-ups. Throws std::bad_alloc.
+  virtual std::unique_ptr<FilteredLookup> filter(const Pixels& pixels) const = 0;
+  /// The header of the first part. Throws ImageError.
+  virtual FileHeader describe(const std::string& path) const = 0;
+  /// @return why the picture could not be written; empty when it was.
+  virtual std::string write(const PictureToWrite& picture) const = 0;
+
+ protected:
+  ~ImageModule() = default;
+};
+
+}  // namespace orv::host
+
+extern "C" {
+
+/// The module, found beside this library and opened on the first call. Throws ImageError when there is none.
+const orv::host::ImageModule& orv_image_module();
+
+}  // extern "C"
