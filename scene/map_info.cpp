@@ -7,6 +7,7 @@
 #include <numbers>
 
 #include "host/orvImage.h"
+#include "orvrender/files/ImageError.h"
 #include "orvrender/orvHost.h"
 #include "scene/LogCollector.h"
 
@@ -59,7 +60,11 @@ MapInfo readMapInfo(const std::string& path) {
   info.height = static_cast<int>(image->height());
   measure(*image, info);
   orv_image_free(host.get(), image, true);
-  info.header = orv_image_module().describe(path);
+  try {
+    orv_image_describe(path, info.header);
+  } catch (const host::ImageError& error) {
+    throw FileError(path + ": " + error.what());
+  }
   return info;
 }
 

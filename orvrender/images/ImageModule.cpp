@@ -6,6 +6,7 @@
 #include <string>
 
 #include "orvrender/files/ImageError.h"
+#include "orvrender/files/read_exr.h"
 
 namespace orv::host {
 namespace {
@@ -40,4 +41,14 @@ extern "C" const orv::host::ImageModule& orv_image_module() {
   // Opened once; a failure is tried again by the next file.
   static const orv::host::ImageModule& module = orv::host::openModule();
   return module;
+}
+
+extern "C" void orv_image_describe(const std::string& path, orv::host::FileHeader& header) {
+  if (orv::host::inspectFile(path).kind == orv::host::FileKind::openexr) {
+    if (const auto read = orv::host::describeExr(path)) {
+      header = *read;
+      return;
+    }
+  }
+  header = orv_image_module().describe(path);
 }

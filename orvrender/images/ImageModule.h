@@ -8,27 +8,10 @@
 
 #include "host/orvImage.h"
 #include "orvrender/files/FileKind.h"
-#include "orvrender/files/Pixels.h"
+#include "orvrender/files/FilePixels.h"
 #include "orvrender/files/image_checks.h"
 
 namespace orv::host {
-
-/// The pixels of a file before they are checked: not finite or above 1 in alpha, colour perhaps straight.
-struct FilePixels {
-  Pixels pixels;
-  bool isStraight = false;  ///< colour is not associated with alpha yet
-  int orientation = 1;      ///< as Exif numbers it: how the pixels have to be turned
-};
-
-/// What a file's header says of it.
-struct FileHeader {
-  int channels = 0;
-  std::string format;       ///< the file format's name
-  std::string pixelType;    ///< as stored: half, float, uint8
-  std::string compression;  ///< empty when the file does not name one
-  std::string software;     ///< what wrote the file, if it says so
-  std::string orientation;  ///< `orv:orientation`, if the file has it
-};
 
 /// Filtered look-ups into an image. Callable from many threads.
 class FilteredLookup {
@@ -73,7 +56,7 @@ class ImageModule {
                           const ImageLimits& limits) const = 0;
   /// @param pixels must outlive the look-ups. Throws std::bad_alloc.
   virtual std::unique_ptr<FilteredLookup> filter(const Pixels& pixels) const = 0;
-  /// The header of the first part. Throws ImageError.
+  /// The header of any such file, of its first part. Throws ImageError.
   virtual FileHeader describe(const std::string& path) const = 0;
   /// @return why the picture could not be written; empty when it was.
   virtual std::string write(const PictureToWrite& picture) const = 0;
@@ -88,5 +71,8 @@ extern "C" {
 
 /// The module, found beside this library and opened on the first call. Throws ImageError when there is none.
 const orv::host::ImageModule& orv_image_module();
+
+/// The header of an image file, of its first part. Throws ImageError.
+void orv_image_describe(const std::string& path, orv::host::FileHeader& header);
 
 }  // extern "C"

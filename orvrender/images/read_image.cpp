@@ -4,10 +4,12 @@
 #include <atomic>
 #include <bit>
 #include <cmath>
+#include <optional>
 #include <utility>
 
 #include "orvrender/files/FileKind.h"
 #include "orvrender/files/image_rows.h"
+#include "orvrender/files/read_exr.h"
 #include "orvrender/images/ImageModule.h"
 #include "orvrender/images/Orientation.h"
 
@@ -65,11 +67,18 @@ std::uint64_t repair(Pixels& pixels, bool isStraight) {
   return replaced.load(std::memory_order_relaxed);
 }
 
+FilePixels readFile(const std::string& path, const FileFacts& file, orvTexture_profile profile,
+                    const ImageLimits& limits) {
+  if (file.kind == FileKind::openexr)
+    if (std::optional<FilePixels> read = readExr(path, limits)) return std::move(*read);
+  return orv_image_module().read(path, file, profile, limits);
+}
+
 }  // namespace
 
 ReadImage readImage(const std::string& path, orvTexture_profile profile, const ImageLimits& limits) {
   const FileFacts file = inspectFile(path);
-  FilePixels read = orv_image_module().read(path, file, profile, limits);
+  FilePixels read = readFile(path, file, profile, limits);
   const std::uint64_t replaced = repair(read.pixels, read.isStraight);
   reorient(read.pixels, read.orientation);
   return {std::move(read.pixels), replaced};
