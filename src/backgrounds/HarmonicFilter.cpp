@@ -84,14 +84,14 @@ double HarmonicFilter::highestDegree(double sigma) {
 
 HarmonicFilter::HarmonicFilter(const SphereRings& rings, double sigma)
     : rings_(rings), degree_(static_cast<std::uint32_t>(highestDegree(sigma))) {
-  for (std::uint32_t l = 0; l <= degree_; ++l) factors_.push_back(std::exp(-0.5 * sigma * sigma * l * (l + 1.0)));
+  for (std::uint32_t l = 0; l <= degree_; ++l)
+    factors_.push_back(std::exp(-0.5 * sigma * sigma * l * (l + 1.0)));
 }
 
 std::uint32_t HarmonicFilter::firstGroup(std::uint32_t order) const {
   const double reach = 30 + 0.02 * degree_;
   std::uint32_t group = 0;
-  while (group + kGroups < rings_.groups &&
-         order > degree_ * rings_.sine[4 * (group + kGroups) - 1] + reach)
+  while (group + kGroups < rings_.groups && order > degree_ * rings_.sine[4 * (group + kGroups) - 1] + reach)
     group += kGroups;
   return group;
 }
@@ -121,8 +121,8 @@ void HarmonicFilter::filterOrder(std::uint32_t order, std::uint32_t firstGroup, 
   const std::uint32_t groups = rings_.groups - firstGroup;
 
   // Normalised functions P(l) = s(l) Q(l) with
-  //   Q(m) = sin^m theta,  Q(l) = cos theta Q(l - 1) - d(l) Q(l - 2),  d(l) = ((l-1)^2 - m^2) / (4 (l-1)^2 - 1),
-  //   s(m)^2 = (2 m + 1) / 4 pi (1/2) (3/4) ... ((2 m - 1) / 2 m),  s(l)^2 = s(l - 1)^2 / d(l + 1).
+  //   Q(m) = sin^m theta,  Q(l) = cos theta Q(l - 1) - d(l) Q(l - 2),  d(l) = ((l-1)^2 - m^2) / (4 (l-1)^2 -
+  //   1), s(m)^2 = (2 m + 1) / 4 pi (1/2) (3/4) ... ((2 m - 1) / 2 m),  s(l)^2 = s(l - 1)^2 / d(l + 1).
   const double m = order;
   const auto decrement = [&](double l) { return ((l - 1) * (l - 1) - m * m) / (4 * (l - 1) * (l - 1) - 1); };
   double square = (2 * m + 1) / (4 * std::numbers::pi);

@@ -20,8 +20,8 @@ struct Complex4 {
 ///
 /// The length is parts * partLength: the points x = a + parts * k of part a go through a fast transform of
 /// length partLength, and the frequencies that are wanted are summed over the parts (Cooley and Tukey 1965).
-/// A part is the shortest product of 2, 3 and 5 that holds the frequencies; a length with a larger prime
-/// factor has more parts, which cost their sum.
+/// A part is the shortest product of 2, 3 and 5 that holds the frequencies. A length with so large a prime
+/// factor that its parts are many goes through a convolution with a chirp instead (Bluestein 1970).
 /// Const operations are callable from many threads.
 class LineTransform {
  public:
@@ -34,16 +34,15 @@ class LineTransform {
   /// What one thread needs.
   struct Scratch {
     explicit Scratch(const LineTransform& transform);
-    AlignedArray<Complex4> points;    ///< `length` of them, at `slot(x)`
+    AlignedArray<Complex4> points;    ///< point x at `slot(x)`
     AlignedArray<Complex4> positive;  ///< Z(0) ... Z(highest)
     AlignedArray<Complex4> negative;  ///< Z(0), Z(-1) ... Z(-highest)
     AlignedArray<Complex4> part[2];
+    AlignedArray<Complex4> chirped;
   };
 
   /// Where point x lies.
-  std::size_t slot(std::uint32_t x) const {
-    return std::size_t{x % parts_} * partLength_ + x / parts_;
-  }
+  std::size_t slot(std::uint32_t x) const { return slots_[x]; }
 
   /// points -> positive and negative. `points` stay as they are.
   void forward(Scratch& scratch) const;
@@ -56,15 +55,34 @@ class LineTransform {
     double re;
     double im;
   };
+  static Complex4 splatted(const Root& root);
+  /// How a length is divided, and the tables of its transform.
+  struct Parts {
+    std::uint32_t length = 1;  // of a part
+    std::uint32_t count = 1;
+    std::vector<std::uint32_t> radices;  // their product is the part's length
+    std::vector<Root> roots;             // exp(-2 pi i j / (length count))
+  };
+  static Parts partsFor(std::uint32_t length, std::uint32_t highest);
   /// The transform of the part at `from`; @return where the result lies, one of the two scratch parts.
-  const Complex4* transformPart(const Complex4* from, Scratch& scratch) const;
+  static const Complex4* transformPart(const Parts& parts, const Complex4* from, Scratch& scratch);
+
+  void forwardByParts(Scratch& scratch) const;
+  void backByParts(Scratch& scratch) const;
+  void forwardByChirp(Scratch& scratch) const;
+  void backByChirp(Scratch& scratch) const;
+  void makeChirp();
+  Complex4 chirp(std::uint64_t k) const;
+  const Complex4* convolve(Scratch& scratch) const;
 
   std::uint32_t length_;
   std::uint32_t highest_;
-  std::uint32_t partLength_ = 1;
-  std::uint32_t parts_ = 1;
-  std::vector<std::uint32_t> radices_;  // their product is partLength_
-  std::vector<Root> roots_;             // exp(-2 pi i j / length)
+  bool chirped_ = false;
+  Parts parts_;  // of the length, or of the convolution's
+  std::size_t partStride_ = 1;
+  std::vector<std::uint32_t> slots_;
+  std::vector<Root> chirp_;          // exp(-pi i j / length), j below 2 length
+  std::vector<Root> chirpSpectrum_;  // of exp(pi i k^2 / length)
 };
 
 }  // namespace orv::hdri::blockedAVX2

@@ -7,9 +7,13 @@
 namespace orv::hdri::blockedAVX2 {
 
 SphereRings::SphereRings(std::uint32_t mapWidth, std::uint32_t mapHeight)
-    : width(mapWidth), height(mapHeight), pairs(mapHeight / 2 + mapHeight % 2), groups((pairs + 15) / 16 * 4) {
+    : width(mapWidth),
+      height(mapHeight),
+      pairs(mapHeight / 2 + mapHeight % 2),
+      groups((pairs + 15) / 16 * 4) {
   constexpr double kPi = std::numbers::pi;
-  // The ring between theta - h and theta + h is 2 pi (cos(theta - h) - cos(theta + h)) = 4 pi sin theta sin h.
+  // The ring between theta - h and theta + h is 2 pi (cos(theta - h) - cos(theta + h)) = 4 pi sin theta sin
+  // h.
   const double pixel = 4.0 * kPi / width * std::sin(0.5 * kPi / height);
   for (std::uint32_t i = 0; i < 4 * groups; ++i) {
     const double theta = (std::min(i, pairs - 1) + 0.5) / height * kPi;

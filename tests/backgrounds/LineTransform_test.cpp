@@ -17,7 +17,8 @@ using Complex = std::complex<double>;
 
 /// exp(i turns 2 pi / length)
 Complex rootOf(std::uint64_t turns, std::uint64_t length) {
-  const double angle = 2 * std::numbers::pi * static_cast<double>(turns % length) / static_cast<double>(length);
+  const double angle =
+      2 * std::numbers::pi * static_cast<double>(turns % length) / static_cast<double>(length);
   return {std::cos(angle), std::sin(angle)};
 }
 
@@ -38,14 +39,16 @@ Complex4 sample(std::uint32_t index) {
   return {load(re), load(im)};
 }
 
-/// Lengths of every radix, products of them, lengths with larger primes, and the highest frequencies asked for.
+/// Lengths of every radix, products of them, lengths with larger primes, and the highest frequencies asked
+/// for.
 struct Case {
   std::uint32_t length, highest;
 };
-const Case kCases[] = {{1, 0},   {2, 1},   {2, 0},   {3, 1},    {4, 2},    {5, 2},     {6, 3},    {7, 3},
-                       {8, 4},   {8, 1},   {12, 6},  {15, 7},   {25, 12},  {30, 4},    {60, 30},  {64, 32},
-                       {64, 3},  {97, 48}, {97, 5},  {100, 50}, {202, 60}, {256, 128}, {360, 20}, {1024, 28},
-                       {1000, 0}, {509, 254}};
+const Case kCases[] = {{1, 0},    {2, 1},     {2, 0},    {3, 1},     {4, 2},      {5, 2},
+                       {6, 3},    {7, 3},     {8, 4},    {8, 1},     {12, 6},     {15, 7},
+                       {25, 12},  {30, 4},    {60, 30},  {64, 32},   {64, 3},     {97, 48},
+                       {97, 5},   {100, 50},  {202, 60}, {256, 128}, {360, 20},   {1024, 28},
+                       {1000, 0}, {509, 254}, {509, 31}, {509, 32},  {1018, 509}, {887, 60}};
 
 TEST(LineTransform, ForwardIsTheFourierSum) {
   for (const auto& [length, highest] : kCases) {

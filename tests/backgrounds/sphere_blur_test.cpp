@@ -59,8 +59,7 @@ class SphereBlur : public testing::Test {
   /// The largest difference between a blurred sun and the heat kernel, as a part of the kernel's peak, in 100
   /// directions on a spiral about the sun out to 4 sigma.
   double profileError(int width, int height, int sunX, int sunY, double sigma) {
-    BlockedMap map =
-        sunAt(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), sunX, sunY);
+    BlockedMap map = sunAt(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), sunX, sunY);
     blurOnSphere(map, sigma, context_);
     const double power = 1e5 * reference::pixelArea(width, height, sunY);
     const double peak = power * reference::heatKernel(sigma, 1);
@@ -70,11 +69,13 @@ class SphereBlur : public testing::Test {
       const double distance = 4 * sigma * k / 99, bearing = 2.4 * k;
       const double cosine =
           std::cos(theta) * std::cos(distance) + std::sin(theta) * std::sin(distance) * std::cos(bearing);
-      const double turn = std::atan2(std::sin(distance) * std::sin(bearing),
-                                     std::sin(theta) * std::cos(distance) -
-                                         std::cos(theta) * std::sin(distance) * std::cos(bearing));
-      const int y = std::clamp(static_cast<int>(std::acos(cosine) / std::numbers::pi * height), 0, height - 1);
-      const int x = (sunX + static_cast<int>(std::lround(turn / (2 * std::numbers::pi) * width)) + width) % width;
+      const double turn = std::atan2(
+          std::sin(distance) * std::sin(bearing),
+          std::sin(theta) * std::cos(distance) - std::cos(theta) * std::sin(distance) * std::cos(bearing));
+      const int y =
+          std::clamp(static_cast<int>(std::acos(cosine) / std::numbers::pi * height), 0, height - 1);
+      const int x =
+          (sunX + static_cast<int>(std::lround(turn / (2 * std::numbers::pi) * width)) + width) % width;
       // Of the pixel that lies there, with its own distance.
       const double expected =
           power * reference::heatKernel(sigma, reference::cosDistance(width, height, sunX, sunY, x, y));
@@ -189,8 +190,10 @@ TEST_F(SphereBlur, DampsTheHarmonicsOfAnyAxis) {
       for (int y = 0; y < kHeight; ++y)
         for (int x = 0; x < kWidth; x += 5) {
           const double c = cosine(x, y);
-          ASSERT_NEAR(pixelOf(map, x, y)[0], 2 + std::exp(-sigma * sigma) * c, tolerance) << sigma << ", " << tilt;
-          ASSERT_NEAR(pixelOf(map, x, y)[1], 2 + std::exp(-3 * sigma * sigma) * (1.5 * c * c - 0.5), tolerance)
+          ASSERT_NEAR(pixelOf(map, x, y)[0], 2 + std::exp(-sigma * sigma) * c, tolerance)
+              << sigma << ", " << tilt;
+          ASSERT_NEAR(pixelOf(map, x, y)[1], 2 + std::exp(-3 * sigma * sigma) * (1.5 * c * c - 0.5),
+                      tolerance)
               << sigma << ", " << tilt;
         }
     }
@@ -221,7 +224,8 @@ TEST_F(SphereBlur, OfAHugeSigmaIsTheMeanOfTheSphere) {
 }
 
 TEST_F(SphereBlur, OfATinySigmaLeavesTheMap) {
-  // A sigma of 0.1 pixels: the nearest neighbour weighs exp(-50), but in the rows at the poles pixels are near.
+  // A sigma of 0.1 pixels: the nearest neighbour weighs exp(-50), but in the rows at the poles pixels are
+  // near.
   BlockedMap map = mapOf(128, 64, noise);
   blurOnSphere(map, 0.1 * 2 * std::numbers::pi / 128, context_);
   for (int y = 16; y < 48; ++y)

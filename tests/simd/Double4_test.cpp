@@ -32,8 +32,7 @@ TEST(Double4, HorizontalSumAddsEveryLane) { EXPECT_EQ(horizontalSum(of(1, 20, 30
 TEST(Double4, TransposeTurnsRowsIntoColumns) {
   Double4 rows[4] = {of(0, 1, 2, 3), of(10, 11, 12, 13), of(20, 21, 22, 23), of(30, 31, 32, 33)};
   transpose(rows);
-  for (int j = 0; j < 4; ++j)
-    EXPECT_EQ(lanes(rows[j]), (Lanes{0.0 + j, 10.0 + j, 20.0 + j, 30.0 + j})) << j;
+  for (int j = 0; j < 4; ++j) EXPECT_EQ(lanes(rows[j]), (Lanes{0.0 + j, 10.0 + j, 20.0 + j, 30.0 + j})) << j;
 }
 
 TEST(Double4, FiniteOrReplacesInfinitiesAndNaNs) {

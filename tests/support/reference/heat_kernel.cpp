@@ -39,8 +39,7 @@ double cosDistance(int width, int height, int x0, int y0, int x1, int y1) {
 double light(const Map& map, std::size_t channel) {
   double sum = 0;
   for (int y = 0; y < map.height; ++y)
-    for (int x = 0; x < map.width; ++x)
-      sum += pixelArea(map.width, map.height, y) * map.at(x, y)[channel];
+    for (int x = 0; x < map.width; ++x) sum += pixelArea(map.width, map.height, y) * map.at(x, y)[channel];
   return sum;
 }
 
@@ -48,7 +47,8 @@ Map blurredOnSphere(const Map& map, double sigma) {
   const int width = map.width, height = map.height;
   const auto row = [](int y) { return static_cast<std::size_t>(y); };
   // kernel[i][j][dx]; empty for rows too far apart to matter.
-  std::vector<std::vector<std::vector<double>>> kernel(row(height), std::vector<std::vector<double>>(row(height)));
+  std::vector<std::vector<std::vector<double>>> kernel(row(height),
+                                                       std::vector<std::vector<double>>(row(height)));
   std::vector<std::vector<double>> ringSum(row(height), std::vector<double>(row(height), 0.0));
   const double nearest = sigma < 0.3 ? std::cos(9 * sigma) : -2;
   for (int i = 0; i < height; ++i)
