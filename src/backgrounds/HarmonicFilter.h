@@ -13,8 +13,8 @@ namespace orv::hdri::blockedAVX2 {
 /// l up to where the factor falls to 1e-10.
 class HarmonicFilter {
  public:
-  /// Degrees that the recurrence reaches without underflow.
-  static constexpr double kHighestDegree = 500;
+  /// Degrees up to here are filtered faster than by `NearFilter`, and far from the recurrence's underflow.
+  static constexpr double kHighestDegree = 400;
 
   /// The largest l whose factor is at least 1e-10; `sigma` above 0, radians.
   static double highestDegree(double sigma);

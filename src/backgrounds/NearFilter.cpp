@@ -10,7 +10,7 @@ namespace orv::hdri::blockedAVX2 {
 namespace {
 
 /// Orders whose coefficients are tabled at a time.
-constexpr std::uint32_t kOrders = 16;
+constexpr std::uint32_t kOrders = 8;
 
 /// exp(-x^2 / 2) is 1e-10 here.
 constexpr double kReach = 6.8;
@@ -127,21 +127,24 @@ std::vector<std::uint32_t> NearFilter::firstGroups() const {
 }
 
 NearFilter::Scratch::Scratch(const NearFilter& filter)
-    : result(filter.frequencies_),
-      window(12 * (2 * ((filter.reach_ + std::size_t{3}) / 4) + 1)),
-      table(kOrders * std::size_t{filter.neighbours()}),
-      neighbours(filter.neighbours()) {}
+    : results(std::size_t{kStrip} * filter.frequencies_),
+      window(12 * static_cast<std::size_t>(filter.windowGroups())),
+      table(std::size_t{kStrip} * kOrders * filter.neighbours()),
+      neighbours(std::size_t{kStrip} * filter.neighbours()) {}
 
-void NearFilter::gather(const RingSpectra& spectra, std::uint32_t frequency, std::uint32_t group,
+void NearFilter::gather(const RingSpectra& spectra, std::uint32_t frequency, std::uint32_t first,
                         Double4* window) const {
-  const std::int64_t around = (std::int64_t{reach_} + 3) / 4, count = 2 * around + 1;
+  const std::int64_t count = windowGroups();
   for (std::int64_t k = 0; k < count; ++k) {
-    const std::int64_t from = group - around + k;
+    const std::int64_t from = first - around() + k;
     if (from >= 0 && 4 * from + 4 <= rings_.pairs) {
       const auto source = static_cast<std::uint32_t>(from);
-      const bool has = spectra.has(frequency, source);
-      for (std::int64_t c = 0; c < 12; ++c)
-        window[c * count + k] = has ? spectra.at(frequency, source).values[c] : zero4();
+      if (spectra.has(frequency, source)) {
+        const Double4* values = spectra.at(frequency, source).values;
+        for (std::int64_t c = 0; c < 12; ++c) window[c * count + k] = values[c];
+      } else {
+        for (std::int64_t c = 0; c < 12; ++c) window[c * count + k] = zero4();
+      }
       continue;
     }
     // Past the equator the rings are the mirror images: north - south changes its sign.
@@ -162,44 +165,57 @@ void NearFilter::gather(const RingSpectra& spectra, std::uint32_t frequency, std
   }
 }
 
-void NearFilter::filterGroup(const RingSpectra& spectra, std::uint32_t group, Scratch& scratch) const {
-  std::uint32_t top = 0;
-  for (std::uint32_t n = 0; n < neighbours(); ++n) {
-    scratch.neighbours[n] = begin(group, n);
-    top = std::max(top, scratch.neighbours[n].next);
+inline void NearFilter::addWindow(const Double4* coefficients, const double* window, Double4 times,
+                                  PairSpectrum& sums) const {
+  const std::size_t stride = 4 * static_cast<std::size_t>(windowGroups());
+  Double4 added[12];
+  for (Double4& sum : added) sum = zero4();
+  for (std::size_t n = 0; n < neighbours(); ++n) {
+    const Double4 coefficient = coefficients[n];
+    for (std::size_t c = 0; c < 12; ++c)
+      added[c] = fma(coefficient, loadUnaligned(window + c * stride + n), added[c]);
   }
-  for (std::uint32_t frequency = 0; frequency < frequencies_; ++frequency)
-    for (Double4& value : scratch.result[frequency].values) value = zero4();
+  for (std::size_t c = 0; c < 12; ++c) sums.values[c] = fma(times, added[c], sums.values[c]);
+}
 
-  const std::size_t around = (reach_ + std::size_t{3}) / 4, stride = 4 * (2 * around + 1);
-  const double* window = reinterpret_cast<const double*>(scratch.window.data()) + 4 * around - reach_;
-  for (std::uint32_t end = top + 1; end > 0;) {
-    const std::uint32_t begin = end > kOrders ? end - kOrders : 0;
+void NearFilter::filterStrip(const RingSpectra& spectra, std::uint32_t first, Scratch& scratch) const {
+  const std::uint32_t groups = std::min(kStrip, rings_.groups - first);
+  std::uint32_t top = 0;
+  for (std::uint32_t g = 0; g < groups; ++g)
     for (std::uint32_t n = 0; n < neighbours(); ++n) {
-      Neighbour& kernel = scratch.neighbours[n];
-      for (std::uint32_t m = end; m-- > begin;) {
-        if (m == kernel.next && m > 0) kernel.start(m);
-        scratch.table[std::size_t{m - begin} * neighbours() + n] = kernel.now;
-        kernel.descend(m);
-      }
+      Neighbour& kernel = scratch.neighbours[g * neighbours() + n];
+      kernel = begin(first + g, n);
+      top = std::max(top, kernel.next);
     }
-    for (std::uint32_t m = end; m-- > begin;) {
+  for (std::size_t i = 0; i < scratch.results.size(); ++i)
+    for (Double4& value : scratch.results[i].values) value = zero4();
+
+  // Ring 4 first - reach.
+  const double* window = reinterpret_cast<const double*>(scratch.window.data()) + 4 * around() - reach_;
+  for (std::uint32_t end = top + 1; end > 0;) {
+    const std::uint32_t last = end > kOrders ? end - kOrders : 0;
+    for (std::uint32_t g = 0; g < groups; ++g)
+      for (std::uint32_t n = 0; n < neighbours(); ++n) {
+        Neighbour& kernel = scratch.neighbours[g * neighbours() + n];
+        for (std::uint32_t m = end; m-- > last;) {
+          if (m == kernel.next && m > 0) kernel.start(m);
+          scratch.table[(std::size_t{g} * kOrders + (m - last)) * neighbours() + n] = kernel.now;
+          kernel.descend(m);
+        }
+      }
+    for (std::uint32_t m = end; m-- > last;) {
       const std::uint32_t rest = m % rings_.width;
       const std::uint32_t frequency = std::min(rest, rings_.width - rest);
-      if (!spectra.has(frequency, group)) continue;
-      gather(spectra, frequency, group, scratch.window.data());
-      const Double4* coefficients = scratch.table.data() + std::size_t{m - begin} * neighbours();
-      Double4 sums[12];
-      for (Double4& sum : sums) sum = zero4();
-      for (std::size_t n = 0; n < neighbours(); ++n)
-        for (std::size_t c = 0; c < 12; ++c)
-          sums[c] = fma(coefficients[n], loadUnaligned(window + c * stride + n), sums[c]);
+      if (!spectra.has(frequency, first + groups - 1)) continue;
+      gather(spectra, frequency, first, scratch.window.data());
       // Orders m and -m are one on the map where they differ by whole widths.
       const Double4 times = splat(m > 0 && (rest == 0 || 2 * rest == rings_.width) ? 2.0 : 1.0);
-      for (std::size_t c = 0; c < 12; ++c)
-        scratch.result[frequency].values[c] = fma(times, sums[c], scratch.result[frequency].values[c]);
+      for (std::uint32_t g = 0; g < groups; ++g)
+        if (spectra.has(frequency, first + g))
+          addWindow(scratch.table.data() + (std::size_t{g} * kOrders + (m - last)) * neighbours(),
+                    window + 4 * g, times, scratch.results[std::size_t{g} * frequencies_ + frequency]);
     }
-    end = begin;
+    end = last;
   }
 }
 

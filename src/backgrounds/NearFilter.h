@@ -44,13 +44,19 @@ class NearFilter {
   /// What one thread needs.
   struct Scratch {
     explicit Scratch(const NearFilter& filter);
-    AlignedArray<PairSpectrum> result;   ///< of each frequency
-    AlignedArray<Double4> window;        ///< of one frequency, the rings that a group meets
-    AlignedArray<Double4> table;         ///< coefficients of a few orders
-    AlignedArray<Neighbour> neighbours;  ///< of the group
+    AlignedArray<PairSpectrum> results;  ///< of each group and frequency
+    AlignedArray<Double4> window;        ///< of one frequency, the rings that the groups meet
+    AlignedArray<Double4> table;         ///< coefficients of each group and a few orders
+    AlignedArray<Neighbour> neighbours;  ///< of each group
   };
-  /// Filters one group of pairs: `scratch.result` of all frequencies that the group has.
-  void filterGroup(const RingSpectra& spectra, std::uint32_t group, Scratch& scratch) const;
+  /// Groups that are filtered together, for they meet the same rings.
+  static constexpr std::uint32_t kStrip = 4;
+  /// Filters the groups from `first` to at most first + kStrip - 1: all frequencies that a group has.
+  void filterStrip(const RingSpectra& spectra, std::uint32_t first, Scratch& scratch) const;
+  /// What it gave for its group first + index.
+  const PairSpectrum& result(const Scratch& scratch, std::uint32_t index, std::uint32_t frequency) const {
+    return scratch.results[std::size_t{index} * frequencies_ + frequency];
+  }
 
   /// As HarmonicFilter's.
   void applyToRings(const std::vector<double>& in, std::vector<double>& out) const;
@@ -60,8 +66,11 @@ class NearFilter {
   Neighbour begin(std::uint32_t group, std::uint32_t neighbour) const;
   void prepare(std::uint32_t group);
   std::uint32_t highestOrder(double z) const;
-  void gather(const RingSpectra& spectra, std::uint32_t frequency, std::uint32_t group,
+  std::int64_t around() const { return (std::int64_t{reach_} + 3) / 4; }  // groups to each side
+  std::int64_t windowGroups() const { return 2 * around() + kStrip; }
+  void gather(const RingSpectra& spectra, std::uint32_t frequency, std::uint32_t first,
               Double4* window) const;
+  void addWindow(const Double4* coefficients, const double* window, Double4 times, PairSpectrum& sums) const;
 
   const SphereRings& rings_;
   double kappa_;

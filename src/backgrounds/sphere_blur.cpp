@@ -149,11 +149,12 @@ void transformBack(BlockedMap& map, const SphereRings& rings, std::uint32_t grou
   }
 }
 
-/// The blur with either filter. `filterAll(spectra)` comes between the transforms, and
-/// `filtered(spectra, group)` gives what `transformBack` takes.
-template <typename Filter, typename FilterAll, typename Back>
-void blurWith(BlockedMap& map, const SphereRings& rings, const Filter& filter, const PaintContext& context,
-              const FilterAll& filterAll, const Back& back) {
+/// The blur with either filter. `filterAll(spectra)` comes between the transforms; `filterStrip(spectra,
+/// group)` comes before the kStrip groups from `group` on are transformed back, and makes what gives their
+/// spectra: of a group and a frequency.
+void blurWith(BlockedMap& map, const SphereRings& rings, const auto& filter, const PaintContext& context,
+              const auto& filterAll, const auto& filterStrip) {
+  constexpr std::uint32_t kStrip = NearFilter::kStrip;
   const std::vector<double> scale = balancingScale(
       rings, [&](const std::vector<double>& in, std::vector<double>& out) { filter.applyToRings(in, out); });
   std::vector<double> weights(scale.size());
@@ -172,11 +173,16 @@ void blurWith(BlockedMap& map, const SphereRings& rings, const Filter& filter, c
     if (group < groups) progress();
   });
   filterAll(spectra);
-  forEachRow(groups, 1, [&](std::uint32_t group) {
-    std::uint32_t frequencies = 0;
-    while (frequencies < spectra.frequencies() && spectra.has(frequencies, group)) ++frequencies;
-    transformBack(map, rings, group, scale, transform, scratches.local(), frequencies, back(spectra, group));
-    progress();
+  forEachRow(groups, kStrip, [&](std::uint32_t first) {
+    const auto filtered = filterStrip(spectra, first);
+    for (std::uint32_t group = first; group < std::min(first + kStrip, groups); ++group) {
+      std::uint32_t frequencies = 0;
+      while (frequencies < spectra.frequencies() && spectra.has(frequencies, group)) ++frequencies;
+      transformBack(
+          map, rings, group, scale, transform, scratches.local(), frequencies,
+          [&](std::uint32_t frequency) -> const PairSpectrum& { return filtered(group, frequency); });
+      progress();
+    }
   });
 }
 
@@ -191,8 +197,10 @@ void blurOnSphere(BlockedMap& map, double sigma, const PaintContext& context) {
     const HarmonicFilter filter(rings, sigma);
     blurWith(
         map, rings, filter, context, [&](RingSpectra& spectra) { filter.apply(spectra); },
-        [&](const RingSpectra& spectra, std::uint32_t group) {
-          return [&spectra, group](std::uint32_t m) -> const PairSpectrum& { return spectra.at(m, group); };
+        [](const RingSpectra& spectra, std::uint32_t) {
+          return [&spectra](std::uint32_t group, std::uint32_t frequency) -> const PairSpectrum& {
+            return spectra.at(frequency, group);
+          };
         });
     return;
   }
@@ -200,10 +208,13 @@ void blurOnSphere(BlockedMap& map, double sigma, const PaintContext& context) {
   tbb::enumerable_thread_specific<NearFilter::Scratch> scratches([&] { return NearFilter::Scratch(filter); });
   blurWith(
       map, rings, filter, context, [](RingSpectra&) {},
-      [&](const RingSpectra& spectra, std::uint32_t group) {
+      [&](const RingSpectra& spectra, std::uint32_t first) {
         NearFilter::Scratch& scratch = scratches.local();
-        filter.filterGroup(spectra, group, scratch);
-        return [&scratch](std::uint32_t m) -> const PairSpectrum& { return scratch.result[m]; };
+        filter.filterStrip(spectra, first, scratch);
+        return
+            [&filter, &scratch, first](std::uint32_t group, std::uint32_t frequency) -> const PairSpectrum& {
+              return filter.result(scratch, group - first, frequency);
+            };
       });
 }
 
