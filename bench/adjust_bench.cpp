@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,7 @@
 #include "backgrounds/BlurSettings.h"
 #include "backgrounds/PaintContext.h"
 #include "backgrounds/blur.h"
+#include "backgrounds/sphere_blur.h"
 #include "backgrounds/tilt.h"
 #include "bench/interleaved.h"
 #include "maps/BlockedMap.h"
@@ -98,6 +100,21 @@ void blurMap(benchmark::State& state) {
   state.counters["fma_share"] = terms / (state.counters["own_ms"] * 1e-3) / peak;
 }
 
+/// The blur on the sphere, sigma in hundredths of a degree, beside the blur of the same amount along the
+/// map's columns and rows.
+void sphereBlur(benchmark::State& state) {
+  const auto width = static_cast<std::uint32_t>(state.range(0));
+  const double sigma = static_cast<double>(state.range(1)) * 0.01 * std::numbers::pi / 180;
+  BlockedMap map = picture(width), planar = picture(width);
+  const double columns = sigma * width / (2 * std::numbers::pi);
+  BlurSettings settings(static_cast<float>(columns * 200.0 / width));
+  settings.makeKernel(width, width / 2, 1e4f);
+  bench::compare(
+      state, "planar", [&] { blurOnSphere(map, sigma, PaintContext()); },
+      [&] { blur(planar, settings, PaintContext()); }, bench::smoke() ? 1 : 7);
+  state.counters["Mpixel/s"] = 0.5 * width * width / state.counters["own_ms"] * 1e-3;
+}
+
 /// A full rotation, beside the peer's bilinear remapping with its coordinate maps ready.
 void tiltMap(benchmark::State& state) {
   const auto width = static_cast<std::uint32_t>(state.range(0));
@@ -142,6 +159,12 @@ void shiftMap(benchmark::State& state) {
 BENCHMARK(blurMap)
     ->ArgNames({"width", "radius"})
     ->ArgsProduct({{2048, 4096}, {20, 100, 400}})
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(sphereBlur)
+    ->ArgNames({"width", "sigma"})
+    ->ArgsProduct({{2048, 4096}, {1440, 360, 180, 90, 45, 20}})
     ->UseManualTime()
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);

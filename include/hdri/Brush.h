@@ -100,6 +100,10 @@ class Brush : public std::enable_shared_from_this<Brush> {
   float tiltAngle1() const { return tiltAngle1_; }
   float tiltAngle2() const { return tiltAngle2_; }
   void setBlurAmount(float amount) { blurAmount_ = amount; }
+  /// Whether the blur is a Gaussian on the sphere, which keeps the light, with the amount's sigma at the
+  /// equator. Off: along the map's columns and rows.
+  bool blurOnSphere() const { return blurOnSphere_ != 0; }
+  void setBlurOnSphere(bool on) { blurOnSphere_ = on ? 1 : 0; }
   void setTiltAngles(float azimuthDegrees, float tiltDegrees) {
     tiltAngle1_ = azimuthDegrees;
     tiltAngle2_ = tiltDegrees;
@@ -129,6 +133,7 @@ class Brush : public std::enable_shared_from_this<Brush> {
   float blurAmount_ = 0;
   float tiltAngle1_ = 0;
   float tiltAngle2_ = 0;
+  std::uint8_t blurOnSphere_ = 0;
 };
 
 }  // namespace orv::hdri

@@ -16,19 +16,28 @@ std::uint32_t radiusWithin(float reach, std::uint32_t size) {
 
 }  // namespace
 
+float BlurSettings::sigma(std::uint32_t width) const {
+  return (static_cast<float>(width) / 100.0f) * (amount_ * 0.5f);
+}
+
+bool BlurSettings::reachesNeighbours(std::uint32_t width) const {
+  // False for a sigma that is not a number, too.
+  const float s = sigma(width);
+  return std::exp(-1.0f / (2.0f * s * s)) >= kSmallestNeighbour;
+}
+
 bool BlurSettings::makeKernel(std::uint32_t width, std::uint32_t height, float maximum) {
   kernel_ = AlignedFloats();
   if (width == 0 || height == 0) return false;
-  const float sigma = (static_cast<float>(width) / 100.0f) * (amount_ * 0.5f);
-  // Negated, so that a sigma that is not a number makes no kernel either.
-  if (!(std::exp(-1.0f / (2.0f * sigma * sigma)) >= kSmallestNeighbour)) return false;
+  if (!reachesNeighbours(width)) return false;
+  const float s = sigma(width);
 
   // max() keeps its first argument where the maximum is not a number.
-  const float reach = std::ceil(sigma * std::sqrt(-2.0f * std::log(0.1f / std::max(1.0f, maximum))));
+  const float reach = std::ceil(s * std::sqrt(-2.0f * std::log(0.1f / std::max(1.0f, maximum))));
   const std::uint32_t radius = std::min(radiusWithin(reach, width), radiusWithin(reach, height));
 
   kernel_ = AlignedFloats(radius + std::size_t{1});
-  const double twoSigmaSquared = 2.0 * double{sigma} * double{sigma};
+  const double twoSigmaSquared = 2.0 * double{s} * double{s};
   const auto weight = [&](double i) { return std::exp(-i * i / twoSigmaSquared); };
   double sum = 1.0;
   for (std::uint32_t i = 1; i <= radius; ++i) sum += 2.0 * weight(i);

@@ -17,6 +17,7 @@ struct PaintContext {
   bool smoothing = false;          ///< soft pin edges and filtered image fills
   float pinSizeScale = 1.5f;       ///< scale of the pixel angle that pin shapes are made with
   float blurAmount = 0;            ///< as the background brush gave it
+  bool blurOnSphere = false;       ///< the blur is a Gaussian on the sphere, not on the map's plane
   float tiltAngle1 = 0;            ///< azimuth of the background's rotation, radians
   float tiltAngle2 = 0;            ///< its tilt, radians
   bool hasBackgroundFill = false;  ///< a pin shows the background: map backgrounds keep a sampling copy

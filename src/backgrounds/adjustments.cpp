@@ -1,10 +1,13 @@
 #include "backgrounds/adjustments.h"
 
+#include <numbers>
+
 #include "backgrounds/BlurSettings.h"
 #include "backgrounds/MapBackground.h"
 #include "backgrounds/PaintContext.h"
 #include "backgrounds/TiltSettings.h"
 #include "backgrounds/blur.h"
+#include "backgrounds/sphere_blur.h"
 #include "backgrounds/tilt.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -16,7 +19,13 @@ void applyAdjustments(MapBackground& background, const PaintContext& context, fl
   BlurSettings blurSettings(context.blurAmount);
   if (blurSettings.amount() > 0.0f) {
     context.progressText("Blur");
-    if (blurSettings.makeKernel(map.width(), map.height(), maximum)) blur(map, blurSettings, context);
+    if (context.blurOnSphere) {
+      const double columnAngle = 2.0 * std::numbers::pi / map.width();
+      if (blurSettings.reachesNeighbours(map.width()))
+        blurOnSphere(map, double{blurSettings.sigma(map.width())} * columnAngle, context);
+    } else if (blurSettings.makeKernel(map.width(), map.height(), maximum)) {
+      blur(map, blurSettings, context);
+    }
   }
 
   // Fills that show the background bring their own rotation: the copy is taken before the map is rotated.

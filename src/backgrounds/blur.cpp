@@ -144,8 +144,9 @@ std::vector<float> truncationScales(const AlignedFloats& kernel, std::uint32_t h
   return scales;
 }
 
-/// Padding lanes hold the row again from its start.
-void fillPadding(std::span<Block> row, std::size_t width) {
+}  // namespace
+
+void repeatIntoPadding(std::span<Block> row, std::size_t width) {
   for (std::size_t x = width; x < 8 * row.size(); ++x) {
     const Block& from = row[x % width / 8];
     Block& to = row[x / 8];
@@ -154,8 +155,6 @@ void fillPadding(std::span<Block> row, std::size_t width) {
     to.b[x % 8] = from.b[x % width % 8];
   }
 }
-
-}  // namespace
 
 void blur(BlockedMap& map, const BlurSettings& settings, const PaintContext& context) {
   const AlignedFloats& kernel = settings.kernel();
@@ -180,7 +179,7 @@ void blur(BlockedMap& map, const BlurSettings& settings, const PaintContext& con
   filterColumns(transposed, map.paddedWidth(), rows, doubled, Ends::wrapped, nullptr,
                 [&](std::uint32_t group) {
                   for (std::uint32_t y = 8 * group; y < std::min(8 * group + 8, height); ++y)
-                    fillPadding(map.row(y), width);
+                    repeatIntoPadding(map.row(y), width);
                   context.progressFraction(4.0f, static_cast<float>(height));
                 });
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
+
 #include "backgrounds/BlurSettings.h"
 #include "maps/BlockedMap.h"
 
@@ -16,5 +19,8 @@ struct PaintContext;
 /// (tests/backgrounds/blur_test.cpp). The bytes do not depend on the number of threads.
 /// @throws std::bad_alloc; the map is then unchanged or half blurred.
 void blur(BlockedMap& map, const BlurSettings& settings, const PaintContext& context);
+
+/// Makes the padding lanes of a row of `width` pixels hold the row again from its start.
+void repeatIntoPadding(std::span<Block> row, std::size_t width);
 
 }  // namespace orv::hdri::blockedAVX2

@@ -18,8 +18,9 @@ bool Brush::equals(const Brush& other) const {
   if (enabled_ != other.enabled_ || override_ != other.override_ || kind() != other.kind()) return false;
   if (mapSettingsOn_ != other.mapSettingsOn_) return false;
   if (mapSettingsOn_) {
-    if (blurAmount_ != other.blurAmount_ || tiltAngle1_ != other.tiltAngle1_ ||
-        tiltAngle2_ != other.tiltAngle2_ || width_ != other.width_ || height_ != other.height_)
+    if (blurAmount_ != other.blurAmount_ || blurOnSphere_ != other.blurOnSphere_ ||
+        tiltAngle1_ != other.tiltAngle1_ || tiltAngle2_ != other.tiltAngle2_ || width_ != other.width_ ||
+        height_ != other.height_)
       return false;
   } else if (mode_ != other.mode_) {
     return false;
@@ -52,6 +53,7 @@ void Brush::copyBaseTo(Brush& clone) const {
   clone.mapSettingsOn_ = mapSettingsOn_;
   clone.adjustments_ = adjustments_;
   clone.blurAmount_ = blurAmount_;
+  clone.blurOnSphere_ = blurOnSphere_;
   clone.tiltAngle1_ = tiltAngle1_;
   clone.tiltAngle2_ = tiltAngle2_;
   clone.width_ = width_;
@@ -63,6 +65,7 @@ orvNode* Brush::exportBase(orvNode*& node, orvScene* scene, const char* typeName
   if (!node) return nullptr;
   node->set_parameter("mode", mode_);
   for (const auto& [name, value] : kAdjustmentParameters) node->set_parameter(name, adjustments_.*value);
+  if (blurOnSphere_) node->set_parameter("blurOnSphere", std::uint32_t{blurOnSphere_});
   return node;
 }
 

@@ -28,6 +28,7 @@ bool BlockedPainter::setBackground(const Brush& brush) {
   context_.tiltAngle2 = brush.tiltAngle2() * kRadiansPerDegree;
   context_.tiltAngle1 = brush.tiltAngle1() * kRadiansPerDegree;
   context_.blurAmount = brush.blurAmount();
+  context_.blurOnSphere = brush.blurOnSphere();
   backgroundValid_ = false;
   try {
     switch (brush.kind()) {

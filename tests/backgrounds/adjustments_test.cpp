@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <new>
+#include <numbers>
 #include <numeric>
 #include <string>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "backgrounds/maps.h"
 #include "hdri/ImageBrush.h"
 #include "support/fake_host/FakeHost.h"
+#include "support/reference/heat_kernel.h"
 
 namespace orv::hdri::blockedAVX2 {
 namespace {
@@ -110,6 +112,25 @@ TEST_F(AdjustmentsTest, TheMapIsBlurredThenRotated) {
   for (int y = 0; y < kHeight; ++y)
     for (int x = 0; x < kWidth; ++x)
       EXPECT_NEAR(pixelOf(background_.preparedMap(), x, y)[1], expected.at(x, y)[1], 2e-6);
+}
+
+TEST_F(AdjustmentsTest, TheBlurOnTheSphereHasTheSameSigmaAtTheEquator) {
+  context_.blurOnSphere = true;
+  prepare(10, 0, 0);
+  // sigma = 48 / 100 * 10 / 2 columns of 2 pi / 48.
+  const reference::Map expected =
+      reference::blurredOnSphere(referenceOf(mapOf(kWidth, kHeight, noise)), 0.1 * std::numbers::pi);
+  for (int y = 0; y < kHeight; ++y)
+    for (int x = 0; x < kWidth; ++x)
+      EXPECT_NEAR(pixelOf(background_.preparedMap(), x, y)[1], expected.at(x, y)[1], 1e-6);
+  EXPECT_THAT(phases(), ElementsAre(kImage, kBlur));
+}
+
+TEST_F(AdjustmentsTest, ABlurOnTheSphereTooSmallToMatterLeavesTheMap) {
+  context_.blurOnSphere = true;
+  prepare(0.1f, 0, 0);
+  EXPECT_THAT(phases(), ElementsAre(kImage, kBlur));
+  EXPECT_TRUE(sameBytes(background_.preparedMap(), mapOf(kWidth, kHeight, noise)));
 }
 
 TEST_F(AdjustmentsTest, ThereIsNoSamplingCopyUnlessAPinShowsTheBackground) {

@@ -40,6 +40,7 @@ TEST(Brush, StartsWithTheDocumentedDefaults) {
   EXPECT_EQ(brush.mode(), BlendMode::add);
   EXPECT_FALSE(brush.mapSettingsOn());
   EXPECT_EQ(brush.blurAmount(), 0.0f);
+  EXPECT_FALSE(brush.blurOnSphere());
   EXPECT_EQ(brush.tiltAngle1(), 0.0f);
   EXPECT_EQ(brush.tiltAngle2(), 0.0f);
 }
@@ -102,12 +103,13 @@ TEST(BrushEquality, IgnoresTheSizeUntilMapSettingsAreOn) {
 }
 
 TEST(BrushEquality, ComparesBlurAndTiltOnlyWithMapSettings) {
-  for (int field = 0; field < 3; ++field) {
+  for (int field = 0; field < 4; ++field) {
     ColorBrush a(1.0f, 1.0f, 1.0f);
     ColorBrush b(1.0f, 1.0f, 1.0f);
     if (field == 0) b.setBlurAmount(2.0f);
     if (field == 1) b.setTiltAngles(5.0f, 0.0f);
     if (field == 2) b.setTiltAngles(0.0f, 5.0f);
+    if (field == 3) b.setBlurOnSphere(true);
     EXPECT_TRUE(a.equals(b)) << field;
     a.setMapSettingsOn(true);
     b.setMapSettingsOn(true);
@@ -164,6 +166,7 @@ TEST(BrushClone, CarriesEveryBaseValue) {
     brush->setMapSettingsOn(true);
     brush->adjustments() = {2.0f, 3.0f, 0.25f, -0.5f, 0.1f, 0.2f, 0.3f};
     brush->setBlurAmount(4.0f);
+    brush->setBlurOnSphere(true);
     brush->setTiltAngles(50.0f, 60.0f);
     brush->setSize(512, 256);
     const std::shared_ptr<Brush> copy = brush->clone();
@@ -173,6 +176,7 @@ TEST(BrushClone, CarriesEveryBaseValue) {
     EXPECT_TRUE(copy->mapSettingsOn());
     EXPECT_EQ(copy->adjustments(), brush->adjustments());
     EXPECT_EQ(copy->blurAmount(), 4.0f);
+    EXPECT_TRUE(copy->blurOnSphere());
     EXPECT_EQ(copy->tiltAngle1(), 50.0f);
     EXPECT_EQ(copy->tiltAngle2(), 60.0f);
     EXPECT_EQ(copy->size(), std::make_pair(512u, 256u));

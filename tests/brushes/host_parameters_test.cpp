@@ -88,6 +88,16 @@ TEST_F(HostParameters, ColorBrushWritesModeAdjustmentsAndColour) {
   EXPECT_EQ(node->floats["b"], 4.0f);
 }
 
+TEST_F(HostParameters, TheBlurOnTheSphereIsWrittenOnlyWhereItIsOn) {
+  ColorBrush brush(1.0f, 0.0f, 0.0f);
+  brush.setOwner(owner);
+  brush.setBlurOnSphere(true);
+  auto* node = static_cast<FakeNode*>(brush.hostNode(host().scene()));
+  ASSERT_NE(node, nullptr);
+  EXPECT_THAT(node->order, ElementsAreArray(baseNamesAnd({"blurOnSphere", "r", "g", "b"})));
+  EXPECT_EQ(node->uints["blurOnSphere"], 1u);
+}
+
 TEST_F(HostParameters, NodeIsMadeOnceAndWrittenEveryTime) {
   ColorBrush brush(1.0f, 0.0f, 0.0f);
   brush.setOwner(owner);

@@ -40,8 +40,10 @@ class BackgroundSelection : public testing::Test {
 TEST_F(BackgroundSelection, TakesBlurAndAnglesFromTheBrush) {
   ColorBrush brush(1, 1, 1);
   brush.setBlurAmount(2.5f);
+  brush.setBlurOnSphere(true);
   brush.setTiltAngles(90.0f, -45.0f);
   EXPECT_TRUE(painter_->setBackground(brush));
+  EXPECT_TRUE(painter_->context().blurOnSphere);
   EXPECT_EQ(painter_->context().blurAmount, 2.5f);
   EXPECT_EQ(painter_->context().tiltAngle1, 90.0f * 0.017453292f);
   EXPECT_EQ(painter_->context().tiltAngle2, -45.0f * 0.017453292f);
