@@ -50,6 +50,15 @@ orvMemory_counters orv_memory_counters();
 /// Makes the n-th allocation from now fail (1 is the next); 0 makes none fail. Thread-safe.
 void orv_memory_fail_at(std::uint64_t n);
 
+/// Sets the size, columns by rows, in which a scene's environment images are wanted; 0 x 0 (as at the start),
+/// or a side of 0: each in its own. Images that are loaded from then on with
+/// `orvTexture_profile::environment` have that size, and their pixels are scaled to it when they are first
+/// asked for, so that the mean light over the sphere stays. Their look-ups, filtered or not, and `mip_levels`
+/// go by the file's own pixels. A painter thus takes a background of the map's size pixel by pixel, and fills
+/// of the same file see all of it. Set it after the map's size was taken from an image. A size above the
+/// scene's limits counts as 0 x 0, with a line in the log. Null is ignored. Thread-safe.
+void orv_image_set_environment_size(orvScene* scene, std::uint32_t width, std::uint32_t height);
+
 /// Marks a node's parameter as animated, or not. Set-up thread only.
 void orv_node_set_animated(class orvNode* node, const char* name, bool animated);
 

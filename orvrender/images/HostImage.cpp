@@ -51,15 +51,21 @@ void finish(const float associated[4], bool hasAlpha, orvImage_lookup& lookup) {
 
 const ImageContent& HostImage::askLibrary() const { return library_.contentFor(*this); }
 
+const Pixels& HostImage::askLibraryToScale() const { return library_.scaledFor(*this); }
+
 void HostImage::get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const {
-  const Pixels& pixels = content().pixels;
+  const Pixels& pixels = shown().rgb ? shown() : content().pixels;
   if (!pixels.rgb) {
     std::fill_n(rgb, 3, 0.0f);
     return;
   }
-  const auto column =
-      static_cast<std::size_t>(std::clamp<std::int64_t>(x, 0, std::int64_t{pixels.width} - 1));
-  const auto row = static_cast<std::size_t>(std::clamp<std::int64_t>(y, 0, std::int64_t{pixels.height} - 1));
+  // The nearest in the image, and where that lies among the pixels.
+  const auto place = [](std::int32_t i, std::uint32_t size, std::uint32_t count) {
+    const auto inside = static_cast<std::uint64_t>(std::clamp<std::int64_t>(i, 0, std::int64_t{size} - 1));
+    return static_cast<std::size_t>(count == size ? inside : inside * count / size);
+  };
+  const std::size_t column = place(x, size_.width, pixels.width);
+  const std::size_t row = place(y, size_.height, pixels.height);
   std::copy_n(pixels.rgb.get() + 3 * (row * pixels.width + column), 3, rgb);
 }
 

@@ -22,6 +22,13 @@ struct ImageHeader {
   bool hasAlpha;
 };
 
+struct ImageSize {
+  std::uint32_t width = 0;
+  std::uint32_t height = 0;
+
+  friend bool operator==(const ImageSize&, const ImageSize&) = default;
+};
+
 /// What the users of one image share.
 struct ImageContent {
   Pixels pixels;                             ///< `rgb` null: black, for want of memory
@@ -30,25 +37,27 @@ struct ImageContent {
   std::size_t bytes() const { return pixels.bytes() + (filtered ? filtered->bytes() : 0); }
 };
 
-/// An image of the reference host as one of its users has it. Until this user asks for pixels, the library
-/// may take them back, and reads them again then.
+/// An image of the reference host as one of its users has it: its size and pixels are those of the file, or
+/// scaled ones; its look-ups go to the file's. Until this user asks for pixels, the library may take them
+/// back, and reads or scales them again then.
 class HostImage final : public orvImage {
  public:
-  /// Both outlive the image.
-  HostImage(ImageLibrary& library, const ImageHeader& header) : library_(library), header_(header) {}
+  /// The library and the header outlive the image. @param size which pixels it shows.
+  HostImage(ImageLibrary& library, const ImageHeader& header, const ImageSize& size)
+      : library_(library), header_(header), size_(size) {}
   HostImage(const HostImage&) = delete;
   HostImage& operator=(const HostImage&) = delete;
 
-  /// A place outside the image reads the nearest pixel.
+  /// A place outside the image reads the nearest pixel; so does each where there is no memory to scale them.
   void get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const override;
   /// Asks for pixels. The first choice of `anisotropic` makes the smaller copies, which users share; they
   /// stay as long as the pixels.
   void set_filter_mode(orvFilter_mode mode) override;
-  std::uint32_t width() const override { return header_.width; }
-  std::uint32_t height() const override { return header_.height; }
+  std::uint32_t width() const override { return size_.width; }
+  std::uint32_t height() const override { return size_.height; }
   bool has_alpha() const override { return header_.hasAlpha; }
-  /// Null when the pixels were taken back and there is no memory to read them again.
-  const float* pixels() const override { return content().pixels.rgb.get(); }
+  /// Null when there is no memory to scale the pixels, or to read them again after they were taken back.
+  const float* pixels() const override { return shown().rgb.get(); }
   const char* path() const override { return header_.path.c_str(); }
   orvFilter_mode filter_mode() const override { return mode_; }
   void lookup(orvImage_lookup& lookup) const override;
@@ -59,22 +68,35 @@ class HostImage final : public orvImage {
   /// As `lookup` until this user has chosen `anisotropic`.
   void lookup_filtered(orvImage_lookup& lookup) const override;
 
-  /// For the library, under its lock: whether this user has asked for pixels, which then stay, and what it
-  /// gets when it first does.
+  const ImageSize& size() const { return size_; }
+
+  /// For the library, under its lock: whether this user has asked for the file's pixels or for the scaled
+  /// ones, which then stay, and what it gets when it first does.
   bool hasAsked() const { return content_.load(std::memory_order_relaxed) != nullptr; }
+  bool hasAskedFor(const Pixels& scaled) const { return scaled_.load(std::memory_order_relaxed) == &scaled; }
   void give(const ImageContent& content) const { content_.store(&content, std::memory_order_release); }
+  void give(const Pixels& scaled) const { scaled_.store(&scaled, std::memory_order_release); }
 
  private:
+  bool isScaled() const { return size_ != ImageSize{header_.width, header_.height}; }
+  const Pixels& shown() const { return isScaled() ? scaled() : content().pixels; }
+  const Pixels& scaled() const {
+    const Pixels* const scaled = scaled_.load(std::memory_order_acquire);
+    return scaled ? *scaled : askLibraryToScale();
+  }
   const ImageContent& content() const {
     const ImageContent* const content = content_.load(std::memory_order_acquire);
     return content ? *content : askLibrary();
   }
   const ImageContent& askLibrary() const;
+  const Pixels& askLibraryToScale() const;
   void sampleBilinear(float s, float t, float rgba[4]) const;
 
   ImageLibrary& library_;
   const ImageHeader& header_;
+  const ImageSize size_;
   mutable std::atomic<const ImageContent*> content_{nullptr};  // null until asked for
+  mutable std::atomic<const Pixels*> scaled_{nullptr};         // null until asked for
   const FilteredLookup* filtered_ = nullptr;
   orvFilter_mode mode_ = orvFilter_mode::bilinear;
 };

@@ -10,6 +10,7 @@
 #include "host/orvLog.h"
 #include "orvrender/files/ImageError.h"
 #include "orvrender/images/read_image.h"
+#include "orvrender/images/resample.h"
 
 namespace orv::host {
 
@@ -20,15 +21,52 @@ std::optional<FileStamp> FileStamp::of(const std::string& path) {
                    static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
-bool ImageLibrary::Entry::isAsked() const {
+bool ImageLibrary::Entry::isContentAsked() const {
   return std::any_of(users.begin(), users.end(), [](const HostImage& user) { return user.hasAsked(); });
+}
+
+bool ImageLibrary::Entry::isAsked(const Pixels& scaledPixels) const {
+  return std::any_of(users.begin(), users.end(),
+                     [&](const HostImage& user) { return user.hasAskedFor(scaledPixels); });
+}
+
+bool ImageLibrary::Entry::isAsked() const {
+  return isContentAsked() ||
+         std::any_of(scaled.begin(), scaled.end(), [this](const Pixels& pixels) { return isAsked(pixels); });
+}
+
+std::list<Pixels>::iterator ImageLibrary::Entry::findScaled(const ImageSize& wanted) {
+  return std::find_if(scaled.begin(), scaled.end(), [&](const Pixels& pixels) {
+    return ImageSize{pixels.width, pixels.height} == wanted;
+  });
+}
+
+std::uint64_t ImageLibrary::Entry::bytes() const {
+  std::uint64_t sum = content ? content->bytes() : 0;
+  for (const Pixels& pixels : scaled) sum += pixels.bytes();
+  return sum;
+}
+
+void ImageLibrary::setEnvironmentSize(const ImageSize& size) {
+  const std::lock_guard lock(mutex_);
+  const bool fits = std::max(size.width, size.height) <= limits_.side &&
+                    std::uint64_t{size.width} * size.height <= limits_.pixels;
+  if (!fits) {
+    orv_critical(
+        "environment images of %u x %u pixels are above the limits of %u a side and %llu pixels; set a "
+        "smaller size\n",
+        size.width, size.height, limits_.side, static_cast<unsigned long long>(limits_.pixels));
+  }
+  const bool isSize = fits && size.width > 0 && size.height > 0;
+  environmentSize_ = isSize ? size : ImageSize{};
 }
 
 orvImage* ImageLibrary::load(const std::string& path, orvTexture_profile profile, bool cached) {
   const std::lock_guard lock(mutex_);
   // Taken before the file is read: a change in between makes the next load read it again.
   const FileStamp stamp = FileStamp::of(path).value_or(FileStamp{});
-  auto entry = cached ? find(path, profile, stamp) : entries_.end();
+  const ImageSize wanted = profile == orvTexture_profile::environment ? environmentSize_ : ImageSize{};
+  auto entry = cached ? find(path, profile, stamp, wanted) : entries_.end();
   if (entry == entries_.end()) {
     std::unique_ptr<ImageContent> content = read(path, profile);
     if (!content) return nullptr;
@@ -37,7 +75,8 @@ orvImage* ImageLibrary::load(const std::string& path, orvTexture_profile profile
     entry = entries_.insert(entry, {header, stamp, std::move(content), {}, cached});
   }
   entries_.splice(entries_.end(), entries_, entry);
-  HostImage& user = entry->users.emplace_back(*this, entry->header);
+  HostImage& user =
+      entry->users.emplace_back(*this, entry->header, wanted == ImageSize{} ? entry->size() : wanted);
   trim(&*entry);
   return &user;
 }
@@ -77,12 +116,12 @@ void ImageLibrary::giveBack(const orvImage* image, bool discard) {
   }
   entry->users.remove_if([image](const HostImage& user) { return &user == image; });
   if (discard) entry->shared = false;
-  if (entry->isAsked()) return;
   if (entry->users.empty() && !entry->shared) {
     entries_.erase(entry);
     return;
   }
-  entries_.splice(keep_ ? entries_.end() : entries_.begin(), entries_, entry);
+  if (!entry->shared) entry->scaled.remove_if([&](const Pixels& pixels) { return !entry->isAsked(pixels); });
+  if (!entry->isAsked()) entries_.splice(keep_ ? entries_.end() : entries_.begin(), entries_, entry);
   trim();
 }
 
@@ -93,7 +132,8 @@ void ImageLibrary::setKeep(bool keep, bool discardAll) {
     entries_.remove_if([](const Entry& entry) { return entry.users.empty(); });
     for (Entry& entry : entries_) {
       entry.shared = false;
-      if (!entry.isAsked()) entry.content.reset();
+      if (!entry.isContentAsked()) entry.content.reset();
+      entry.scaled.remove_if([&](const Pixels& pixels) { return !entry.isAsked(pixels); });
     }
   }
   trim();
@@ -112,9 +152,46 @@ const ImageContent& ImageLibrary::contentFor(const HostImage& image) {
   return content;
 }
 
+const Pixels& ImageLibrary::scaledFor(const HostImage& image) {
+  const std::lock_guard lock(mutex_);
+  Entry& entry = *entryOf(&image);
+  const auto found = entry.findScaled(image.size());
+  const Pixels* pixels = nullptr;
+  if (found != entry.scaled.end()) {
+    pixels = &*found;
+    entry.scaled.splice(entry.scaled.end(), entry.scaled, found);
+  } else {
+    if (!entry.content) readAgain(entry);
+    if (entry.content) pixels = makeScaled(entry, image.size());
+  }
+  static const Pixels none{};
+  if (!pixels) pixels = &none;
+  image.give(*pixels);
+  // What it was made of may go.
+  trim();
+  return *pixels;
+}
+
+const Pixels* ImageLibrary::makeScaled(Entry& entry, const ImageSize& size) const {
+  try {
+    Pixels scaled;
+    tbb::this_task_arena::isolate([&] { scaled = resample(entry.content->pixels, size.width, size.height); });
+    if (scaled.rgb) return &entry.scaled.emplace_back(std::move(scaled));
+  } catch (const std::bad_alloc&) {
+  }
+  orv_critical(
+      "%s: there is no memory to scale it to %u x %u pixels, so single ones are taken; close other "
+      "programs\n",
+      entry.header.path.c_str(), size.width, size.height);
+  return nullptr;
+}
+
 void ImageLibrary::readAgain(Entry& entry) const {
   const ImageHeader& header = entry.header;
-  entry.stamp = FileStamp::of(header.path).value_or(FileStamp{});
+  const FileStamp stamp = FileStamp::of(header.path).value_or(FileStamp{});
+  // Scaled pixels of the file as it was are for nobody new.
+  if (!entry.scaled.empty() && stamp != entry.stamp) entry.shared = false;
+  entry.stamp = stamp;
   entry.content = read(header.path, header.profile);
   if (entry.content) {
     const Pixels& pixels = entry.content->pixels;
@@ -154,14 +231,17 @@ const FilteredLookup* ImageLibrary::filtered(const HostImage& image) {
 
 std::uint64_t ImageLibrary::bytesOf(const HostImage& image) {
   const std::lock_guard lock(mutex_);
-  return entryOf(&image)->bytes();
+  Entry& entry = *entryOf(&image);
+  const auto scaled = entry.findScaled(image.size());
+  return (entry.content ? entry.content->bytes() : 0) + (scaled != entry.scaled.end() ? scaled->bytes() : 0);
 }
 
 ImageLibrary::Entries::iterator ImageLibrary::find(const std::string& path, orvTexture_profile profile,
-                                                   const FileStamp& stamp) {
+                                                   const FileStamp& stamp, const ImageSize& wanted) {
   for (auto entry = entries_.begin(); entry != entries_.end();) {
     const auto next = std::next(entry);
-    if (entry->shared && entry->content && entry->header.profile == profile && entry->header.path == path) {
+    const bool hasPixels = entry->content || entry->findScaled(wanted) != entry->scaled.end();
+    if (entry->shared && hasPixels && entry->header.profile == profile && entry->header.path == path) {
       if (entry->stamp == stamp) return entry;
       // The file has changed: its old pixels are of no use to anyone new.
       entry->shared = false;
@@ -187,14 +267,30 @@ void ImageLibrary::trim(const Entry* spared) {
   for (const bool used : {false, true}) {
     for (auto entry = entries_.begin(); entry != entries_.end() && bytes > budget_;) {
       const auto next = std::next(entry);
-      if (&*entry != spared && entry->users.empty() != used && !entry->isAsked()) {
-        bytes -= entry->bytes();
-        entry->content.reset();
-        if (!used) entries_.erase(entry);
+      if (&*entry != spared && entry->users.empty() != used) {
+        dropUnasked(*entry, bytes);
+        if (entry->users.empty() && entry->bytes() == 0) entries_.erase(entry);
       }
       entry = next;
     }
   }
+}
+
+void ImageLibrary::dropUnasked(Entry& entry, std::uint64_t& bytes) const {
+  std::list<Pixels>& scaled = entry.scaled;
+  const auto dropScaled = [&](std::list<Pixels>::iterator pixels) {
+    if (bytes <= budget_ || entry.isAsked(*pixels)) return std::next(pixels);
+    bytes -= pixels->bytes();
+    return scaled.erase(pixels);
+  };
+  // The size used last goes last: who shows it again does without the file.
+  const auto last = scaled.empty() ? scaled.end() : std::prev(scaled.end());
+  for (auto pixels = scaled.begin(); pixels != last;) pixels = dropScaled(pixels);
+  if (bytes > budget_ && entry.content && !entry.isContentAsked()) {
+    bytes -= entry.content->bytes();
+    entry.content.reset();
+  }
+  if (last != scaled.end()) dropScaled(last);
 }
 
 }  // namespace orv::host

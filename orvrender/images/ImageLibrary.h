@@ -28,11 +28,16 @@ struct FileStamp {
 /// The images of a scene: those in use, and within a budget of bytes those that were handed back, the least
 /// recently used to go first. Each user has an image object of its own; users of one file share its pixels.
 /// Pixels that a user has asked for are never dropped; of an image whose users have asked for none (only for
-/// its size, say) the header alone stays when the budget is exceeded. Thread-safe.
+/// its size, say) the header alone stays when the budget is exceeded. An image may be shown at other sizes:
+/// its users of one size share the scaled pixels, which count and go like the file's own. Thread-safe.
 class ImageLibrary {
  public:
   ImageLibrary(const ImageLimits& limits, std::uint64_t budgetBytes)
       : limits_(limits), budget_(budgetBytes) {}
+
+  /// Sets the size at which images of the environment that are loaded from now on show their pixels; 0 x 0:
+  /// each at its own; so does one beyond the limits of images, with a line in the log.
+  void setEnvironmentSize(const ImageSize& size);
 
   /// The image of a file. With `cached` one user shares pixels with another as long as the file has not
   /// changed.
@@ -52,6 +57,9 @@ class ImageLibrary {
   /// black with the reason in the log where the file no longer holds an image of that size.
   const ImageContent& contentFor(const HostImage& image);
 
+  /// As `contentFor`, for scaled pixels; without any (`rgb` null) when there is no memory for them.
+  const Pixels& scaledFor(const HostImage& image);
+
   /// The smaller copies of an image that has its pixels; null, with a line in the log, when there is no
   /// memory for them.
   const FilteredLookup* filtered(const HostImage& image);
@@ -62,27 +70,36 @@ class ImageLibrary {
   struct Entry {
     ImageHeader header;
     FileStamp stamp;
-    std::unique_ptr<ImageContent> content;  // null: only the header stays
+    std::unique_ptr<ImageContent> content;  // null: dropped
     std::list<HostImage> users;
-    bool shared;  // may get another user
+    bool shared;                 // may get another user
+    std::list<Pixels> scaled{};  // at sizes that users wanted, the least recently used first
 
+    ImageSize size() const { return {header.width, header.height}; }
     bool isAsked() const;
-    std::uint64_t bytes() const { return content ? content->bytes() : 0; }
+    bool isContentAsked() const;
+    bool isAsked(const Pixels& scaledPixels) const;
+    std::list<Pixels>::iterator findScaled(const ImageSize& wanted);
+    std::uint64_t bytes() const;
   };
   using Entries = std::list<Entry>;
 
   // The mutex is held in all of these.
   std::unique_ptr<ImageContent> read(const std::string& path, orvTexture_profile profile) const;
-  Entries::iterator find(const std::string& path, orvTexture_profile profile, const FileStamp& stamp);
+  Entries::iterator find(const std::string& path, orvTexture_profile profile, const FileStamp& stamp,
+                         const ImageSize& wanted);
   Entries::iterator entryOf(const orvImage* image);
   void readAgain(Entry& entry) const;
+  const Pixels* makeScaled(Entry& entry, const ImageSize& size) const;
   void trim(const Entry* spared = nullptr);
+  void dropUnasked(Entry& entry, std::uint64_t& bytes) const;
 
   const ImageLimits limits_;
   const std::uint64_t budget_;
   std::mutex mutex_;
   Entries entries_;  // the least recently used first
   bool keep_ = false;
+  ImageSize environmentSize_;
 };
 
 }  // namespace orv::host

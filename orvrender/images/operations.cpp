@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <new>
 #include <string>
 
@@ -28,6 +29,10 @@ void orv_image_free(orvScene* scene, orvImage* image, bool discard) {
 
 void orv_image_free_mode(orvScene* scene, bool keep, bool discardAll) {
   if (scene) scene->images.setKeep(keep, discardAll);
+}
+
+void orv_image_set_environment_size(orvScene* scene, std::uint32_t width, std::uint32_t height) {
+  if (scene) scene->images.setEnvironmentSize({width, height});
 }
 
 }  // extern "C"

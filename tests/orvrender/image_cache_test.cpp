@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/orvMemory.h"
-#include "host/row_loop.h"
+#include "maps/row_loop.h"
 #include "orvrender/host_fixture.h"
 #include "orvrender/image_files.h"
 
