@@ -1,10 +1,12 @@
 #include "scene/paint_scene.h"
 
+#include <cstdint>
 #include <new>
 #include <stdexcept>
 #include <string_view>
 
 #include "host/orvImage.h"
+#include "orvrender/orvHost.h"
 #include "scene/LogCollector.h"
 #include "scene/pin_light.h"
 #include "scene/scene_brushes.h"
@@ -30,6 +32,21 @@ MapSize sizeOf(const Scene& scene, orvScene* host, const PaintOptions& options, 
   orv_image_free(host, image, false);
   return size;
 }
+
+/// Has the host give environment images in the map's size while it lives.
+class EnvironmentSize {
+ public:
+  EnvironmentSize(orvScene* host, const MapSize& size) : host_(host) {
+    orv_image_set_environment_size(host, static_cast<std::uint32_t>(size.width),
+                                   static_cast<std::uint32_t>(size.height));
+  }
+  ~EnvironmentSize() { orv_image_set_environment_size(host_, 0, 0); }
+  EnvironmentSize(const EnvironmentSize&) = delete;
+  EnvironmentSize& operator=(const EnvironmentSize&) = delete;
+
+ private:
+  orvScene* host_;
+};
 
 /// Lays the scene's pins over a painter's map, the sizes of soft ones such that they keep their light where
 /// the scene asks for it.
@@ -89,6 +106,9 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
     painter.setScene(host);
     const MapSize size = sizeOf(scene, host, options, log);
     painter.setSize(size.width, size.height);
+    const bool keepsLight = scene.quality == Quality::light;
+    background->setBlurOnSphere(keepsLight);
+    const EnvironmentSize imageSize(host, keepsLight ? size : MapSize{0, 0});
     painter.setOptions(
         {.smoothing = static_cast<std::uint8_t>(scene.smoothing ? 1 : 0), .keepBackground = 0});
     result.fellBack = !painter.setBackground(*background);
