@@ -257,6 +257,21 @@ TEST_F(PaintTest, AnInterruptThatIsIgnoredStaysIgnored) {
   EXPECT_EQ(run.status, 0) << run.err;
 }
 
+TEST_F(PaintTest, WithoutTheModuleOfOpenImageIoOnlyItsFormatsFail) {
+  // The host alone in a folder, which the loader looks through first.
+  fs::copy_file(ORVHDRI_BINARY_DIR "/lib/liborvrender.so", folder_ / "liborvrender.so");
+  const std::string path = folder_ / "";
+  const auto alone = [&] { ::setenv("LD_LIBRARY_PATH", path.c_str(), 1); };
+  const Outcome exr = Program({"paint", scene_, "-q", "-o", folder_ / "a.exr"}).prepared(alone).run();
+  EXPECT_EQ(exr.status, 0) << exr.err;
+  const Outcome png = Program({"paint", scene_, "-q", "-o", folder_ / "a.png"}).prepared(alone).run();
+  EXPECT_EQ(png.status, 1);
+  EXPECT_THAT(png.err,
+              HasSubstr("a.png: cannot be written: it takes OpenImageIO, whose module cannot be loaded"));
+  EXPECT_THAT(png.err, HasSubstr("install liborvrender_images.so beside liborvrender.so"));
+  EXPECT_FALSE(fs::exists(folder_ / "a.png"));
+}
+
 TEST_F(PaintTest, APainterThatIsMissingIsNamed) {
   const Outcome run = paint({"-o", folder_ / "a.exr", "--painter", folder_ / "none.so"});
   EXPECT_EQ(run.status, 1);

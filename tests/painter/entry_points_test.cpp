@@ -38,7 +38,8 @@ TEST(EntryPoints, ThePainterIsNullWithoutTheHostsMemory) {
   FakeHost::instance().reset();
 }
 
-TEST(EntryPoints, TheFirstPainterOfAProcessAsksTheHostAloneForMemory) {
+// In a suite of its own, and so in a process of its own: no painter comes before it.
+TEST(FirstPainter, AsksTheHostAloneForMemory) {
   FakeHost::instance().reset();
   heapFails = true;
   IPainter* painter = nullptr;

@@ -69,4 +69,12 @@ TEST(Border, NeedsNoLibraryButTheHostOneTBBAndTheRuntimes) {
   EXPECT_GT(found, 0u);
 }
 
+TEST(Border, NothingLoadsOpenImageIoBeforeItIsNeeded) {
+  for (const char* file : {"/bin/orvpaint", "/lib/liborvrender.so", "/lib/liborvhdri_avx2.so"}) {
+    const std::string libraries = output(std::string("ldd ") + ORVHDRI_BINARY_DIR + file);
+    EXPECT_NE(libraries.find("libtbb"), std::string::npos) << libraries;
+    EXPECT_EQ(libraries.find("OpenImageIO"), std::string::npos) << libraries;
+  }
+}
+
 }  // namespace

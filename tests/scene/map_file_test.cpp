@@ -126,6 +126,63 @@ TEST_F(MapFileTest, EachExrCompressionThatLosesNothingKeepsEveryBit) {
   }
 }
 
+TEST_F(MapFileTest, HalfExrHoldsTheNearestHalves) {
+  hdri::EnvImage map(37, 70);
+  for (std::size_t i = 0; i < map.pixels.size(); ++i) {
+    const auto x = static_cast<float>(i);
+    map.pixels[i] = {x, x / 1024, 0.1f};
+  }
+  for (const char* compression : {"none", "rle", "zips", "zip", "piz", "pxr24"}) {
+    const Picture picture = load(save(map, "a.exr", {.compression = compression, .half = true}));
+    EXPECT_EQ(picture.header.format, OIIO::TypeHalf);
+    ASSERT_EQ(picture.pixels.size(), map.pixels.size() * 3);
+    for (std::size_t i = 0; i < map.pixels.size(); ++i) {
+      // Above 2048 halves are even numbers; ties go to multiples of four.
+      const double x = static_cast<double>(i);
+      const double red = i <= 2048 ? x : 2 * std::nearbyint(x / 2);
+      ASSERT_EQ(static_cast<double>(picture.pixels[3 * i]), red) << compression;
+      ASSERT_EQ(static_cast<double>(picture.pixels[3 * i + 1]), red / 1024) << compression;
+      // 0.1 is 1638.4 / 16384.
+      ASSERT_EQ(picture.pixels[3 * i + 2], 1638.0f / 16384) << compression;
+    }
+  }
+}
+
+TEST_F(MapFileTest, ExrIsNearTheMapInEachCompressionThatLoses) {
+  hdri::EnvImage map(64, 300);
+  for (std::size_t i = 0; i < map.pixels.size(); ++i) {
+    const float x = 0.5f + 0.25f * std::sin(static_cast<float>(i) * 0.01f);
+    map.pixels[i] = {x, 1 - x, 2 * x};
+  }
+  for (const char* compression : {"pxr24", "b44", "b44a", "dwaa", "dwab"}) {
+    for (const bool half : {false, true}) {
+      const Picture picture = load(save(map, "a.exr", {.compression = compression, .half = half}));
+      EXPECT_EQ(picture.header.get_string_attribute("compression"), compression);
+      EXPECT_EQ(picture.header.get_string_attribute("Software"), "tester 1.2");
+      ASSERT_EQ(picture.pixels.size(), map.pixels.size() * 3);
+      for (std::size_t i = 0; i < map.pixels.size(); ++i) {
+        ASSERT_NEAR(picture.pixels[3 * i], map.pixels[i].r, 0.05f) << compression;
+        ASSERT_NEAR(picture.pixels[3 * i + 1], map.pixels[i].g, 0.05f) << compression;
+        ASSERT_NEAR(picture.pixels[3 * i + 2], map.pixels[i].b, 0.05f) << compression;
+      }
+    }
+  }
+}
+
+TEST_F(MapFileTest, ExrOfNoiseIsNoLargerThanStored) {
+  hdri::EnvImage map(64, 64);
+  std::uint32_t state = 1;
+  for (hdri::Rgb& pixel : map.pixels) {
+    for (float* value : {&pixel.r, &pixel.g, &pixel.b}) {
+      state = state * 1664525u + 1013904223u;
+      *value = std::ldexp(static_cast<float>(state >> 8), static_cast<int>(state % 100) - 50);
+    }
+  }
+  const std::size_t stored = bytes(save(map, "a.exr", {.compression = "none"})).size();
+  EXPECT_LE(bytes(save(map, "a.exr", {.compression = "zip"})).size(), stored);
+  EXPECT_TRUE(sameBits(load((folder_ / "a.exr").string()), map));
+}
+
 TEST_F(MapFileTest, EachTiffCompressionKeepsEveryBit) {
   for (const char* compression : {"none", "lzw", "packbits", "zip"}) {
     const Picture picture = load(save(testMap(), "a.tif", {.compression = compression}));
