@@ -16,7 +16,7 @@ namespace {
 constexpr std::uint32_t kDegrees = 32;
 constexpr std::uint32_t kGroups = 4;
 
-/// What one ring's factor must fall to before it is left out: ln 1e10.
+/// ln 1e10: degrees whose factor is below 1e-10 are left out.
 constexpr double kNegligible = 23.025850929940457;
 
 /// x^n of each lane.

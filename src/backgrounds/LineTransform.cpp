@@ -167,7 +167,11 @@ const Complex4* LineTransform::transformPart(const Parts& parts, const Complex4*
 }
 
 void LineTransform::forward(Scratch& scratch) const {
-  chirped_ ? forwardByChirp(scratch) : forwardByParts(scratch);
+  if (chirped_) {
+    forwardByChirp(scratch);
+  } else {
+    forwardByParts(scratch);
+  }
 }
 
 void LineTransform::back(Scratch& scratch) const { chirped_ ? backByChirp(scratch) : backByParts(scratch); }

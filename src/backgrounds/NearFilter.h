@@ -13,10 +13,9 @@ namespace orv::hdri::blockedAVX2 {
 ///   K = kappa / (2 pi (1 - exp(-2 kappa))) exp(-kappa (1 - cos distance)),  kappa = 1 / sigma^2 + 1 / 6,
 /// which has the heat kernel's peak and differs from it by at most 0.08 sigma^2 of the peak. Between two
 /// rings its Fourier coefficients are
-///   K(m) = kappa / ... exp(-kappa (1 - cos(theta - theta'))) exp(-z) I(m, z),  z = kappa sin theta sin
-///   theta',
-/// with the modified Bessel functions I: a ring meets the rings within 6.8 sigma, and over the poles it goes
-/// on by itself, for the distance is the sphere's.
+///   K(m) = peak exp(-kappa (1 - cos(theta - theta'))) exp(-z) I(m, z)
+/// with z = kappa sin theta sin theta' and the modified Bessel functions I: a ring meets the rings within 6.8
+/// sigma, and over the poles it goes on by itself, for the distance is the sphere's.
 class NearFilter {
  public:
   /// @param rings must outlive the filter. @param sigma above 0, radians. Runs in parallel.

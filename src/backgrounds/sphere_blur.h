@@ -13,7 +13,8 @@ struct PaintContext;
 /// kernel is that of von Mises and Fisher, which is the same to 2.5e-5 of the peak. Results are at least 0;
 /// pixels that are not finite count as the largest finite float. Padding lanes hold the row again from its
 /// start afterwards. Progress advances by 1 in all. The bytes do not depend on the number of threads.
-/// @param sigma radians, above 0; what passes 10 counts as 10, the mean of the sphere. NaN counts as 10.
+/// @param sigma radians, at least a tenth of a column's angle; what passes 10 counts as 10, the mean of the
+///        sphere.
 /// @throws std::bad_alloc; the map is then unchanged or half blurred.
 void blurOnSphere(BlockedMap& map, double sigma, const PaintContext& context);
 
