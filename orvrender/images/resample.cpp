@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 #include <numbers>
 #include <optional>
 #include <vector>
@@ -22,20 +23,33 @@ Quad load(const float* p) {
   return out;
 }
 
+void store(float* p, Quad x) { std::memcpy(p, &x, sizeof x); }
+
 // The second where an argument is NaN.
 Quad lesser(Quad a, Quad b) { return a < b ? a : b; }
 Quad greater(Quad a, Quad b) { return a > b ? a : b; }
 float lesser(float a, float b) { return a < b ? a : b; }
 float greater(float a, float b) { return a > b ? a : b; }
 
-/// Stores a row's pixel `x`; the channel too much goes into the next one, which is stored later.
-void storePixel(float* row, std::size_t x, std::size_t width, Quad pixel) {
-  std::memcpy(row + 3 * x, &pixel, (x + 1 < width ? 4 : 3) * sizeof(float));
+/// Values below 0 are no light: the painter raises them, so that they must not darken their neighbours first.
+float lightOf(float x) { return greater(x, 0.0f); }
+
+/// Rounding must not make an infinity of the largest floats.
+constexpr float kMost = std::numeric_limits<float>::max();
+
+/// Fills a row with `pixel(x)`. The channel too much of each is overwritten by the next.
+template <typename Pixel>
+void storePixels(float* row, std::size_t width, const Pixel& pixel) {
+  for (std::size_t x = 0; x + 1 < width; ++x) store(row + 3 * x, pixel(x));
+  const Quad last = pixel(width - 1);
+  std::memcpy(row + 3 * (width - 1), &last, 3 * sizeof(float));
 }
 
-/// Room for two pixels in front of a row and behind it, and for reading one by fours.
-constexpr std::size_t kMargin = 6;
-std::vector<float> rowBuffer(std::size_t width) { return std::vector<float>(3 * width + 2 * kMargin + 1); }
+/// Room for two pixels in front of a row and behind it, and for working by fours.
+constexpr std::size_t kMargin = 12;
+std::unique_ptr<float[]> rowBuffer(std::size_t width) {
+  return std::make_unique_for_overwrite<float[]>(3 * width + 2 * kMargin);
+}
 
 // Both measures tell how much of an axis lies from `begin` to `end`, in parts of `whole`, up to a factor.
 
@@ -151,11 +165,12 @@ std::vector<CurveCell> curveCells(Measure, std::uint32_t source, std::uint32_t t
 
 /// The curve's slope at the middle one of three pixels: as between the outer ones, within what keeps it from
 /// leaving the range of neighbours; 0 at a peak.
-float slopeAt(float before, float at, float after) {
-  const float in = at - before;
-  const float out = after - at;
-  const float most = 3.0f * greater(lesser(in, out), 0.0f);
-  const float least = 3.0f * lesser(greater(in, out), 0.0f);
+template <typename Value>
+Value slopeAt(Value before, Value at, Value after) {
+  const Value in = at - before;
+  const Value out = after - at;
+  const Value most = 3.0f * greater(lesser(in, out), Value{});
+  const Value least = 3.0f * lesser(greater(in, out), Value{});
   return lesser(greater(0.5f * (after - before), least), most);
 }
 
@@ -164,8 +179,8 @@ template <int N>
 void addRows(const float* row, std::size_t stride, const float* weights, std::size_t count, bool first,
              float* __restrict out) {
   const auto sum = [&](std::size_t i) {
-    float value = weights[0] * row[i];
-    for (std::size_t k = 1; k < N; ++k) value += weights[k] * row[k * stride + i];
+    float value = weights[0] * lightOf(row[i]);
+    for (std::size_t k = 1; k < N; ++k) value += weights[k] * lightOf(row[k * stride + i]);
     return value;
   };
   if (first) {
@@ -184,26 +199,32 @@ void averageRows(const float* row, std::size_t stride, const float* weights, std
                                               : addRows<1>;
     add(row + done * stride, stride, weights + done, stride, done == 0, out);
   }
+  for (std::size_t i = 0; i < stride; ++i) out[i] = lesser(out[i], kMost);
 }
 
-/// A row of the curve down the columns. @param rows the row before the cell's first centre and the four
-/// after.
-void drawRow(const float* const rows[5], const CurveCell& cell, std::size_t count, float* __restrict out) {
-  const float* const a = rows[0];
-  const float* const b = rows[1];
-  const float* const c = rows[2];
-  const float* const d = rows[3];
-  const float* const e = rows[4];
-  const float* const last = cell.last - cell.first == 2 ? d : c;
-  const CurveCell weights = cell;
-  for (std::size_t i = 0; i < count; ++i) {
-    const float value = weights.values[0] * b[i] + weights.values[1] * c[i] + weights.values[2] * d[i] +
-                        weights.slopes[0] * slopeAt(a[i], b[i], c[i]) +
-                        weights.slopes[1] * slopeAt(b[i], c[i], d[i]) +
-                        weights.slopes[2] * slopeAt(c[i], d[i], e[i]);
-    const float least = lesser(lesser(b[i], c[i]), last[i]);
-    const float most = greater(greater(b[i], c[i]), last[i]);
-    out[i] = lesser(greater(value, least), most);
+/// The curve's mean over a cell. @param at the value before the cell's first centre and the four after.
+template <typename Value>
+Value meanOfCurve(const CurveCell& cell, const Value at[5]) {
+  const Value mean = cell.values[0] * at[1] + cell.values[1] * at[2] + cell.values[2] * at[3] +
+                     cell.slopes[0] * slopeAt(at[0], at[1], at[2]) +
+                     cell.slopes[1] * slopeAt(at[1], at[2], at[3]) +
+                     cell.slopes[2] * slopeAt(at[2], at[3], at[4]);
+  const Value last = cell.last - cell.first == 2 ? at[3] : at[2];
+  return lesser(greater(mean, lesser(lesser(at[1], at[2]), last)), greater(greater(at[1], at[2]), last));
+}
+
+/// A row of the curve down the columns. @param rows as the values of `meanOfCurve`.
+void drawRow(const float* const rows[5], const CurveCell& cell, std::size_t count, float* out) {
+  std::size_t i = 0;
+  for (; i + 4 <= count; i += 4) {
+    Quad at[5];
+    for (int k = 0; k < 5; ++k) at[k] = greater(load(rows[k] + i), Quad{});
+    store(out + i, meanOfCurve(cell, at));
+  }
+  for (; i < count; ++i) {
+    float at[5];
+    for (int k = 0; k < 5; ++k) at[k] = lightOf(rows[k][i]);
+    out[i] = meanOfCurve(cell, at);
   }
 }
 
@@ -227,7 +248,8 @@ class RowScaler {
     } else if (overlaps_) {
       averageRows(row(overlaps_->first(y)), stride_, overlaps_->weights(y), overlaps_->count(y), out);
     } else {
-      std::copy_n(row(static_cast<std::int64_t>(y)), stride_, out);
+      std::transform(row(static_cast<std::int64_t>(y)), row(static_cast<std::int64_t>(y)) + stride_, out,
+                     lightOf);
     }
   }
 
@@ -254,7 +276,7 @@ class RowScaler {
     for (std::size_t x = 0; x < width; ++x) {
       const float* const left = from + 3 * ((x + width / 2) % width);
       const float* const right = from + 3 * ((x + (width + 1) / 2) % width);
-      for (std::size_t c = 0; c < 3; ++c) out[3 * x + c] = 0.5f * left[c] + 0.5f * right[c];
+      for (std::size_t c = 0; c < 3; ++c) out[3 * x + c] = 0.5f * lightOf(left[c]) + 0.5f * lightOf(right[c]);
     }
     return out;
   }
@@ -276,7 +298,7 @@ class ColumnScaler {
 
   bool isSame() const { return source_ == target_; }
 
-  /// @param row with `kMargin` floats of room on both sides, and one more behind.
+  /// @param row with `kMargin` floats of room on both sides.
   void make(float* row, float* out) const {
     if (curve_.empty()) {
       average(row, out);
@@ -288,20 +310,20 @@ class ColumnScaler {
  private:
   void average(const float* row, float* out) const {
     // Many are added in portions, lest the small ones drown in the sum.
-    constexpr std::size_t kPortion = 64;
-    for (std::size_t x = 0; x < target_; ++x) {
+    constexpr std::ptrdiff_t kPortion = 64;
+    storePixels(out, target_, [&](std::size_t x) {
       const float* pixel = row + 3 * std::size_t{overlaps_->first(x)};
       const float* weight = overlaps_->weights(x);
       const float* const end = weight + overlaps_->count(x);
       Quad sum{};
-      while (weight != end) {
-        const float* const portion = weight + std::min<std::ptrdiff_t>(kPortion, end - weight);
+      do {
+        const float* const portion = weight + std::min(kPortion, end - weight);
         Quad part{};
         for (; weight != portion; ++weight, pixel += 3) part += *weight * load(pixel);
         sum += part;
-      }
-      storePixel(out, x, target_, sum);
-    }
+      } while (weight != end);
+      return lesser(sum, Quad{kMost, kMost, kMost, kMost});
+    });
   }
 
   void draw(float* row, float* out) const {
@@ -310,12 +332,13 @@ class ColumnScaler {
     std::copy_n(row + 3 * ((2 * source_ - 2) % source_), 3, row - 6);
     std::copy_n(row, 3, row + 3 * source_);
     std::copy_n(row + 3 * (1 % source_), 3, row + 3 * source_ + 3);
-    std::vector<float> buffer = rowBuffer(source_);
-    float* const slopes = buffer.data() + kMargin;
+    const std::unique_ptr<float[]> buffer = rowBuffer(source_);
+    float* const slopes = buffer.get() + kMargin;
     const auto end = static_cast<std::ptrdiff_t>(3 * source_ + 3);
-    for (std::ptrdiff_t i = -3; i < end; ++i) slopes[i] = slopeAt(row[i - 3], row[i], row[i + 3]);
+    for (std::ptrdiff_t i = -3; i < end; i += 4)
+      store(slopes + i, slopeAt(load(row + i - 3), load(row + i), load(row + i + 3)));
 
-    for (std::size_t x = 0; x < target_; ++x) {
+    storePixels(out, target_, [&](std::size_t x) {
       const CurveCell& cell = curve_[x];
       const std::ptrdiff_t first = 3 * std::ptrdiff_t{cell.first};
       const std::ptrdiff_t last = 3 * std::ptrdiff_t{cell.last};
@@ -323,11 +346,11 @@ class ColumnScaler {
       const Quad b = load(row + first + 3);
       const Quad c = load(row + last);
       // Of two centres the second counts as the third too, which has no weight.
-      const Quad value = cell.values[0] * a + cell.values[1] * b + cell.values[2] * c +
-                         cell.slopes[0] * load(slopes + first) + cell.slopes[1] * load(slopes + first + 3) +
-                         cell.slopes[2] * load(slopes + last);
-      storePixel(out, x, target_, lesser(greater(value, lesser(lesser(a, b), c)), greater(greater(a, b), c)));
-    }
+      const Quad mean = cell.values[0] * a + cell.values[1] * b + cell.values[2] * c +
+                        cell.slopes[0] * load(slopes + first) + cell.slopes[1] * load(slopes + first + 3) +
+                        cell.slopes[2] * load(slopes + last);
+      return lesser(greater(mean, lesser(lesser(a, b), c)), greater(greater(a, b), c));
+    });
   }
 
   const std::size_t source_;
@@ -335,12 +358,6 @@ class ColumnScaler {
   std::optional<Overlaps> overlaps_;  // where there are fewer columns
   std::vector<CurveCell> curve_;      // where there are more
 };
-
-/// Rounding must not make an infinity of the largest floats.
-void keepFinite(float* values, std::size_t count) {
-  constexpr float kMost = std::numeric_limits<float>::max();
-  for (std::size_t i = 0; i < count; ++i) values[i] = greater(lesser(values[i], kMost), -kMost);
-}
 
 }  // namespace
 
@@ -355,11 +372,10 @@ Pixels resample(const Pixels& source, std::uint32_t width, std::uint32_t height)
     if (columns.isSame()) {
       rows.make(y, out);
     } else {
-      std::vector<float> buffer = rowBuffer(source.width);
-      rows.make(y, buffer.data() + kMargin);
-      columns.make(buffer.data() + kMargin, out);
+      const std::unique_ptr<float[]> buffer = rowBuffer(source.width);
+      rows.make(y, buffer.get() + kMargin);
+      columns.make(buffer.get() + kMargin, out);
     }
-    keepFinite(out, 3 * std::size_t{width});
   });
   return target;
 }

@@ -16,7 +16,7 @@ namespace orv::host {
 /// is the sum of the pixels; along a column it is to second order in the height of a row. Columns wrap; the
 /// row beyond a pole is the row before it, half a turn on.
 ///
-/// @param source colour alone is used.
+/// @param source colour alone is used, and of it what is above 0: anything else is no light.
 /// @param width, height above 0.
 /// @return without alpha; `rgb` is null when there is no memory for it. Throws std::bad_alloc when there is
 ///         none to work with. Rows run in parallel; the result does not depend on the threads.
