@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "orvrender/images/Pixels.h"
+#include "orvrender/files/Pixels.h"
 
 namespace orv::host {
 
