@@ -9,7 +9,7 @@
 #include <optional>
 #include <vector>
 
-#include "orvrender/images/image_rows.h"
+#include "orvrender/files/image_rows.h"
 
 namespace orv::host {
 namespace {
