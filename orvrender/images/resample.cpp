@@ -192,14 +192,20 @@ void addRows(const float* row, std::size_t stride, const float* weights, std::si
 
 void averageRows(const float* row, std::size_t stride, const float* weights, std::size_t rows, float* out) {
   constexpr std::size_t kTogether = 4;
-  for (std::size_t done = 0; done < rows; done += kTogether) {
-    const auto add = rows - done >= kTogether ? addRows<4>
-                     : rows - done == 3       ? addRows<3>
-                     : rows - done == 2       ? addRows<2>
-                                              : addRows<1>;
-    add(row + done * stride, stride, weights + done, stride, done == 0, out);
+  // So many columns at a time as the nearest cache holds.
+  constexpr std::size_t kColumns = 2048;
+  for (std::size_t start = 0; start < stride; start += kColumns) {
+    const std::size_t count = std::min(kColumns, stride - start);
+    float* const sums = out + start;
+    for (std::size_t done = 0; done < rows; done += kTogether) {
+      const auto add = rows - done >= kTogether ? addRows<4>
+                       : rows - done == 3       ? addRows<3>
+                       : rows - done == 2       ? addRows<2>
+                                                : addRows<1>;
+      add(row + done * stride + start, stride, weights + done, count, done == 0, sums);
+    }
+    for (std::size_t i = 0; i < count; ++i) sums[i] = lesser(sums[i], kMost);
   }
-  for (std::size_t i = 0; i < stride; ++i) out[i] = lesser(out[i], kMost);
 }
 
 /// The curve's mean over a cell. @param at the value before the cell's first centre and the four after.
@@ -314,7 +320,10 @@ class ColumnScaler {
     storePixels(out, target_, [&](std::size_t x) {
       const float* pixel = row + 3 * std::size_t{overlaps_->first(x)};
       const float* weight = overlaps_->weights(x);
-      const float* const end = weight + overlaps_->count(x);
+      const std::size_t count = overlaps_->count(x);
+      constexpr Quad kLimit{kMost, kMost, kMost, kMost};
+      if (count == 2) return lesser(weight[0] * load(pixel) + weight[1] * load(pixel + 3), kLimit);
+      const float* const end = weight + count;
       Quad sum{};
       do {
         const float* const portion = weight + std::min(kPortion, end - weight);
@@ -322,7 +331,7 @@ class ColumnScaler {
         for (; weight != portion; ++weight, pixel += 3) part += *weight * load(pixel);
         sum += part;
       } while (weight != end);
-      return lesser(sum, Quad{kMost, kMost, kMost, kMost});
+      return lesser(sum, kLimit);
     });
   }
 
