@@ -66,7 +66,7 @@ class ExrOutput {
     if (result == EXR_ERR_SUCCESS) return;
     if (result == EXR_ERR_OUT_OF_MEMORY) throw std::bad_alloc();
     file_.flushOrThrow();
-    throw FileError(file_.path() + ": cannot be written: " + exr_get_error_code_as_string(result));
+    throw FileError(file_.path() + ": cannot be written: " + exr_get_default_error_message(result));
   }
 
  private:
@@ -81,8 +81,8 @@ class ExrOutput {
 
 void writeHeader(const ExrOutput& output, const hdri::EnvImage& map, const MapFileOptions& options) {
   const exr_context_t context = output.context();
-  const exr_attr_box2i_t window = {{0, 0}, {map.width - 1, map.height - 1}};
-  const exr_attr_v2f_t centre = {0, 0};
+  const exr_attr_box2i_t window = {{{0, 0}}, {{map.width - 1, map.height - 1}}};
+  const exr_attr_v2f_t centre = {{0, 0}};
   const auto& xy = kChromaticities;
   const exr_attr_chromaticities_t primaries = {xy[0], xy[1], xy[2], xy[3], xy[4], xy[5], xy[6], xy[7]};
 
@@ -209,7 +209,7 @@ class Band {
   const ExrOutput& output_;
   const exr_compression_t compression_;
   std::unique_ptr<libdeflate_compressor, FreeDeflater> deflater_;
-  exr_encode_pipeline_t library_ = EXR_ENCODE_PIPELINE_INITIALIZER;
+  exr_encode_pipeline_t library_{};
   std::vector<std::uint8_t> packed_;
   std::vector<std::uint8_t> split_;       // of one chunk
   std::vector<std::uint8_t> compressed_;  // each chunk where it starts in `packed_`

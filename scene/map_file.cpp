@@ -91,7 +91,7 @@ void writePicture(const hdri::EnvImage& map, OutputFile& file, const MapFormat& 
   picture.pixels = format.preview ? static_cast<const void*>(preview.data()) : map.pixels.data();
   std::string failure;
   try {
-    failure = orv_image_module().write(picture);
+    failure = orv_image_module()->write(picture);
   } catch (const host::ImageError& error) {
     failure = error.what();
   }

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -24,15 +25,14 @@ constexpr const char* kCompressionNames[] = {"none",  "rle", "zips", "zip",  "pi
 constexpr std::size_t kMostInflation = 1032;
 constexpr std::size_t kMostChunkBytes = std::size_t{1} << 31;
 
-[[noreturn]] void failInRow(std::int64_t y, const std::string& reason) {
-  failToRead(FileKind::openexr, "row " + std::to_string(y) + ": " + reason);
-}
+/// Which chunk it was is not told: with several damaged ones, chance decides which thread throws first.
+[[noreturn]] void fail(const std::string& reason) { failToRead(FileKind::openexr, reason); }
 
-/// Throws unless the library has done what it was asked for with the chunk of row `y`.
-void require(exr_result_t result, std::int64_t y) {
+/// Throws unless the library has done what it was asked for.
+void require(exr_result_t result) {
   if (result == EXR_ERR_SUCCESS) return;
   if (result == EXR_ERR_OUT_OF_MEMORY) throw std::bad_alloc();
-  failInRow(y, exr_get_default_error_message(result));
+  fail(exr_get_default_error_message(result));
 }
 
 Window windowOf(const exr_attr_box2i_t& box) {
@@ -142,7 +142,9 @@ ExrChunkReader::ExrChunkReader(const ExrInput& input)
   if (!inflater_) throw std::bad_alloc();
 }
 
-ExrChunkReader::~ExrChunkReader() { freeLibrary(); }
+ExrChunkReader::~ExrChunkReader() {
+  if (library_.context) exr_decoding_destroy(input_.context_, &library_);
+}
 
 void ExrChunkReader::FreeInflater::operator()(libdeflate_decompressor* inflater) const {
   libdeflate_free_decompressor(inflater);
@@ -159,11 +161,11 @@ std::uint8_t* ExrChunkReader::Buffer::atLeast(std::size_t wanted) {
 
 const std::uint8_t* ExrChunkReader::rows(std::int64_t y) {
   exr_chunk_info_t chunk{};
-  require(exr_read_scanline_chunk_info(input_.context_, 0, static_cast<int>(y), &chunk), y);
+  require(exr_read_scanline_chunk_info(input_.context_, 0, static_cast<int>(y), &chunk));
   const std::size_t size = input_.rowsOfChunk(y) * input_.rowBytes();
   const bool isExpected =
       chunk.start_y == y && chunk.unpacked_size == size && chunk.packed_size > 0 && chunk.packed_size <= size;
-  if (!isExpected) failInRow(y, "its chunk has a wrong size");
+  if (!isExpected) fail("a chunk has a wrong size");
 
   const bool isZip =
       input_.compression_ == EXR_COMPRESSION_ZIP || input_.compression_ == EXR_COMPRESSION_ZIPS;
@@ -173,12 +175,12 @@ const std::uint8_t* ExrChunkReader::rows(std::int64_t y) {
   const auto fileBytes = static_cast<std::uint64_t>(
       std::max<std::int64_t>(ExrInput::size(nullptr, const_cast<int*>(&input_.file_)), 0));
   if (chunk.data_offset > fileBytes || chunk.packed_size > fileBytes - chunk.data_offset)
-    failInRow(y, "the file ends in it");
+    fail("it ends inside a chunk");
   if (!isStored && !isZip) return decodeByLibrary(chunk);
-  require(exr_read_chunk(input_.context_, 0, &chunk, packed_.atLeast(chunk.packed_size)), y);
+  require(exr_read_chunk(input_.context_, 0, &chunk, packed_.atLeast(chunk.packed_size)));
   if (isStored) return packed_.bytes.get();
   const std::uint8_t* const rows = inflate(chunk.packed_size, size);
-  if (!rows) failInRow(y, "its compressed data are damaged");
+  if (!rows) fail("compressed data are damaged");
   return rows;
 }
 
@@ -196,21 +198,26 @@ const std::uint8_t* ExrChunkReader::inflate(std::size_t packed, std::size_t size
 
 const std::uint8_t* ExrChunkReader::decodeByLibrary(const exr_chunk_info_t& chunk) {
   const exr_context_t context = input_.context_;
-  freeLibrary();
-  require(exr_decoding_initialize(context, 0, &chunk, &library_), chunk.start_y);
-  // New and black for each chunk: of damaged data the library may leave out some.
-  library_.alloc_fn = [](exr_transcoding_pipeline_buffer_id_t, std::size_t size) {
-    return std::calloc(1, size);
-  };
-  library_.free_fn = [](exr_transcoding_pipeline_buffer_id_t, void* buffer) { std::free(buffer); };
-  require(exr_decoding_choose_default_routines(context, 0, &library_), chunk.start_y);
-  library_.unpack_and_convert_fn = nullptr;
-  require(exr_decoding_run(context, 0, &library_), chunk.start_y);
+  if (!library_.context) {
+    require(exr_decoding_initialize(context, 0, &chunk, &library_));
+    library_.alloc_fn = [](exr_transcoding_pipeline_buffer_id_t, std::size_t size) {
+      return std::calloc(1, size);
+    };
+    library_.free_fn = [](exr_transcoding_pipeline_buffer_id_t, void* buffer) { std::free(buffer); };
+    require(exr_decoding_choose_default_routines(context, 0, &library_));
+    library_.unpack_and_convert_fn = nullptr;
+  } else {
+    require(exr_decoding_update(context, 0, &chunk, &library_));
+    // Of damaged data the library may leave some out, which then is black.
+    const auto blank = [](void* buffer, std::size_t size) {
+      if (buffer) std::memset(buffer, 0, size);
+    };
+    blank(library_.unpacked_buffer, library_.unpacked_alloc_size);
+    blank(library_.scratch_buffer_1, library_.scratch_alloc_size_1);
+    blank(library_.scratch_buffer_2, library_.scratch_alloc_size_2);
+  }
+  require(exr_decoding_run(context, 0, &library_));
   return static_cast<const std::uint8_t*>(library_.unpacked_buffer);
-}
-
-void ExrChunkReader::freeLibrary() {
-  if (library_.context) exr_decoding_destroy(input_.context_, &library_);
 }
 
 }  // namespace orv::host

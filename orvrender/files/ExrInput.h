@@ -96,11 +96,10 @@ class ExrChunkReader {
 
   const std::uint8_t* inflate(std::size_t packed, std::size_t size);
   const std::uint8_t* decodeByLibrary(const exr_chunk_info_t& chunk);
-  void freeLibrary();
 
   const ExrInput& input_;
   std::unique_ptr<libdeflate_decompressor, FreeInflater> inflater_;
-  exr_decode_pipeline_t library_ = EXR_DECODE_PIPELINE_INITIALIZER;
+  exr_decode_pipeline_t library_{};
   Buffer packed_;
   Buffer inflated_;
   Buffer rows_;

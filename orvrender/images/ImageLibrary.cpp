@@ -218,7 +218,7 @@ const FilteredLookup* ImageLibrary::filtered(const HostImage& image) {
   ImageContent& content = *entry.content;
   try {
     if (!content.filtered) {
-      tbb::this_task_arena::isolate([&] { content.filtered = orv_image_module().filter(content.pixels); });
+      tbb::this_task_arena::isolate([&] { content.filtered = orv_image_module()->filter(content.pixels); });
     }
   } catch (const std::bad_alloc&) {
     orv_critical("%s: there is no memory to filter it, so it is looked up without; close other programs\n",

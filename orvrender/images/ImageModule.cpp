@@ -23,7 +23,7 @@ std::string libraryPath() {
   return slash == std::string::npos ? kLibrary : path.substr(0, slash + 1) + kLibrary;
 }
 
-const ImageModule& openModule() {
+const ImageModule* openModule() {
   void* const library = dlopen(libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL);
   void* const entry = library ? dlsym(library, "orv_image_module_entry") : nullptr;
   if (!entry) {
@@ -31,15 +31,15 @@ const ImageModule& openModule() {
     throw ImageError(std::string("it takes OpenImageIO, whose module cannot be loaded (") +
                      (reason ? reason : kLibrary) + "); install " + kLibrary + " beside liborvrender.so");
   }
-  return *reinterpret_cast<const ImageModule* (*)()>(entry)();
+  return reinterpret_cast<const ImageModule* (*)()>(entry)();
 }
 
 }  // namespace
 }  // namespace orv::host
 
-extern "C" const orv::host::ImageModule& orv_image_module() {
+extern "C" const orv::host::ImageModule* orv_image_module() {
   // Opened once; a failure is tried again by the next file.
-  static const orv::host::ImageModule& module = orv::host::openModule();
+  static const orv::host::ImageModule* const module = orv::host::openModule();
   return module;
 }
 
@@ -50,5 +50,5 @@ extern "C" void orv_image_describe(const std::string& path, orv::host::FileHeade
       return;
     }
   }
-  header = orv_image_module().describe(path);
+  header = orv_image_module()->describe(path);
 }

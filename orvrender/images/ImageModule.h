@@ -69,8 +69,9 @@ class ImageModule {
 
 extern "C" {
 
-/// The module, found beside this library and opened on the first call. Throws ImageError when there is none.
-const orv::host::ImageModule& orv_image_module();
+/// The module, found beside this library and opened on the first call; never null. Throws ImageError when
+/// there is none.
+const orv::host::ImageModule* orv_image_module();
 
 /// The header of an image file, of its first part. Throws ImageError.
 void orv_image_describe(const std::string& path, orv::host::FileHeader& header);

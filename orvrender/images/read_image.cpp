@@ -71,7 +71,7 @@ FilePixels readFile(const std::string& path, const FileFacts& file, orvTexture_p
                     const ImageLimits& limits) {
   if (file.kind == FileKind::openexr)
     if (std::optional<FilePixels> read = readExr(path, limits)) return std::move(*read);
-  return orv_image_module().read(path, file, profile, limits);
+  return orv_image_module()->read(path, file, profile, limits);
 }
 
 }  // namespace
