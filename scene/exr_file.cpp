@@ -81,8 +81,10 @@ class ExrOutput {
 
 void writeHeader(const ExrOutput& output, const hdri::EnvImage& map, const MapFileOptions& options) {
   const exr_context_t context = output.context();
-  const exr_attr_box2i_t window = {{{0, 0}}, {{map.width - 1, map.height - 1}}};
-  const exr_attr_v2f_t centre = {{0, 0}};
+  exr_attr_box2i_t window{};
+  window.max.x = map.width - 1;
+  window.max.y = map.height - 1;
+  const exr_attr_v2f_t centre{};
   const auto& xy = kChromaticities;
   const exr_attr_chromaticities_t primaries = {xy[0], xy[1], xy[2], xy[3], xy[4], xy[5], xy[6], xy[7]};
 
