@@ -149,13 +149,15 @@ struct ImageBackground {
   std::string path;  ///< UTF-8, as the scene gives it: relative to the scene file's folder
   hdri::Adjustments adjustments;
   MapChanges map;
+  Layout layout = Layout::native;  ///< how the picture lies
   friend bool operator==(const ImageBackground&, const ImageBackground&) = default;
 };
 
 inline constexpr auto kImageBackgroundKeys =
     keys("image", Inlined{kAdjustmentKeys, &ImageBackground::adjustments},
          Inlined{kMapChangeKeys, &ImageBackground::map},  //
-         key("path", kPath, &ImageBackground::path, Need::required));
+         key("path", kPath, &ImageBackground::path, Need::required),
+         key("layout", Name{kNames<Layout>}, &ImageBackground::layout));
 
 struct ImageFill {
   std::string path;  ///< as a background's

@@ -21,6 +21,7 @@
 #include "scene/SceneErrors.h"
 #include "scene/exr_chunks.h"
 #include "scene/exr_file.h"
+#include "scene/layout.h"
 
 namespace orv::scene {
 namespace {
@@ -53,6 +54,7 @@ Imf::Header headerOf(const hdri::EnvImage& map, const MapFileOptions& options) {
   const auto& xy = kChromaticities;
   Imf::addChromaticities(header, {{xy[0], xy[1]}, {xy[2], xy[3]}, {xy[4], xy[5]}, {xy[6], xy[7]}});
   for (const auto& [name, value] : textAttributes(options)) header.insert(name, Imf::StringAttribute(value));
+  if (isOpenExrEnvmap(options.layout, map.width, map.height)) Imf::addEnvmap(header, Imf::ENVMAP_LATLONG);
   return header;
 }
 

@@ -17,6 +17,7 @@
 #include "scene/SceneErrors.h"
 #include "scene/exr_chunks.h"
 #include "scene/exr_dwa.h"
+#include "scene/layout.h"
 
 namespace orv::scene {
 namespace {
@@ -99,6 +100,8 @@ void writeHeader(const ExrOutput& output, const hdri::EnvImage& map, const MapFi
   output.require(exr_attr_set_chromaticities(context, 0, "chromaticities", &primaries));
   for (const auto& [name, value] : textAttributes(options))
     output.require(exr_attr_set_string(context, 0, name.c_str(), value.c_str()));
+  if (isOpenExrEnvmap(options.layout, map.width, map.height))
+    output.require(exr_attr_set_envmap(context, 0, "envmap", EXR_ENVMAP_LATLONG));
   output.require(exr_write_header(context));
 }
 
@@ -262,8 +265,7 @@ void writeBands(const ExrOutput& output, const hdri::EnvImage& map, const MapFil
 
 std::vector<std::pair<std::string, std::string>> textAttributes(const MapFileOptions& options) {
   std::vector<std::pair<std::string, std::string>> texts = {
-      {"orv:projection", "latlong"},
-      {"orv:orientation", "centre +x, zenith +z, longitudes grow to the right"}};
+      {"orv:projection", "latlong"}, {"orv:orientation", std::string(orientationText(options.layout))}};
   if (!options.software.empty()) texts.emplace_back("Software", options.software);
   return texts;
 }

@@ -10,6 +10,7 @@
 
 #include "hdri/EnvImage.h"
 #include "scene/OutputFile.h"
+#include "scene/scene_names.h"
 
 namespace orv::scene {
 
@@ -31,6 +32,7 @@ struct MapFileOptions {
   std::string compression = {};              ///< one that the format knows; empty takes ZIP
   bool half = false;                         ///< EXR: 16-bit floats; values beyond 65504 become infinite
   float exposureStops = 0;                   ///< of previews
+  Layout layout = Layout::native;            ///< how the map lies; EXR headers tell it
   std::string software = {};                 ///< name and version of the program, for the file's header
   std::function<void(float)> progress = {};  ///< hears of the amount done, 0 to 1; may be empty
 };
@@ -45,8 +47,8 @@ const MapFormat* mapFormatOf(std::string_view path);
 std::vector<std::string_view> mapEndings();
 
 /// Writes a map into `file` and finishes it; the caller commits. EXR files carry `orv:projection`
-/// ("latlong"), `orv:orientation`, Rec. 709 `chromaticities` and the software's name, and no `envmap`
-/// attribute: that one stands for a map with y up and samples on the edges.
+/// ("latlong"), `orv:orientation`, Rec. 709 `chromaticities` and the software's name; the `envmap` attribute,
+/// which stands for a map with y up and samples on the edges, only where that is true (isOpenExrEnvmap).
 /// @throws FileError when the file can not be written or the format can not hold the map.
 void writeMap(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
               const MapFileOptions& options);

@@ -10,6 +10,7 @@
 #include "orvrender/files/ImageError.h"
 #include "orvrender/orvHost.h"
 #include "scene/LogCollector.h"
+#include "scene/layout.h"
 
 namespace orv::scene {
 namespace {
@@ -18,35 +19,40 @@ struct DestroyScene {
   void operator()(orvScene* host) const { orv_scene_destroy(host); }
 };
 
-/// Sums over the pixels, each weighted with the solid angle of its row: sin of its upper less its lower edge.
-void measure(const orvImage& image, MapInfo& info) {
-  constexpr double pi = std::numbers::pi;
+/// Sums over the pixels, each weighted with the solid angle of its row, sin of its upper less its lower edge,
+/// and with the width that it covers: half a column at the ends of a row whose two ends are one longitude.
+void measure(const orvImage& image, Layout layout, MapInfo& info) {
+  const auto sinLatitude = [&](double y) {
+    return std::sin(rowLatitude(layout, y, info.height) * std::numbers::pi / 180);
+  };
+  const bool endsMeet = info.width > 1 && columnLongitude(layout, 0, info.width) ==
+                                              columnLongitude(layout, info.width - 1, info.width);
   const float* pixel = image.pixels();
   std::array<double, 3> sum{};
   info.brightest = -1;
   for (int y = 0; y < info.height; ++y) {
-    const double top = (0.5 - static_cast<double>(y) / info.height) * pi;
-    const double bottom = (0.5 - static_cast<double>(y + 1) / info.height) * pi;
     std::array<double, 3> row{};
     for (int x = 0; x < info.width; ++x, pixel += 3) {
-      for (std::size_t c = 0; c < 3; ++c) row[c] += static_cast<double>(pixel[c]);
+      const double covered = endsMeet && (x == 0 || x == info.width - 1) ? 0.5 : 1.0;
+      for (std::size_t c = 0; c < 3; ++c) row[c] += covered * static_cast<double>(pixel[c]);
       const double luminance = 0.2126 * static_cast<double>(pixel[0]) +
                                0.7152 * static_cast<double>(pixel[1]) +
                                0.0722 * static_cast<double>(pixel[2]);
       if (luminance <= info.brightest) continue;
       info.brightest = luminance;
-      info.brightestLongitude = ((x + 0.5) / info.width - 0.5) * 360;
-      info.brightestLatitude = (0.5 - (y + 0.5) / info.height) * 180;
+      info.brightestLongitude = columnLongitude(layout, x, info.width);
+      info.brightestLatitude = rowLatitude(layout, y, info.height);
     }
-    for (std::size_t c = 0; c < 3; ++c) sum[c] += row[c] * (std::sin(top) - std::sin(bottom));
+    const double weight = sinLatitude(y - 0.5) - sinLatitude(y + 0.5);
+    for (std::size_t c = 0; c < 3; ++c) sum[c] += row[c] * weight;
   }
   // The weights of a whole column add up to 2.
-  for (std::size_t c = 0; c < 3; ++c) info.mean[c] = sum[c] / (2.0 * info.width);
+  for (std::size_t c = 0; c < 3; ++c) info.mean[c] = sum[c] / (2.0 * (info.width - (endsMeet ? 1 : 0)));
 }
 
 }  // namespace
 
-MapInfo readMapInfo(const std::string& path) {
+MapInfo readMapInfo(const std::string& path, Layout layout) {
   LogCollector log;
   const std::unique_ptr<orvScene, DestroyScene> host(orv_scene_create({}));
   if (!host) throw std::bad_alloc();
@@ -58,7 +64,7 @@ MapInfo readMapInfo(const std::string& path) {
   MapInfo info;
   info.width = static_cast<int>(image->width());
   info.height = static_cast<int>(image->height());
-  measure(*image, info);
+  measure(*image, layout, info);
   orv_image_free(host.get(), image, true);
   try {
     orv_image_describe(path, info.header);

@@ -6,6 +6,7 @@
 
 #include "orvrender/images/ImageModule.h"
 #include "scene/SceneErrors.h"
+#include "scene/scene_names.h"
 
 namespace orv::scene {
 
@@ -22,7 +23,8 @@ struct MapInfo {
 };
 
 /// Reads the map at `path` (UTF-8) through the host's image loader and measures it.
+/// @param layout how it lies.
 /// @throws FileError when it can not be read, with the host's reason.
-MapInfo readMapInfo(const std::string& path);
+MapInfo readMapInfo(const std::string& path, Layout layout = Layout::native);
 
 }  // namespace orv::scene

@@ -1,14 +1,29 @@
 #include "scene/scene_brushes.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "brushes/host_parameters.h"
 #include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
 #include "hdri/GradientBrush.h"
 #include "hdri/ImageBrush.h"
 #include "hdri/SunSkyBrush.h"
+#include "scene/layout.h"
 
 namespace orv::scene {
 namespace {
+
+/// The rotation's azimuth, degrees, over a picture that lies in a layout: the painter turns by it what is in
+/// the file, about the axis on which layouts differ.
+float azimuthInFile(Layout layout, float azimuth) {
+  const int turns = quarterTurns(layout);
+  if (turns == 0) return azimuth;
+  // The painter drops fractions of a column: a little more makes up for the rounding of quarters to floats.
+  constexpr double kMargin = 1e-4;
+  const double inFile = std::fmod(static_cast<double>(azimuth) + 360 - 90 * turns, 360.0) + kMargin;
+  return static_cast<float>(std::min(inFile, 360.0));
+}
 
 /// Makes the painter's brush of a paint.
 struct BrushMaker {
@@ -36,7 +51,9 @@ struct BrushMaker {
     return brush;
   }
   std::shared_ptr<hdri::Brush> operator()(const ImageBackground& paint) const {
-    return changed(adjusted<hdri::ImageBrush>(paint, resolvePath(folder, paint.path)), paint.map);
+    MapChanges map = paint.map;
+    map.rotation.azimuth = azimuthInFile(paint.layout, paint.map.rotation.azimuth);
+    return changed(adjusted<hdri::ImageBrush>(paint, resolvePath(folder, paint.path)), map);
   }
   std::shared_ptr<hdri::Brush> operator()(const ImageFill& paint) const {
     return adjusted<hdri::ImageBrush>(paint, resolvePath(folder, paint.path));

@@ -25,6 +25,9 @@ inline constexpr unsigned kOfRect = 2;
 /// How a scene reaches the painter: so that it keeps its light at every size, or as written.
 enum class Quality { light, plain };
 
+/// How a latitude-longitude picture lies: as ours, or as a renderer reads it (scene/layout.h).
+enum class Layout { native, openexr, usd, blender, mitsuba, pbrt, three };
+
 // The tables of names. They are switches without a `default:`, so that an enumerator without a row does not
 // compile. Messages list names in the order of the enumerators' values.
 
@@ -80,6 +83,26 @@ constexpr NameRow nameRow(Quality quality) {
       return {"light"};
     case Quality::plain:
       return {"plain"};
+  }
+  return {};
+}
+
+constexpr NameRow nameRow(Layout layout) {
+  switch (layout) {
+    case Layout::native:
+      return {"native"};
+    case Layout::openexr:
+      return {"openexr"};
+    case Layout::usd:
+      return {"usd"};
+    case Layout::blender:
+      return {"blender"};
+    case Layout::mitsuba:
+      return {"mitsuba"};
+    case Layout::pbrt:
+      return {"pbrt"};
+    case Layout::three:
+      return {"three"};
   }
   return {};
 }

@@ -23,6 +23,8 @@ struct PaintArguments {
   int threads = 0;  ///< 0: as many as the process may use processors
   float exposureStops = 0;
   std::string compression;
+  orv::scene::Layout layout = orv::scene::Layout::native;  ///< of every output
+  std::string usd;  ///< where a dome light is written that shows the first output of floats; empty: nowhere
   std::string painter;
   bool quiet = false;
   bool allowFallback = false;
@@ -31,7 +33,10 @@ struct PaintArguments {
 /// Each runs one command. Errors of files and scenes that end the command are thrown.
 ExitStatus paint(const PaintArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
-ExitStatus info(const std::string& file);
+ExitStatus info(const std::string& file, orv::scene::Layout layout);
+
+/// The first of some outputs that is not a preview; empty when there is none.
+std::string firstOfFloats(const std::vector<std::string>& outputs);
 
 /// Name and version, as files and `--version` give it.
 std::string programVersion();

@@ -69,6 +69,8 @@ struct PaintText {
       text.append(" of ").append(std::to_string(paint.stops.size())).append(" stops");
     if constexpr (requires { paint.path; }) text.append(" ").append(imageNote(folder, paint.path));
     text += brightnessText(paint.adjustments.brightness);
+    if constexpr (requires { paint.layout; })
+      if (paint.layout != scene::Layout::native) text.append(", layout ").append(scene::nameOf(paint.layout));
     if constexpr (requires { paint.map; }) text += changesText(paint.map);
     return text;
   }
@@ -132,8 +134,8 @@ std::string sceneText(const std::string& path) {
   return text;
 }
 
-std::string mapText(const std::string& path) {
-  const scene::MapInfo info = scene::readMapInfo(path);
+std::string mapText(const std::string& path, scene::Layout layout) {
+  const scene::MapInfo info = scene::readMapInfo(path, layout);
   std::string text = line("map", path);
   text += line("size", std::to_string(info.width) + " x " + std::to_string(info.height));
   text +=
@@ -151,8 +153,8 @@ std::string mapText(const std::string& path) {
 
 }  // namespace
 
-ExitStatus info(const std::string& file) {
-  printResult(looksLikeScene(file) ? sceneText(file) : mapText(file));
+ExitStatus info(const std::string& file, scene::Layout layout) {
+  printResult(looksLikeScene(file) ? sceneText(file) : mapText(file, layout));
   return done;
 }
 

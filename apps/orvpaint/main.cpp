@@ -103,6 +103,37 @@ std::string checkCompression(const std::string& name) {
          "; allowed: " + scene::listOf(names);
 }
 
+std::vector<std::string_view> layoutNames() {
+  std::vector<std::string_view> names;
+  for (const scene::NameRow& row : scene::kNames<scene::Layout>) names.push_back(row.name);
+  return names;
+}
+
+void addLayout(CLI::App& command, const std::string& option, scene::Layout& layout,
+               const std::string& description) {
+  command
+      .add_option_function<std::string>(
+          option,
+          [option, &layout](const std::string& name) {
+            const std::vector<std::string_view> names = layoutNames();
+            for (const scene::NameRow& row : scene::kNames<scene::Layout>) {
+              if (row.name != name) continue;
+              layout = static_cast<scene::Layout>(row.value);
+              return;
+            }
+            throw CLI::ValidationError(option, "\"" + name + "\" is not a layout" +
+                                                   scene::suggestion(name, names) +
+                                                   "; allowed: " + scene::listOf(names));
+          },
+          description + ":\n" + scene::listOf(layoutNames()))
+      ->type_name("NAME");
+}
+
+std::string checkUsd(const std::string& path) {
+  if (path.ends_with(".usda") || path.ends_with(".usd")) return {};
+  return "\"" + path + "\" has no ending of a USD layer; allowed: .usda, .usd";
+}
+
 void addPaint(CLI::App& app, PaintArguments& arguments) {
   CLI::App* paint = app.add_subcommand("paint", "Paint a scene into one or more files");
   paint->add_option("SCENE", arguments.scene, "Scene file (JSON)")->required();
@@ -139,6 +170,12 @@ void addPaint(CLI::App& app, PaintArguments& arguments) {
                    "Compression, zip by default. " + compressionsText())
       ->type_name("NAME")
       ->check(CLI::Validator(checkCompression, ""));
+  addLayout(*paint, "--layout", arguments.layout, "Turn the outputs as a renderer reads them");
+  paint
+      ->add_option("--usd", arguments.usd,
+                   "Write a USD dome light as well that shows the first output of floats")
+      ->type_name("FILE")
+      ->check(CLI::Validator(checkUsd, ""));
   paint->add_flag("--allow-fallback", arguments.allowFallback,
                   "Write the map although a missing image or sky is painted as a visible colour");
   paint->add_option("--painter", arguments.painter, "Painter library to load (default: the one installed)")
@@ -161,6 +198,8 @@ std::string checkPaint(const PaintArguments& arguments) {
   if (twice != targets.end()) return "--output: " + *twice + " is given twice";
   if (!arguments.compression.empty() && !compressible)
     return "--compression: no output's format knows \"" + arguments.compression + "\"";
+  if (!arguments.usd.empty() && firstOfFloats(arguments.outputs).empty())
+    return "--usd: no output holds floats for the light to show; add one of " + endingsText(false);
   return {};
 }
 
@@ -199,9 +238,10 @@ ExitStatus run(int argc, char** argv) {
       ->add_option("SCENE", scenes, "Scene files (JSON)")
       ->required();
   std::string file;
-  app.add_subcommand("info", "Describe a scene or a map")
-      ->add_option("FILE", file, "Scene file, or image file of a map")
-      ->required();
+  scene::Layout layoutIn = scene::Layout::native;
+  CLI::App* info = app.add_subcommand("info", "Describe a scene or a map");
+  info->add_option("FILE", file, "Scene file, or image file of a map")->required();
+  addLayout(*info, "--layout-in", layoutIn, "How the map lies, as a renderer reads it");
 
   try {
     app.parse(argc, argv);
@@ -217,7 +257,7 @@ ExitStatus run(int argc, char** argv) {
     return callIsWrong;
   }
   if (app.got_subcommand("check")) return check(scenes);
-  if (app.got_subcommand("info")) return info(file);
+  if (app.got_subcommand("info")) return orvpaint::info(file, layoutIn);
   const std::string wrong = checkPaint(paintArguments);
   if (wrong.empty()) return paint(paintArguments);
   printMessage(wrong);

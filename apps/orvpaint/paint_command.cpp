@@ -10,9 +10,11 @@
 #include "scene/OutputFile.h"
 #include "scene/PainterLibrary.h"
 #include "scene/ThreadLimit.h"
+#include "scene/layout.h"
 #include "scene/map_file.h"
 #include "scene/paint_scene.h"
 #include "scene/read_scene.h"
+#include "scene/usd_file.h"
 
 namespace orvpaint {
 namespace {
@@ -27,9 +29,21 @@ void showProgress(void* bar, const char* text, double amount) {
   static_cast<ProgressBar*>(bar)->show(text, amount);
 }
 
+/// Turns the map into the layout of the outputs.
+void turn(orv::hdri::EnvImage& map, const PaintArguments& arguments) {
+  const scene::Layout layout = arguments.layout;
+  // OpenEXR's is always interpolated: its samples lie elsewhere.
+  if (layout != scene::Layout::openexr && !scene::movesWholeColumns(layout, map.width) && !arguments.quiet)
+    printMessage("--layout " + std::string(scene::nameOf(layout)) + ": the columns are interpolated, " +
+                 "because the width " + std::to_string(map.width) + " is not a multiple of " +
+                 (layout == scene::Layout::pbrt ? "2" : "4"));
+  scene::toLayout(map, layout);
+}
+
 /// Writes all outputs, and puts them in place only when every one of them is whole.
 void writeOutputs(const orv::hdri::EnvImage& map, std::vector<std::unique_ptr<scene::OutputFile>>& files,
-                  const PaintArguments& arguments, ProgressBar& bar) {
+                  std::unique_ptr<scene::OutputFile> dome, const PaintArguments& arguments,
+                  ProgressBar& bar) {
   for (const auto& file : files) {
     const scene::MapFormat& format = *scene::mapFormatOf(file->path());
     const std::string phase = "Writing " + std::filesystem::path(file->path()).filename().string();
@@ -37,9 +51,14 @@ void writeOutputs(const orv::hdri::EnvImage& map, std::vector<std::unique_ptr<sc
     // With several outputs the compression goes to those that know it.
     if (format.knows(arguments.compression)) options.compression = arguments.compression;
     options.exposureStops = arguments.exposureStops;
+    options.layout = arguments.layout;
     options.software = programVersion();
     options.progress = [&](float amount) { bar.show(phase, static_cast<double>(amount)); };
     scene::writeMap(map, *file, format, options);
+  }
+  if (dome) {
+    scene::writeDomeLight(*dome, firstOfFloats(arguments.outputs), arguments.layout);
+    files.push_back(std::move(dome));
   }
   // Pipes and devices first: they are the ones that can still fail.
   std::stable_partition(files.begin(), files.end(), [](const auto& file) { return file->inPlace(); });
@@ -48,6 +67,12 @@ void writeOutputs(const orv::hdri::EnvImage& map, std::vector<std::unique_ptr<sc
 
 }  // namespace
 
+std::string firstOfFloats(const std::vector<std::string>& outputs) {
+  const auto found = std::find_if(outputs.begin(), outputs.end(),
+                                  [](const std::string& path) { return !scene::mapFormatOf(path)->preview; });
+  return found == outputs.end() ? std::string() : *found;
+}
+
 ExitStatus paint(const PaintArguments& arguments) {
   const scene::Scene read = scene::readScene(arguments.scene);
   const scene::ThreadLimit threads(arguments.threads > 0 ? arguments.threads : scene::availableProcessors());
@@ -55,6 +80,9 @@ ExitStatus paint(const PaintArguments& arguments) {
   std::vector<std::unique_ptr<scene::OutputFile>> files;
   for (const std::string& path : arguments.outputs)
     files.push_back(std::make_unique<scene::OutputFile>(path));
+
+  std::unique_ptr<scene::OutputFile> dome;
+  if (!arguments.usd.empty()) dome = std::make_unique<scene::OutputFile>(arguments.usd);
 
   ProgressBar bar(!arguments.quiet);
   const std::unique_ptr<orvScene, DestroyScene> host(orv_scene_create({}));
@@ -79,7 +107,8 @@ ExitStatus paint(const PaintArguments& arguments) {
                  "(--allow-fallback writes it all the same)");
     return fellBack;
   }
-  writeOutputs(*result.map, files, arguments, bar);
+  turn(*result.map, arguments);
+  writeOutputs(*result.map, files, std::move(dome), arguments, bar);
   return done;
 }
 

@@ -80,6 +80,19 @@ TEST(Call, AnUnknownCompressionListsTheNames) {
                   "\"pzi\" is not a compression (did you mean \"piz\"?); allowed: none, rle");
 }
 
+TEST(Call, AnUnknownLayoutListsTheNames) {
+  const std::string words =
+      "\"blendr\" is not a layout (did you mean \"blender\"?); allowed: native, openexr, usd, blender, "
+      "mitsuba, pbrt, three";
+  expectWrongCall({"paint", "s.json", "-o", "a.exr", "--layout", "blendr"}, words);
+  expectWrongCall({"info", "a.exr", "--layout-in", "blendr"}, words);
+}
+
+TEST(Call, ADomeLightNeedsAMapAndAnEnding) {
+  expectWrongCall({"paint", "s.json", "-o", "a.png", "--usd", "a.usda"}, "--usd: no output holds floats");
+  expectWrongCall({"paint", "s.json", "-o", "a.exr", "--usd", "a.txt"}, "allowed: .usda, .usd");
+}
+
 TEST(Call, ACompressionThatNoOutputKnowsIsWrong) {
   expectWrongCall({"paint", "s.json", "-o", "a.png", "--compression", "zip"},
                   "no output's format knows \"zip\"");

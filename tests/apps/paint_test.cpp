@@ -76,6 +76,57 @@ TEST_F(PaintTest, ASizeOfTheCallComesBeforeTheScenes) {
   EXPECT_EQ(pfm.height, 7);
 }
 
+/// A scene whose map is white in the middle of its width and black elsewhere.
+constexpr const char* kMiddleScene =
+    R"({"version": 1, "size": [64, 32], "background": {"type": "color", "color": [0, 0, 0]},
+        "pins": [{"shape": "circle", "azimuth": 0, "elevation": 0, "radius": 20,
+                  "fill": {"type": "color", "color": [1, 1, 1]}}]})";
+
+TEST_F(PaintTest, TurnsEveryOutputIntoTheLayout) {
+  scene_ = folder_.put("s.json", kMiddleScene);
+  const Outcome run = paint({"--layout", "mitsuba", "-o", folder_ / "a.pfm", "-o", folder_ / "b.pfm"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_EQ(run.err, "");
+  const Pfm pfm = readPfm(folder_ / "a.pfm");
+  EXPECT_EQ(pfm.values[3 * (64 * 16 + 16)], 1.0f);
+  EXPECT_EQ(pfm.values[3 * (64 * 16 + 32)], 0.0f);
+  EXPECT_EQ(contentsOf(folder_ / "a.pfm"), contentsOf(folder_ / "b.pfm"));
+}
+
+TEST_F(PaintTest, TellsWhereALayoutHasToPartColumns) {
+  const Outcome run = paint({"--layout", "usd", "--size", "66x32", "-o", folder_ / "a.pfm"});
+  EXPECT_EQ(run.status, 0);
+  EXPECT_EQ(run.err,
+            "orvpaint: --layout usd: the columns are interpolated, because the width 66 is not a "
+            "multiple of 4\n");
+  EXPECT_EQ(paint({"--layout", "usd", "--size", "66x32", "-q", "-o", folder_ / "a.pfm"}).err, "");
+}
+
+TEST_F(PaintTest, WritesADomeLightThatPointsToTheMap) {
+  std::filesystem::create_directory(folder_ / "maps");
+  const Outcome run = paint({"--usd", folder_ / "light.usda", "-o", folder_ / "a.png", "-o",
+                             folder_ / "maps/a.exr", "-o", folder_ / "b.hdr"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(contentsOf(folder_ / "light.usda"), HasSubstr("asset inputs:texture:file = @./maps/a.exr@\n"));
+  EXPECT_EQ(paint({"--usd", folder_ / "maps/light.usda", "-o", folder_ / "b.hdr"}).status, 0);
+  EXPECT_THAT(contentsOf(folder_ / "maps/light.usda"), HasSubstr("= @../b.hdr@\n"));
+}
+
+TEST_F(PaintTest, ReadsBackTheLayoutThatItWrote) {
+  scene_ = folder_.put("s.json", kMiddleScene);
+  ASSERT_EQ(paint({"--layout", "usd", "-o", folder_ / "usd.exr"}).status, 0);
+  ASSERT_EQ(paint({"-o", folder_ / "native.exr"}).status, 0);
+  const std::string original = orvpaint({"info", folder_ / "native.exr"}).out;
+  const std::string usd = orvpaint({"info", "--layout-in", "usd", folder_ / "usd.exr"}).out;
+  const std::string mistaken = orvpaint({"info", folder_ / "usd.exr"}).out;
+  const auto brightest = [](const std::string& text) {
+    return text.substr(std::min(text.find("brightest"), text.size()));
+  };
+  EXPECT_NE(brightest(mistaken), brightest(original));
+  EXPECT_EQ(brightest(usd), brightest(original));
+  EXPECT_THAT(usd, HasSubstr("orientation   usd: centre +z"));
+}
+
 TEST_F(PaintTest, WritesEveryFormatAtOnce) {
   std::vector<std::string> call;
   for (const char* name : kAllOutputs) call.insert(call.end(), {"-o", folder_ / name});

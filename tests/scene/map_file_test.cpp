@@ -21,6 +21,7 @@ namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::FloatEq;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 /// 300 rows, so that a map is handed over in more than one go; values from tiny to those of a sun.
 hdri::EnvImage testMap() {
@@ -116,6 +117,19 @@ TEST_F(MapFileTest, ExrTellsOrientationAndPrimariesAndHasNoEnvmap) {
   const auto* xy = static_cast<const float*>(primaries->data());
   EXPECT_THAT(std::vector<float>(xy, xy + 8),
               ElementsAre(0.64f, 0.33f, 0.30f, 0.60f, 0.15f, 0.06f, 0.3127f, 0.3290f));
+}
+
+TEST_F(MapFileTest, ExrTellsItsLayoutAndIsAnEnvmapWhereOpenExrWouldReadItSo) {
+  const hdri::EnvImage twoToOne(32, 16);
+  for (const char* compression : {"zip", "dwaa"}) {
+    const MapFileOptions openexr{.compression = compression, .layout = Layout::openexr};
+    const OIIO::ImageSpec header = load(save(twoToOne, "a.exr", openexr)).header;
+    EXPECT_EQ(header.get_string_attribute("textureformat"), "LatLong Environment");
+    EXPECT_THAT(std::string(header.get_string_attribute("orv:orientation")), StartsWith("openexr: "));
+    EXPECT_EQ(bytes(save(testMap(), "b.exr", openexr)).find("envmap"), std::string::npos) << "13 x 300";
+    const MapFileOptions usd{.compression = compression, .layout = Layout::usd};
+    EXPECT_EQ(bytes(save(twoToOne, "c.exr", usd)).find("envmap"), std::string::npos);
+  }
 }
 
 TEST_F(MapFileTest, EachExrCompressionThatLosesNothingKeepsEveryBit) {

@@ -55,6 +55,17 @@ TEST(BackgroundBrush, CarriesAdjustmentsBlurAndRotationInDegrees) {
   EXPECT_TRUE(made->mapSettingsOn());
 }
 
+TEST(BackgroundBrush, TurnsAPictureInAForeignLayout) {
+  ImageBackground image{"a.exr", {}, {0, {100, -20}}, Layout::usd};
+  // Our middle is at the left quarter of the picture: 90 degrees less.
+  EXPECT_NEAR(backgroundBrush({image}, "")->tiltAngle1(), 10, 2e-4f);
+  EXPECT_EQ(backgroundBrush({image}, "")->tiltAngle2(), -20.0f);
+  image.map.rotation.azimuth = 30;
+  EXPECT_NEAR(backgroundBrush({image}, "")->tiltAngle1(), 300, 2e-4f);
+  image.layout = Layout::three;
+  EXPECT_EQ(backgroundBrush({image}, "")->tiltAngle1(), 30.0f);
+}
+
 TEST(ImageBrush, IsSoughtInTheScenesFolder) {
   Fill brush{hdri::BlendMode::mix, ImageFill{"maps/a.exr", {}}};
   const auto pathFrom = [&](const std::string& folder) {

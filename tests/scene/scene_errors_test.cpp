@@ -129,7 +129,8 @@ TEST(SceneErrors, LookAtTheKeysOfAnObjectWithoutAKind) {
        "s.json: background.type: missing; required: color, gradient, sunSky, image\n"
        "s.json: background.gamma: 0 is not above 0\n"
        "s.json: background.colr: not a key of a brush (did you mean \"color\"?); allowed: type, brightness, "
-       "color, gamma, hue, saturation, tint, stops, blur, rotation, sky, sun, path"},
+       "color, gamma, hue, saturation, tint, stops, blur, rotation, sky, sun, path, "
+       "layout"},
   });
 }
 

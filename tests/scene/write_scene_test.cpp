@@ -81,7 +81,8 @@ class SceneMaker {
         scene.background.paint = SunSkyBackground{sunSky(), adjustments(), mapChanges()};
         break;
       default:
-        scene.background.paint = ImageBackground{kImage, adjustments(), mapChanges()};
+        scene.background.paint =
+            ImageBackground{kImage, adjustments(), mapChanges(), static_cast<Layout>(integer(0, 6))};
         break;
     }
     for (int i = integer(0, 4); i > 0; --i) scene.pins.push_back(pin());
@@ -202,7 +203,7 @@ TEST(SceneText, RefusesWhatTheReaderWouldRefuse) {
   EXPECT_THROW(sceneText(scene), SceneErrors);
 
   scene = colorScene();
-  scene.background.paint = ImageBackground{"\xff", {}, {}};
+  scene.background.paint = ImageBackground{"\xff", {}, {}, {}};
   EXPECT_THROW(sceneText(scene), SceneErrors);
 
   scene = colorScene();
