@@ -2,20 +2,12 @@
 
 #include <cmath>
 #include <cstddef>
-#include <memory>
-#include <new>
 #include <numbers>
 
-#include "host/orvImage.h"
-#include "orvrender/orvHost.h"
-#include "scene/LogCollector.h"
+#include "scene/HostPicture.h"
 
 namespace orv::scene {
 namespace {
-
-struct DestroyScene {
-  void operator()(orvScene* host) const { orv_scene_destroy(host); }
-};
 
 /// Sums over the pixels, each weighted with the solid angle of its row: sin of its upper less its lower edge.
 void measure(const orvImage& image, MapInfo& info) {
@@ -46,19 +38,13 @@ void measure(const orvImage& image, MapInfo& info) {
 }  // namespace
 
 MapInfo readMapInfo(const std::string& path) {
-  LogCollector log;
-  const std::unique_ptr<orvScene, DestroyScene> host(orv_scene_create({}));
-  if (!host) throw std::bad_alloc();
-  orvImage* image = orv_image_load(host.get(), path.c_str(), orvTexture_profile::environment, false, nullptr);
-  if (!image) {
-    const std::string reason = log.joined();
-    throw FileError(reason.find(path) == std::string::npos ? path + ": cannot be read: " + reason : reason);
-  }
   MapInfo info;
-  info.width = static_cast<int>(image->width());
-  info.height = static_cast<int>(image->height());
-  measure(*image, info);
-  orv_image_free(host.get(), image, true);
+  {
+    const HostPicture picture(path);
+    info.width = static_cast<int>(picture.image().width());
+    info.height = static_cast<int>(picture.image().height());
+    measure(picture.image(), info);
+  }
   info.header = orv_image_module().describe(path);
   return info;
 }
