@@ -23,7 +23,7 @@ constexpr std::string_view kExrCompressions[] = {"none",  "rle", "zips", "zip", 
 constexpr std::string_view kTiffCompressions[] = {"none", "lzw", "packbits", "zip"};
 
 constexpr MapFormat kFormats[] = {
-    {.name = "EXR", .endings = {".exr"}, .compressions = kExrCompressions},
+    {.name = "EXR", .endings = {".exr"}, .compressions = kExrCompressions, .holdsHalves = true},
     {.name = "HDR", .endings = {".hdr"}, .plugin = "hdr"},
     {.name = "PFM", .endings = {".pfm"}},
     {.name = "TIFF",
@@ -63,14 +63,23 @@ void writePfm(const hdri::EnvImage& map, OutputFile& file, const MapFileOptions&
   }
 }
 
-/// All other formats are OpenImageIO's to write.
-void writePicture(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
+/// What a format can not hold is not begun.
+void checkSize(int width, int height, const OutputFile& file, const MapFormat& format) {
+  if (std::max(width, height) <= format.maxSide) return;
+  throw FileError(file.path() + ": cannot be written: " + std::to_string(width) + " x " +
+                  std::to_string(height) + " pixels; a " + std::string(format.name) + " file has at most " +
+                  std::to_string(format.maxSide) + " a side");
+}
+
+/// All other formats are OpenImageIO's to write. @param pixels floats; of a preview bytes, sRGB.
+void writePicture(const void* pixels, int width, int height, OutputFile& file, const MapFormat& format,
                   const MapFileOptions& options) {
   host::PictureToWrite picture;
   picture.path = file.path();
   picture.writer = format.plugin;
-  picture.width = map.width;
-  picture.height = map.height;
+  picture.width = width;
+  picture.height = height;
+  picture.pixels = pixels;
   picture.isPreview = format.preview;
   picture.software = options.software;
   if (!format.compressions.empty())
@@ -84,11 +93,8 @@ void writePicture(const hdri::EnvImage& map, OutputFile& file, const MapFormat& 
     return file.read(data, size, offset);
   };
   picture.size = [&] { return file.size(); };
-  picture.progress = [&](int rows) { report(options, rows, map.height); };
+  picture.progress = [&](int rows) { report(options, rows, height); };
 
-  std::vector<std::uint8_t> preview;
-  if (format.preview) preview = toneMap(map, options.exposureStops);
-  picture.pixels = format.preview ? static_cast<const void*>(preview.data()) : map.pixels.data();
   std::string failure;
   try {
     failure = orv_image_module()->write(picture);
@@ -98,6 +104,21 @@ void writePicture(const hdri::EnvImage& map, OutputFile& file, const MapFormat& 
   // A failure of the file itself comes first: what the library says of it does not name the reason.
   file.flushOrThrow();
   if (!failure.empty()) throw FileError(file.path() + ": cannot be written: " + failure);
+}
+
+/// Writes a map within its limit.
+void writePixels(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
+                 const MapFileOptions& options) {
+  if (format.name == "EXR") {
+    writeExr(map, file, options);
+  } else if (format.preview) {
+    const std::vector<std::uint8_t> bytes = toneMap(map, options.exposureStops);
+    writePicture(bytes.data(), map.width, map.height, file, format, options);
+  } else if (format.plugin) {
+    writePicture(map.pixels.data(), map.width, map.height, file, format, options);
+  } else {
+    writePfm(map, file, options);
+  }
 }
 
 }  // namespace
@@ -127,18 +148,30 @@ std::vector<std::string_view> mapEndings() {
   return endings;
 }
 
-void writeMap(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
-              const MapFileOptions& options) {
-  if (std::max(map.width, map.height) > format.maxSide)
-    throw FileError(file.path() + ": cannot be written: " + std::to_string(map.width) + " x " +
-                    std::to_string(map.height) + " pixels; a " + std::string(format.name) +
-                    " file has at most " + std::to_string(format.maxSide) + " a side");
-  if (format.name == "EXR")
-    writeExr(map, file, options);
-  else if (format.plugin)
-    writePicture(map, file, format, options);
-  else
-    writePfm(map, file, options);
+std::optional<float> limitOf(const MapFormat& format, const MapFileOptions& options) {
+  if (!options.half || !format.holdsHalves) return options.limit;
+  return std::min(options.limit.value_or(kLargestHalf), kLargestHalf);
+}
+
+ClampLoss writeMap(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
+                   const MapFileOptions& options) {
+  checkSize(map.width, map.height, file, format);
+  const std::optional<float> limit = limitOf(format, options);
+  const ClampLoss loss = limit ? clampLoss(map, *limit) : ClampLoss();
+  // Most maps need no copy.
+  if (loss.pixels > 0) {
+    writePixels(clamped(map, *limit), file, format, options);
+  } else {
+    writePixels(map, file, format, options);
+  }
+  file.finish();
+  return loss;
+}
+
+void writePreview(const std::vector<std::uint8_t>& bytes, int width, int height, OutputFile& file,
+                  const MapFormat& format, const MapFileOptions& options) {
+  checkSize(width, height, file, format);
+  writePicture(bytes.data(), width, height, file, format, options);
   file.finish();
 }
 

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <limits>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -10,6 +12,7 @@
 
 #include "hdri/EnvImage.h"
 #include "scene/OutputFile.h"
+#include "scene/clamp_map.h"
 #include "scene/scene_names.h"
 
 namespace orv::scene {
@@ -23,17 +26,19 @@ struct MapFormat {
   int quality = 0;                          ///< of a lossy preview, to 100; 0: not asked for
   std::span<const std::string_view> compressions = {};  ///< to choose from, zip by default; empty: no choice
   int maxSide = std::numeric_limits<int>::max();        ///< pixels
+  bool holdsHalves = false;                             ///< on request
   bool datesFiles = false;                              ///< its writer notes the time when it is not told one
 
   bool knows(std::string_view compression) const;
 };
 
 struct MapFileOptions {
-  std::string compression = {};              ///< one that the format knows; empty takes ZIP
-  bool half = false;                         ///< EXR: 16-bit floats; values beyond 65504 become infinite
-  float exposureStops = 0;                   ///< of previews
-  Layout layout = Layout::native;            ///< how the map lies; EXR headers tell it
-  std::string software = {};                 ///< name and version of the program, for the file's header
+  std::string compression = {};     ///< one that the format knows; empty takes ZIP
+  bool half = false;                ///< EXR: 16-bit floats
+  std::optional<float> limit = {};  ///< channels are limited to -limit .. limit, those of halves to 65504
+  float exposureStops = 0;          ///< of previews
+  Layout layout = Layout::native;   ///< how the map lies; EXR headers tell it
+  std::string software = {};        ///< name and version of the program, for the file's header
   std::function<void(float)> progress = {};  ///< hears of the amount done, 0 to 1; may be empty
 };
 
@@ -49,8 +54,20 @@ std::vector<std::string_view> mapEndings();
 /// Writes a map into `file` and finishes it; the caller commits. EXR files carry `orv:projection`
 /// ("latlong"), `orv:orientation`, Rec. 709 `chromaticities` and the software's name; the `envmap` attribute,
 /// which stands for a map with y up and samples on the edges, only where that is true (isOpenExrEnvmap).
+/// A NaN is written as one; previews show it as black.
+/// @return what was lost by limiting values.
 /// @throws FileError when the file can not be written or the format can not hold the map.
-void writeMap(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
-              const MapFileOptions& options);
+ClampLoss writeMap(const hdri::EnvImage& map, OutputFile& file, const MapFormat& format,
+                   const MapFileOptions& options);
+
+/// The limit on the values of a file: the options', and that of halves; none for a file that keeps all
+/// values.
+std::optional<float> limitOf(const MapFormat& format, const MapFileOptions& options);
+
+/// Writes a picture in a format of previews and finishes the file; the caller commits.
+/// @param bytes width x height x 3, sRGB, row 0 at the top.
+/// @throws FileError when the file can not be written or the format can not hold the picture.
+void writePreview(const std::vector<std::uint8_t>& bytes, int width, int height, OutputFile& file,
+                  const MapFormat& format, const MapFileOptions& options);
 
 }  // namespace orv::scene

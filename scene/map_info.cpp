@@ -2,22 +2,16 @@
 
 #include <cmath>
 #include <cstddef>
-#include <memory>
-#include <new>
 #include <numbers>
 
 #include "host/orvImage.h"
 #include "orvrender/files/ImageError.h"
 #include "orvrender/orvHost.h"
-#include "scene/LogCollector.h"
+#include "scene/HostPicture.h"
 #include "scene/layout.h"
 
 namespace orv::scene {
 namespace {
-
-struct DestroyScene {
-  void operator()(orvScene* host) const { orv_scene_destroy(host); }
-};
 
 /// Sums over the pixels, each weighted with the solid angle of its row, sin of its upper less its lower edge,
 /// and with the width that it covers: half a column at the ends of a row whose two ends are one longitude.
@@ -53,19 +47,13 @@ void measure(const orvImage& image, Layout layout, MapInfo& info) {
 }  // namespace
 
 MapInfo readMapInfo(const std::string& path, Layout layout) {
-  LogCollector log;
-  const std::unique_ptr<orvScene, DestroyScene> host(orv_scene_create({}));
-  if (!host) throw std::bad_alloc();
-  orvImage* image = orv_image_load(host.get(), path.c_str(), orvTexture_profile::environment, false, nullptr);
-  if (!image) {
-    const std::string reason = log.joined();
-    throw FileError(reason.find(path) == std::string::npos ? path + ": cannot be read: " + reason : reason);
-  }
   MapInfo info;
-  info.width = static_cast<int>(image->width());
-  info.height = static_cast<int>(image->height());
-  measure(*image, layout, info);
-  orv_image_free(host.get(), image, true);
+  {
+    const HostPicture picture(path);
+    info.width = static_cast<int>(picture.image().width());
+    info.height = static_cast<int>(picture.image().height());
+    measure(picture.image(), layout, info);
+  }
   try {
     orv_image_describe(path, info.header);
   } catch (const host::ImageError& error) {

@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <memory>
 
 #include "scene/ObjectReader.h"
@@ -25,6 +27,17 @@ std::string readBytes(const std::string& path) {
 }
 
 }  // namespace
+
+bool looksLikeScene(const std::string& path) {
+  if (std::filesystem::path(path).extension() == ".json") return true;
+  std::ifstream file(path, std::ios::binary);
+  char buffer[256] = {};
+  file.read(buffer, sizeof buffer);
+  const std::string_view start(buffer, static_cast<std::size_t>(file.gcount()));
+  const std::size_t first = start.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
+  return first != std::string_view::npos &&
+         (start[first] == '{' || start.substr(first, 2) == "//" || start.substr(first, 2) == "/*");
+}
 
 Scene readScene(const std::string& path) { return parseScene(readBytes(path), path); }
 

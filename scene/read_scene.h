@@ -21,4 +21,8 @@ Scene readScene(const std::string& path);
 /// @throws SceneErrors with everything that is wrong in it.
 Scene parseScene(std::string_view text, const std::string& fileName);
 
+/// Whether the file at `path` is meant as a scene, not as a picture: it is named .json, or starts with a
+/// brace after spaces and comments, as no picture does. False for a file that can not be read.
+bool looksLikeScene(const std::string& path);
+
 }  // namespace orv::scene

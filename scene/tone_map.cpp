@@ -1,39 +1,84 @@
 #include "scene/tone_map.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
 
 #include "maps/row_loop.h"
 
 namespace orv::scene {
+namespace {
 
-std::uint8_t toneMapped(float linear, float gain) {
-  // Beyond this the curve is 1; the squares below would overflow. A NaN fails the comparison.
-  constexpr float kWhite = 1e4f;
-  const float exposed = linear * gain;
-  const float x = exposed > 0.0f ? std::min(exposed, kWhite) : 0.0f;
-  // y = x (2.51 x + 0.03) / (x (2.43 x + 0.59) + 0.14)
-  const float y = std::min(x * (2.51f * x + 0.03f) / (x * (2.43f * x + 0.59f) + 0.14f), 1.0f);
-  const float encoded = y <= 0.0031308f ? 12.92f * y : 1.055f * std::pow(y, 1.0f / 2.4f) - 0.055f;
-  return static_cast<std::uint8_t>(std::lround(encoded * 255.0f));
-}
+/// The thresholds of the dither, (rank + 1/2) / 64: the bits of x ^ y and of y interleaved, lowest first.
+constexpr auto kThresholds = [] {
+  std::array<std::array<float, 8>, 8> table{};
+  for (unsigned y = 0; y < 8; ++y) {
+    for (unsigned x = 0; x < 8; ++x) {
+      unsigned rank = 0;
+      for (unsigned bit = 0; bit < 3; ++bit) rank = rank << 2 | ((x ^ y) >> bit & 1u) << 1 | (y >> bit & 1u);
+      table[y][x] = (static_cast<float>(rank) + 0.5f) / 64;
+    }
+  }
+  return table;
+}();
 
-std::vector<std::uint8_t> toneMap(const hdri::EnvImage& map, float stops) {
-  std::vector<std::uint8_t> bytes(map.pixels.size() * 3);
-  const float gain = std::exp2(stops);
-  const auto width = static_cast<std::size_t>(map.width);
-  forEachRow(static_cast<std::uint32_t>(map.height), 1, [&](std::size_t y) {
-    const hdri::Rgb* pixel = map.pixels.data() + y * width;
+/// 0 for what is no light; where the curve is 1 to a ten-thousandth, larger values would overflow.
+float light(float value) { return value > 0.0f ? std::min(value, 1e4f) : 0.0f; }
+
+/// `display(pixel)` of every pixel in bytes.
+template <typename Display>
+std::vector<std::uint8_t> bytesOf(const hdri::EnvImage& image, const Display& display) {
+  std::vector<std::uint8_t> bytes(image.pixels.size() * 3);
+  const auto width = static_cast<std::size_t>(image.width);
+  forEachRow(static_cast<std::uint32_t>(image.height), 1, [&](std::size_t y) {
+    const hdri::Rgb* const row = image.pixels.data() + y * width;
     std::uint8_t* out = bytes.data() + 3 * y * width;
-    for (const hdri::Rgb* const end = pixel + width; pixel != end; ++pixel, out += 3) {
-      out[0] = toneMapped(pixel->r, gain);
-      out[1] = toneMapped(pixel->g, gain);
-      out[2] = toneMapped(pixel->b, gain);
+    for (std::size_t x = 0; x < width; ++x) {
+      const hdri::Rgb shown = display(row[x]);
+      for (const float channel : {shown.r, shown.g, shown.b}) *out++ = dithered(encoded(channel), x, y);
     }
   });
   return bytes;
+}
+
+}  // namespace
+
+hdri::Rgb toneCurve(const hdri::Rgb& pixel) {
+  constexpr float kStart = 0.8f;
+  constexpr float kDesaturation = 0.15f;
+  const float r = light(pixel.r), g = light(pixel.g), b = light(pixel.b);
+  const float peak = std::max({r, g, b});
+  if (peak <= kStart) return {r, g, b};
+
+  // peak' = 1 - d^2 / (peak + d - start), d = 1 - start
+  constexpr float d = 1.0f - kStart;
+  const float newPeak = 1.0f - d * d / (peak + d - kStart);
+  const float scale = newPeak / peak;
+  const float white = 1.0f - 1.0f / (kDesaturation * (peak - newPeak) + 1.0f);
+  const auto shown = [&](float channel) {
+    const float scaled = channel * scale;
+    return scaled + (newPeak - scaled) * white;
+  };
+  return {shown(r), shown(g), shown(b)};
+}
+
+float encoded(float linear) {
+  return linear <= 0.0031308f ? 12.92f * linear : 1.055f * std::pow(linear, 1.0f / 2.4f) - 0.055f;
+}
+
+std::uint8_t dithered(float value, std::size_t x, std::size_t y) {
+  return static_cast<std::uint8_t>(std::clamp(value, 0.0f, 1.0f) * 255.0f + kThresholds[y % 8][x % 8]);
+}
+
+std::vector<std::uint8_t> encodePicture(const hdri::EnvImage& picture) {
+  return bytesOf(picture, [](const hdri::Rgb& pixel) { return pixel; });
+}
+
+std::vector<std::uint8_t> toneMap(const hdri::EnvImage& map, float stops) {
+  const float gain = std::exp2(stops);
+  return bytesOf(map, [gain](const hdri::Rgb& pixel) {
+    return toneCurve({pixel.r * gain, pixel.g * gain, pixel.b * gain});
+  });
 }
 
 }  // namespace orv::scene

@@ -16,22 +16,36 @@ enum ExitStatus : int {
   fellBack = 3,     ///< the painter fell back to a visible colour
 };
 
-struct PaintArguments {
+/// What it takes to paint a scene.
+struct SceneArguments {
   std::string scene;
-  std::vector<std::string> outputs;
   std::optional<orv::scene::MapSize> size;
   int threads = 0;  ///< 0: as many as the process may use processors
-  float exposureStops = 0;
-  std::string compression;
-  orv::scene::Layout layout = orv::scene::Layout::native;  ///< of every output
-  std::string usd;  ///< where a dome light is written that shows the first output of floats; empty: nowhere
   std::string painter;
   bool quiet = false;
   bool allowFallback = false;
 };
 
+struct PaintArguments : SceneArguments {
+  std::vector<std::string> outputs;
+  std::optional<float> exposureStops = 0.0f;  ///< of previews; none: chosen automatically
+  std::string compression;
+  bool half = false;
+  std::optional<float> limit;
+  orv::scene::Layout layout = orv::scene::Layout::native;  ///< of every output
+  std::string usd;  ///< where a dome light is written that shows the first output of floats; empty: nowhere
+};
+
+/// `scene` may be a map's file, too.
+struct PreviewArguments : SceneArguments {
+  std::string output;
+  std::optional<float> exposureStops;  ///< none: chosen automatically
+  float cameraAzimuth = 180;
+};
+
 /// Each runs one command. Errors of files and scenes that end the command are thrown.
 ExitStatus paint(const PaintArguments& arguments);
+ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
 ExitStatus info(const std::string& file, orv::scene::Layout layout);
 

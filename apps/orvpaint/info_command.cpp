@@ -1,6 +1,5 @@
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string_view>
 
 #include "commands.h"
@@ -31,18 +30,6 @@ std::string line(std::string_view label, const std::string& value) {
   std::string text(label);
   text.append(text.size() < 14 ? 14 - text.size() : 1, ' ');
   return text + value + "\n";
-}
-
-/// A scene starts with a brace, after spaces and comments; every picture with other bytes.
-bool looksLikeScene(const std::string& path) {
-  if (std::filesystem::path(path).extension() == ".json") return true;
-  std::ifstream file(path, std::ios::binary);
-  char buffer[256] = {};
-  file.read(buffer, sizeof buffer);
-  const std::string_view start(buffer, static_cast<std::size_t>(file.gcount()));
-  const std::size_t first = start.find_first_not_of(" \t\r\n\xEF\xBB\xBF");
-  return first != std::string_view::npos &&
-         (start[first] == '{' || start.substr(first, 2) == "//" || start.substr(first, 2) == "/*");
 }
 
 std::string imageNote(const std::string& folder, const std::string& path) {
@@ -154,7 +141,7 @@ std::string mapText(const std::string& path, scene::Layout layout) {
 }  // namespace
 
 ExitStatus info(const std::string& file, scene::Layout layout) {
-  printResult(looksLikeScene(file) ? sceneText(file) : mapText(file, layout));
+  printResult(scene::looksLikeScene(file) ? sceneText(file) : mapText(file, layout));
   return done;
 }
 

@@ -28,6 +28,7 @@ constexpr const char* kFooter =
     "Examples:\n"
     "  orvpaint paint studio.json -o studio.exr\n"
     "  orvpaint paint studio.json -o studio.exr -o preview.png --exposure 1\n"
+    "  orvpaint preview studio.json -o sheet.png\n"
     "  orvpaint check studio.json\n"
     "\n"
     "Exit status: 0 done; 1 a file cannot be read or written, or the processor lacks AVX2 or FMA;\n"
@@ -57,13 +58,49 @@ std::string checkOutput(const std::string& path) {
   return "\"" + path + "\" has no ending that names a format; allowed: " + scene::listOf(scene::mapEndings());
 }
 
-std::string checkExposure(const std::string& text) {
-  float stops = NAN;
-  const char* end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data() + (text.starts_with('+') ? 1 : 0), end, stops);
+std::string checkSheet(const std::string& path) {
+  const scene::MapFormat* const format = scene::mapFormatOf(path);
+  if (format && format->preview) return {};
+  std::string allowed;
+  for (const std::string_view ending : scene::mapEndings())
+    if (scene::mapFormatOf(ending)->preview) allowed.append(allowed.empty() ? "" : ", ").append(ending);
+  return "\"" + path + "\" has no ending that names a format of pictures; allowed: " + allowed;
+}
+
+/// The number that is all of `text`; NaN for none.
+float readNumber(const std::string& text) {
+  float number = NAN;
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data() + (text.starts_with('+') ? 1 : 0), end, number);
+  return error == std::errc() && rest == end ? number : NAN;
+}
+
+/// A number of stops, or `auto`, which gives none; what is wrong with it, or nothing.
+std::string readExposure(const std::string& text, std::optional<float>& stops) {
+  const float number = readNumber(text);
+  stops.reset();
+  if (text == "auto") return {};
   // Written so that a NaN is refused.
-  if (error == std::errc() && rest == end && std::abs(stops) <= kMostStops) return {};
-  return "\"" + text + "\" is not an exposure; allowed: a number of stops from -64 to 64";
+  if (!(std::abs(number) <= kMostStops))
+    return "\"" + text + "\" is not an exposure; allowed: a number of stops from -64 to 64, auto";
+  stops = number;
+  return {};
+}
+
+std::string readLimit(const std::string& text, std::optional<float>& limit) {
+  const float number = readNumber(text);
+  if (!(number > 0 && std::isfinite(number)))
+    return "\"" + text + "\" is not a limit; allowed: a number above 0";
+  limit = number;
+  return {};
+}
+
+std::string readAzimuth(const std::string& text, float& azimuth) {
+  const float number = readNumber(text);
+  if (!(std::abs(number) <= 360))
+    return "\"" + text + "\" is not a longitude; allowed: degrees from -360 to 360";
+  azimuth = number;
+  return {};
 }
 
 std::vector<std::string_view> compressionNames() {
@@ -134,6 +171,33 @@ std::string checkUsd(const std::string& path) {
   return "\"" + path + "\" has no ending of a USD layer; allowed: .usda, .usd";
 }
 
+/// An option whose text `read` puts into `value`; what it returns is wrong with it.
+template <typename Value>
+void addRead(CLI::App* command, const std::string& name, std::string (*read)(const std::string&, Value&),
+             Value& value, const std::string& help, const std::string& type) {
+  const auto set = [name, read, &value](const std::string& text) {
+    const std::string error = read(text, value);
+    if (!error.empty()) throw CLI::ValidationError(name, error);
+  };
+  command->add_option_function<std::string>(name, set, help)->type_name(type);
+}
+
+/// The options of all commands that paint a scene.
+void addScene(CLI::App* command, SceneArguments& arguments) {
+  addRead(command, "--size", readSize, arguments.size, "Size of the map in pixels, instead of the scene's",
+          "WxH");
+  command
+      ->add_option("--threads", arguments.threads,
+                   "Use at most N threads; by default as many as the process may use processors")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1024));
+  command->add_flag("--allow-fallback", arguments.allowFallback,
+                    "Go on although a missing image or sky is painted as a visible colour");
+  command->add_option("--painter", arguments.painter, "Painter library to load (default: the one installed)")
+      ->type_name("PATH");
+  command->add_flag("-q,--quiet", arguments.quiet, "No progress and no warnings but of lost light");
+}
+
 void addPaint(CLI::App& app, PaintArguments& arguments) {
   CLI::App* paint = app.add_subcommand("paint", "Paint a scene into one or more files");
   paint->add_option("SCENE", arguments.scene, "Scene file (JSON)")->required();
@@ -146,52 +210,54 @@ void addPaint(CLI::App& app, PaintArguments& arguments) {
       ->allow_extra_args(false)
       ->type_name("OUT")
       ->check(CLI::Validator(checkOutput, ""));
-  paint
-      ->add_option_function<std::string>(
-          "--size",
-          [&](const std::string& text) {
-            const std::string error = readSize(text, arguments.size);
-            if (!error.empty()) throw CLI::ValidationError("--size", error);
-          },
-          "Size of the map in pixels, instead of the scene's")
-      ->type_name("WxH");
-  paint
-      ->add_option("--threads", arguments.threads,
-                   "Use at most N threads; by default as many as the process may use processors")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1024));
-  paint
-      ->add_option("--exposure", arguments.exposureStops,
-                   "Exposure of " + endingsText(true) + " previews, in stops")
-      ->type_name("STOPS")
-      ->check(CLI::Validator(checkExposure, ""));
+  addScene(paint, arguments);
+  addRead(paint, "--exposure", readExposure, arguments.exposureStops,
+          "Exposure of " + endingsText(true) + " previews, in stops, or auto", "STOPS");
   paint
       ->add_option("--compression", arguments.compression,
                    "Compression, zip by default. " + compressionsText())
       ->type_name("NAME")
       ->check(CLI::Validator(checkCompression, ""));
+  paint->add_flag("--half", arguments.half,
+                  "16-bit floats in .exr; tells how much light is lost where values are too large for them");
+  addRead(paint, "--clamp", readLimit, arguments.limit,
+          "Limit all values to VALUE, and tell how much light is lost", "VALUE");
   addLayout(*paint, "--layout", arguments.layout, "Turn the outputs as a renderer reads them");
   paint
       ->add_option("--usd", arguments.usd,
                    "Write a USD dome light as well that shows the first output of floats")
       ->type_name("FILE")
       ->check(CLI::Validator(checkUsd, ""));
-  paint->add_flag("--allow-fallback", arguments.allowFallback,
-                  "Write the map although a missing image or sky is painted as a visible colour");
-  paint->add_option("--painter", arguments.painter, "Painter library to load (default: the one installed)")
-      ->type_name("PATH");
-  paint->add_flag("-q,--quiet", arguments.quiet, "No progress and no warnings");
+}
+
+void addPreview(CLI::App& app, PreviewArguments& arguments) {
+  CLI::App* preview =
+      app.add_subcommand("preview", "Show a map or a scene, and balls in its light, in one picture");
+  preview->add_option("FILE", arguments.scene, "Scene file (JSON), or image file of a map")->required();
+  preview->add_option("-o,--output", arguments.output, "Picture to write: " + endingsText(true))
+      ->required()
+      ->type_name("SHEET")
+      ->check(CLI::Validator(checkSheet, ""));
+  addScene(preview, arguments);
+  addRead(preview, "--exposure", readExposure, arguments.exposureStops,
+          "Exposure in stops, or auto, which is the default", "STOPS");
+  addRead(preview, "--camera", readAzimuth, arguments.cameraAzimuth,
+          "Longitude of the map along which the balls are seen, 180 by default: the middle of the map\n"
+          "lights them from the front",
+          "DEGREES");
 }
 
 /// What a call says beyond what its options can check alone; empty when nothing is wrong.
 std::string checkPaint(const PaintArguments& arguments) {
   std::vector<std::string> targets;
   bool compressible = false;
+  bool hasExr = false;
   for (const std::string& path : arguments.outputs) {
     std::error_code error;
     targets.push_back(
         std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error).string());
     compressible |= scene::mapFormatOf(path)->knows(arguments.compression);
+    hasExr |= scene::mapFormatOf(path)->holdsHalves;
   }
   std::sort(targets.begin(), targets.end());
   const auto twice = std::adjacent_find(targets.begin(), targets.end());
@@ -200,6 +266,7 @@ std::string checkPaint(const PaintArguments& arguments) {
     return "--compression: no output's format knows \"" + arguments.compression + "\"";
   if (!arguments.usd.empty() && firstOfFloats(arguments.outputs).empty())
     return "--usd: no output holds floats for the light to show; add one of " + endingsText(false);
+  if (arguments.half && !hasExr) return "--half: no output is an EXR file, which alone holds 16-bit floats";
   return {};
 }
 
@@ -233,6 +300,8 @@ ExitStatus run(int argc, char** argv) {
 
   PaintArguments paintArguments;
   addPaint(app, paintArguments);
+  PreviewArguments previewArguments;
+  addPreview(app, previewArguments);
   std::vector<std::string> scenes;
   app.add_subcommand("check", "Read scenes and report every error in them")
       ->add_option("SCENE", scenes, "Scene files (JSON)")
@@ -258,6 +327,7 @@ ExitStatus run(int argc, char** argv) {
   }
   if (app.got_subcommand("check")) return check(scenes);
   if (app.got_subcommand("info")) return orvpaint::info(file, layoutIn);
+  if (app.got_subcommand("preview")) return preview(previewArguments);
   const std::string wrong = checkPaint(paintArguments);
   if (wrong.empty()) return paint(paintArguments);
   printMessage(wrong);

@@ -1,19 +1,18 @@
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <vector>
 
 #include "ProgressBar.h"
+#include "ScenePainting.h"
 #include "commands.h"
 #include "console.h"
-#include "orvrender/orvHost.h"
 #include "scene/OutputFile.h"
-#include "scene/PainterLibrary.h"
 #include "scene/ThreadLimit.h"
 #include "scene/layout.h"
 #include "scene/map_file.h"
-#include "scene/paint_scene.h"
-#include "scene/read_scene.h"
+#include "scene/reduce_map.h"
 #include "scene/usd_file.h"
 
 namespace orvpaint {
@@ -21,12 +20,23 @@ namespace {
 
 namespace scene = orv::scene;
 
-struct DestroyScene {
-  void operator()(orvScene* host) const { orv_scene_destroy(host); }
-};
+/// Whether a file is a preview that is exposed automatically.
+bool choosesExposure(const PaintArguments& arguments) {
+  const auto isPreview = [](const std::string& path) { return scene::mapFormatOf(path)->preview; };
+  return !arguments.exposureStops &&
+         std::any_of(arguments.outputs.begin(), arguments.outputs.end(), isPreview);
+}
 
-void showProgress(void* bar, const char* text, double amount) {
-  static_cast<ProgressBar*>(bar)->show(text, amount);
+/// What became of the values beyond a file's limit: how many, the largest, the light, and a remedy where
+/// there is one.
+std::string lossText(const scene::ClampLoss& loss, float limit, bool ofHalves) {
+  char text[200];
+  std::snprintf(
+      text, sizeof text, "%lld %s above %.6g %s clamped (largest %.3g): %.3g %% of the light is lost%s",
+      static_cast<long long>(loss.pixels), loss.pixels == 1 ? "pixel" : "pixels", static_cast<double>(limit),
+      loss.pixels == 1 ? "was" : "were", static_cast<double>(loss.largest), 100 * loss.lightShare,
+      ofHalves ? "; write floats without --half" : "");
+  return text;
 }
 
 /// Turns the map into the layout of the outputs.
@@ -44,17 +54,24 @@ void turn(orv::hdri::EnvImage& map, const PaintArguments& arguments) {
 void writeOutputs(const orv::hdri::EnvImage& map, std::vector<std::unique_ptr<scene::OutputFile>>& files,
                   std::unique_ptr<scene::OutputFile> dome, const PaintArguments& arguments,
                   ProgressBar& bar) {
+  const float automatic = choosesExposure(arguments) ? scene::autoExposure(map) : 0.0f;
+  std::vector<std::string> losses;
   for (const auto& file : files) {
     const scene::MapFormat& format = *scene::mapFormatOf(file->path());
     const std::string phase = "Writing " + std::filesystem::path(file->path()).filename().string();
     scene::MapFileOptions options;
     // With several outputs the compression goes to those that know it.
     if (format.knows(arguments.compression)) options.compression = arguments.compression;
-    options.exposureStops = arguments.exposureStops;
     options.layout = arguments.layout;
+    options.half = arguments.half;
+    options.limit = arguments.limit;
+    options.exposureStops = arguments.exposureStops.value_or(automatic);
     options.software = programVersion();
     options.progress = [&](float amount) { bar.show(phase, static_cast<double>(amount)); };
-    scene::writeMap(map, *file, format, options);
+    const scene::ClampLoss loss = scene::writeMap(map, *file, format, options);
+    if (loss.pixels == 0) continue;
+    const float limit = *scene::limitOf(format, options);
+    losses.push_back(file->path() + ": " + lossText(loss, limit, limit != arguments.limit));
   }
   if (dome) {
     scene::writeDomeLight(*dome, firstOfFloats(arguments.outputs), arguments.layout);
@@ -63,6 +80,7 @@ void writeOutputs(const orv::hdri::EnvImage& map, std::vector<std::unique_ptr<sc
   // Pipes and devices first: they are the ones that can still fail.
   std::stable_partition(files.begin(), files.end(), [](const auto& file) { return file->inPlace(); });
   for (const auto& file : files) file->commit();
+  for (const std::string& line : losses) printMessage(line);
 }
 
 }  // namespace
@@ -74,9 +92,8 @@ std::string firstOfFloats(const std::vector<std::string>& outputs) {
 }
 
 ExitStatus paint(const PaintArguments& arguments) {
-  const scene::Scene read = scene::readScene(arguments.scene);
   const scene::ThreadLimit threads(arguments.threads > 0 ? arguments.threads : scene::availableProcessors());
-  const scene::PainterLibrary library(arguments.painter);
+  const ScenePainting painting(arguments);
   std::vector<std::unique_ptr<scene::OutputFile>> files;
   for (const std::string& path : arguments.outputs)
     files.push_back(std::make_unique<scene::OutputFile>(path));
@@ -85,30 +102,10 @@ ExitStatus paint(const PaintArguments& arguments) {
   if (!arguments.usd.empty()) dome = std::make_unique<scene::OutputFile>(arguments.usd);
 
   ProgressBar bar(!arguments.quiet);
-  const std::unique_ptr<orvScene, DestroyScene> host(orv_scene_create({}));
-  if (!host) throw std::bad_alloc();
-  orv_progress_set_listener(host.get(), &showProgress, &bar);
-
-  scene::PaintOptions options;
-  options.fileName = arguments.scene;
-  options.folder = std::filesystem::path(arguments.scene).parent_path().string();
-  options.size = arguments.size;
-  scene::PaintResult result;
-  {
-    // The painter goes before the host that it uses.
-    const scene::PainterPointer painter = library.create();
-    result = scene::paintScene(read, *painter, host.get(), options);
-  }
-  if (!arguments.quiet || result.fellBack)
-    for (const std::string& line : result.messages) printMessage(arguments.scene + ": " + line);
-  if (result.fellBack && !arguments.allowFallback) {
-    printMessage(arguments.scene +
-                 ": a visible colour was painted in place of what is missing; no file is written "
-                 "(--allow-fallback writes it all the same)");
-    return fellBack;
-  }
-  turn(*result.map, arguments);
-  writeOutputs(*result.map, files, std::move(dome), arguments, bar);
+  const std::shared_ptr<orv::hdri::EnvImage> map = painting.paint(bar);
+  if (!map) return fellBack;
+  turn(*map, arguments);
+  writeOutputs(*map, files, std::move(dome), arguments, bar);
   return done;
 }
 

@@ -15,7 +15,7 @@ TEST(Call, HelpGoesToStandardOutput) {
 }
 
 TEST(Call, EachCommandHasHelp) {
-  for (const char* command : {"paint", "check", "info"}) {
+  for (const char* command : {"paint", "preview", "check", "info"}) {
     const Outcome run = orvpaint({command, "--help"});
     EXPECT_EQ(run.status, 0) << command;
     EXPECT_THAT(run.out, HasSubstr(std::string("orvpaint ") + command));
@@ -72,7 +72,8 @@ TEST(Call, ThreadsOutOfRangeAreWrong) {
 
 TEST(Call, ExposuresThatAreNoNumberAreWrong) {
   for (const char* exposure : {"bright", "nan", "inf", "65"})
-    expectWrongCall({"paint", "s.json", "-o", "a.exr", "--exposure", exposure}, "--exposure");
+    expectWrongCall({"paint", "s.json", "-o", "a.exr", "--exposure", exposure},
+                    "is not an exposure; allowed: a number of stops from -64 to 64, auto");
 }
 
 TEST(Call, AnUnknownCompressionListsTheNames) {
@@ -98,6 +99,27 @@ TEST(Call, ACompressionThatNoOutputKnowsIsWrong) {
                   "no output's format knows \"zip\"");
   expectWrongCall({"paint", "s.json", "-o", "a.tif", "--compression", "piz"},
                   "no output's format knows \"piz\"");
+}
+
+TEST(Call, HalvesWithoutAnExrFileAreWrong) {
+  expectWrongCall({"paint", "s.json", "-o", "a.hdr", "--half"}, "--half: no output is an EXR file");
+}
+
+TEST(Call, LimitsThatAreNotAboveZeroAreWrong) {
+  for (const char* limit : {"0", "-1", "nan", "inf", "much"})
+    expectWrongCall({"paint", "s.json", "-o", "a.exr", "--clamp", limit},
+                    "is not a limit; allowed: a number above 0");
+}
+
+TEST(Call, ASheetThatIsNoPictureIsWrong) {
+  for (const char* sheet : {"a.exr", "a", "a.gif"})
+    expectWrongCall({"preview", "s.json", "-o", sheet},
+                    "has no ending that names a format of pictures; allowed: .png, .jpg, .jpeg");
+}
+
+TEST(Call, CamerasThatAreNoLongitudeAreWrong) {
+  for (const char* camera : {"361", "nan", "left"})
+    expectWrongCall({"preview", "s.json", "-o", "a.png", "--camera", camera}, "is not a longitude; allowed:");
 }
 
 TEST(Call, AnOutputGivenTwiceIsWrong) {

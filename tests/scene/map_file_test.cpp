@@ -243,11 +243,47 @@ TEST_F(MapFileTest, PngIsTheToneMappedPicture) {
     ASSERT_EQ(std::lround(picture.pixels[i] * 255.0f), expected[i]) << i;
 }
 
+TEST_F(MapFileTest, HalvesAreLimitedToTheLargestHalf) {
+  hdri::EnvImage map(2, 1);
+  map.pixels[0] = {65504, 65536, 1e30f};
+  map.pixels[1] = {-1e6f, 0.5f, 65519};
+  for (const char* compression : {"zip", "none", "piz"}) {
+    const Picture picture = load(save(map, "a.exr", {.compression = compression, .half = true}));
+    EXPECT_EQ(picture.header.format, OIIO::TypeHalf);
+    EXPECT_THAT(picture.pixels, ElementsAre(65504, 65504, 65504, -65504, 0.5f, 65504)) << compression;
+  }
+}
+
+TEST_F(MapFileTest, TellsWhatHalvesLose) {
+  hdri::EnvImage map(2, 1);
+  map.pixels[0] = {131008, 0, 0};
+  map.pixels[1] = {65504, 65504, 65504};
+  OutputFile file((folder_ / "a.exr").string());
+  const ClampLoss loss = writeMap(map, file, *mapFormatOf("a.exr"), {.half = true});
+  EXPECT_EQ(loss.pixels, 1);
+  EXPECT_EQ(loss.largest, 131008.0f);
+  // One of five times 65504.
+  EXPECT_NEAR(loss.lightShare, 0.2, 1e-12);
+}
+
+TEST_F(MapFileTest, ALimitHoldsForEveryFormat) {
+  hdri::EnvImage map(16, 2);
+  for (hdri::Rgb& pixel : map.pixels) pixel = {100, 2, 1};
+  for (const char* name : {"a.exr", "a.hdr", "a.pfm", "a.tif"})
+    EXPECT_EQ(load(save(map, name, {.limit = 4.0f})).pixels[0], 4.0f) << name;
+}
+
+TEST_F(MapFileTest, WithoutALimitEveryValueIsKept) {
+  hdri::EnvImage map(1, 1);
+  map.pixels[0] = {1e30f, -1e30f, 65505};
+  EXPECT_TRUE(sameBits(load(save(map, "a.exr")), map));
+}
+
 TEST_F(MapFileTest, JpegIsNearTheToneMappedPicture) {
   hdri::EnvImage map(32, 16);
   for (hdri::Rgb& pixel : map.pixels) pixel = {0.18f, 0.18f, 0.18f};
   const Picture picture = load(save(map, "a.jpg"));
-  for (const float value : picture.pixels) EXPECT_NEAR(value * 255.0f, 141.0f, 2.0f);
+  for (const float value : picture.pixels) EXPECT_NEAR(value * 255.0f, 117.6f, 2.0f);
 }
 
 TEST_F(MapFileTest, EqualMapsGiveEqualFiles) {

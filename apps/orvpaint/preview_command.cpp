@@ -1,0 +1,61 @@
+#include <filesystem>
+#include <memory>
+
+#include "ProgressBar.h"
+#include "ScenePainting.h"
+#include "commands.h"
+#include "console.h"
+#include "scene/HostPicture.h"
+#include "scene/OutputFile.h"
+#include "scene/ThreadLimit.h"
+#include "scene/map_file.h"
+#include "scene/preview_sheet.h"
+#include "scene/read_scene.h"
+#include "scene/reduce_map.h"
+#include "scene/tone_map.h"
+
+namespace orvpaint {
+namespace {
+
+namespace scene = orv::scene;
+
+void writeSheet(const orv::hdri::EnvImage& map, const PreviewArguments& arguments, scene::OutputFile& file) {
+  scene::SheetOptions options;
+  options.name = std::filesystem::path(arguments.scene).filename().string();
+  options.automatic = !arguments.exposureStops;
+  options.exposureStops = options.automatic ? scene::autoExposure(map) : *arguments.exposureStops;
+  options.cameraAzimuth = static_cast<double>(arguments.cameraAzimuth);
+  const orv::hdri::EnvImage sheet = scene::previewSheet(map, options);
+
+  scene::MapFileOptions fileOptions;
+  fileOptions.software = programVersion();
+  scene::writePreview(scene::encodePicture(sheet), sheet.width, sheet.height, file,
+                      *scene::mapFormatOf(file.path()), fileOptions);
+  file.commit();
+}
+
+}  // namespace
+
+ExitStatus preview(const PreviewArguments& arguments) {
+  const scene::ThreadLimit threads(arguments.threads > 0 ? arguments.threads : scene::availableProcessors());
+  if (!scene::looksLikeScene(arguments.scene)) {
+    if (arguments.size) {
+      printMessage("--size: " + arguments.scene + " is a map and has its size already; allowed: a scene");
+      return callIsWrong;
+    }
+    const orv::hdri::EnvImage map = scene::readMap(arguments.scene);
+    scene::OutputFile file(arguments.output);
+    writeSheet(map, arguments, file);
+    return done;
+  }
+  const ScenePainting painting(arguments);
+  scene::OutputFile file(arguments.output);
+  ProgressBar bar(!arguments.quiet);
+  const std::shared_ptr<orv::hdri::EnvImage> map = painting.paint(bar);
+  if (!map) return fellBack;
+  bar.show("Previewing", 0);
+  writeSheet(*map, arguments, file);
+  return done;
+}
+
+}  // namespace orvpaint
