@@ -146,8 +146,8 @@ TEST_F(PreviewTest, PaintTellsWhatHalvesLoseEvenWhenQuiet) {
 }
 
 TEST_F(PreviewTest, PaintTellsOfALimitForEveryFile) {
-  const Outcome run = orvpaint({"paint", brightScene(), "-o", folder_ / "a.hdr", "-o", folder_ / "a.png", "-o",
-                                folder_ / "a.exr", "--clamp", "0.5"});
+  const Outcome run = orvpaint({"paint", brightScene(), "-o", folder_ / "a.hdr", "-o", folder_ / "a.png",
+                                "-o", folder_ / "a.exr", "--clamp", "0.5"});
   EXPECT_EQ(run.status, 0);
   EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 3) << run.err;
   EXPECT_THAT(run.err, HasSubstr("a.png: 2048 pixels above 0.5 were clamped (largest 1e+05): 99.9 % of"));

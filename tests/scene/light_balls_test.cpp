@@ -115,7 +115,8 @@ TEST(BlurByCosine, TheGlossyLobeFallsToHalfAtItsAngle) {
   hdri::EnvImage map = filled(256, 128, {0, 0, 0});
   map.pixels[64 * 256 + 128] = {1, 1, 1};
   const hdri::EnvImage blurred = blurByCosine(map, 64);
-  // cos^64 at six columns, 360 * 6 / 256 degrees, on the latitude of the light: cos a = sin^2 + cos^2 cos turn.
+  // cos^64 at six columns, 360 * 6 / 256 degrees, on the latitude of the light: cos a = sin^2 + cos^2 cos
+  // turn.
   const double latitude = 0.5 * kPi / 128, turn = 2 * kPi * 6 / 256;
   const double angleCosine =
       std::pow(std::sin(latitude), 2) + std::pow(std::cos(latitude), 2) * std::cos(turn);

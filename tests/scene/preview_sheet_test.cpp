@@ -55,7 +55,7 @@ TEST(PreviewSheet, BallsInAnEvenLightAreEven) {
 TEST(PreviewSheet, TheMiddleOfTheMirrorBallShowsTheMiddleOfTheMap) {
   hdri::EnvImage map = filled({0.1f, 0.1f, 0.1f});
   // Four pixels about longitude 0, latitude 0; and about longitude 90, to the right on the map.
-  for (const std::size_t row : {15, 16}) {
+  for (const std::size_t row : {std::size_t{15}, std::size_t{16}}) {
     map.pixels[row * 64 + 31] = map.pixels[row * 64 + 32] = {0.7f, 0, 0};
     map.pixels[row * 64 + 47] = map.pixels[row * 64 + 48] = {0, 0.7f, 0};
   }

@@ -23,7 +23,6 @@ hdri::EnvImage filled(int width, int height, float value) {
 }
 
 TEST(ReduceMap, IsTheMeanBySolidAngle) {
-  // Rows of 60, 30, 30 and 60 degrees of latitude when three stand for one: here 4 rows to 2.
   hdri::EnvImage map = filled(2, 4, 0);
   map.pixels[0] = map.pixels[1] = {1, 2, 4};
   const hdri::EnvImage reduced = reduceMap(map, 1, 2);
