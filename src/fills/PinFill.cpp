@@ -49,6 +49,8 @@ void PinFill::release() {}
 std::uint32_t PinFill::requirements() const { return 0; }
 
 void PinFill::composite(const PixelBatch& batch, FillScratch& scratch) const {
+  // A plain color is no work to skip.
+  if (kind() == BrushKind::color) return compositeRun(batch, scratch);
   // Runs of blocks with and without weights: half circles and outlines are shaded where they show alone.
   for (std::size_t first = 0, end = 0; first < batch.blocks; first = end) {
     const bool painted = isPainted(batch, first);

@@ -45,9 +45,9 @@ class PinFill : public AlignedObject {
   /// Colors and weights of a batch, whose `weight` is the pin's coverage.
   virtual Shading shade(const PixelBatch& batch, FillScratch& scratch) const = 0;
 
-  /// Shades the blocks that have a weight and merges them into `batch.color` by the brush's blend mode;
-  /// results below 0 and those that are no numbers become 0, in blocks without a weight as well. An unknown
-  /// mode only does the latter.
+  /// Shades the blocks that have a weight (a plain color all) and merges them into `batch.color` by the
+  /// brush's blend mode; results below 0 and those that are no numbers become 0, in blocks without a weight
+  /// as well. An unknown mode only does the latter.
   void composite(const PixelBatch& batch, FillScratch& scratch) const;
 
   BrushKind kind() const { return static_cast<BrushKind>(kind_); }

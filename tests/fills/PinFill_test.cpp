@@ -7,9 +7,11 @@
 #include <limits>
 #include <vector>
 
+#include "fills/GradientFill.h"
 #include "fills/SolidColorFill.h"
 #include "fills/fill_context.h"
 #include "hdri/ColorBrush.h"
+#include "hdri/GradientBrush.h"
 #include "support/fake_host/FakeHost.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -186,11 +188,24 @@ std::vector<OneBlock> sparseBlocks() {
   return blocks;
 }
 
+/// A gradient of one color: shaded in runs, where a plain color is not.
+std::unique_ptr<GradientFill> evenGradient(const Rgb& color, BlendMode mode) {
+  GradientBrush brush;
+  GradientStop stop;
+  stop.r = color.r;
+  stop.g = color.g;
+  stop.b = color.b;
+  brush.setStops({stop});
+  brush.setMode(mode);
+  return makeFill<GradientFill>(brush, true);
+}
+
 TEST(Composite, OfSparseWeightsOverNegativeColorsIsThatOfEachPixel) {
   const Rgb color{0.5f, 2.0f, -1.0f};
   const std::vector<OneBlock> blocks = sparseBlocks();
   for (const BlendMode mode : {BlendMode::add, BlendMode::multiply, BlendMode::mix, BlendMode::screen}) {
-    const std::vector<Block> out = compositeTogether(*solid(color, mode), blocks);
+    const std::vector<Block> out = compositeTogether(*evenGradient(color, mode), blocks);
+    const std::vector<Block> plain = compositeTogether(*solid(color, mode), blocks);
     const auto expected = [mode](float d, float s, float w) {
       if (!(std::abs(w) > 0.0f)) return d > 0.0f ? d : 0.0f;
       float x = std::fma(w, s, d);
@@ -205,6 +220,7 @@ TEST(Composite, OfSparseWeightsOverNegativeColorsIsThatOfEachPixel) {
         EXPECT_EQ(out[b].r[i], expected(blocks[b].color[0][i], color.r, w)) << b << ' ' << i;
         EXPECT_EQ(out[b].g[i], expected(blocks[b].color[1][i], color.g, w)) << b << ' ' << i;
         EXPECT_EQ(out[b].b[i], expected(blocks[b].color[2][i], color.b, w)) << b << ' ' << i;
+        EXPECT_EQ(plain[b].b[i], out[b].b[i]) << b << ' ' << i;
       }
   }
 }
@@ -212,7 +228,7 @@ TEST(Composite, OfSparseWeightsOverNegativeColorsIsThatOfEachPixel) {
 /// Counts the blocks that it shades; their color is u, v and the direction's x.
 class CountingFill final : public PinFill {
  public:
-  CountingFill() : PinFill(ColorBrush(1, 1, 1)) {}
+  CountingFill() : PinFill(GradientBrush()) {}
   Shading shade(const PixelBatch& batch, FillScratch& scratch) const override {
     blocks += batch.blocks;
     for (std::size_t i = 0; i < 8 * batch.blocks; ++i) {
