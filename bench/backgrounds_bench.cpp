@@ -19,6 +19,7 @@
 #include "hdri/ColorBrush.h"
 #include "hdri/GradientBrush.h"
 #include "hdri/IPainter.h"
+#include "host/orvImage.h"
 #include "maps/BlockedMap.h"
 
 namespace {
@@ -130,6 +131,47 @@ void imageConverted(benchmark::State& state) {
   state.counters["Mpixel/s"] = static_cast<double>(bytesOf(width)) / 12 / state.counters["own_ms"] * 1e-3;
 }
 
+/// A picture in memory, with or without its array of pixels shown.
+class Picture final : public orvImage {
+ public:
+  Picture(std::int64_t width, bool showsPixels)
+      : width_(static_cast<std::uint32_t>(width)), rgb_(picture(width)), showsPixels_(showsPixels) {}
+
+  void get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const override {
+    const std::size_t i = static_cast<std::size_t>(y) * width_ + static_cast<std::size_t>(x);
+    std::copy_n(&rgb_[3 * i], 3, rgb);
+  }
+  void set_filter_mode(orvFilter_mode) override {}
+  std::uint32_t width() const override { return width_; }
+  std::uint32_t height() const override { return width_ / 2; }
+  bool has_alpha() const override { return false; }
+  const float* pixels() const override { return showsPixels_ ? rgb_.data() : nullptr; }
+  const char* path() const override { return ""; }
+  orvFilter_mode filter_mode() const override { return orvFilter_mode::bilinear; }
+  void lookup(orvImage_lookup&) const override {}
+  std::uint64_t memory() const override { return rgb_.size() * sizeof(float); }
+  orvTexture_profile profile() const override { return orvTexture_profile::environment; }
+  std::uint32_t mip_levels() const override { return 1; }
+  void lookup_filtered(orvImage_lookup&) const override {}
+
+ private:
+  std::uint32_t width_;
+  std::vector<float> rgb_;
+  bool showsPixels_;
+};
+
+/// An image of half the map's size, beside the same read pixel by pixel.
+void imageScaled(benchmark::State& state) {
+  const std::int64_t width = state.range(0);
+  const Picture array(width / 2, true), single(width / 2, false);
+  BlockedMap map(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(width / 2));
+  const ColorAdjustment neutral{Adjustments{}};
+  bench::compare(
+      state, "get_pixel", [&] { benchmark::DoNotOptimize(convertScaled(array, neutral, map)); },
+      [&] { benchmark::DoNotOptimize(convertScaled(single, neutral, map)); });
+  state.counters["Mpixel/s"] = static_cast<double>(bytesOf(width)) / 12 / state.counters["own_ms"] * 1e-3;
+}
+
 const Adjustments kAll{.brightness = 1.2f,
                        .gamma = 2.2f,
                        .hueShift = 0.1f,
@@ -194,6 +236,7 @@ BENCHMARK(colorAgain) MAP_SIZES;
 BENCHMARK(gradientFresh) MAP_SIZES;
 BENCHMARK(gradientAgain) MAP_SIZES;
 BENCHMARK(imageConverted) MAP_SIZES;
+BENCHMARK(imageScaled) MAP_SIZES;
 BENCHMARK(imageAdjusted) MAP_SIZES;
 
 }  // namespace

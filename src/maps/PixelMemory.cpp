@@ -20,7 +20,7 @@ PixelMemory& PixelMemory::instance() {
   // Never destroyed: a host may keep a map until its own statics go. Made without asking for memory.
   static constinit union Immortal {
     constexpr Immortal() : memory() {}
-    constexpr ~Immortal() {}
+    ~Immortal() {}
     PixelMemory memory;
   } immortal;
   return immortal.memory;

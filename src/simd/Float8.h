@@ -33,6 +33,8 @@ inline void storeUnaligned(float* p, Float8 a) { _mm256_storeu_ps(p, a.v); }
 /// over.
 inline void storeStreaming(float* aligned, Float8 a) { _mm256_stream_ps(aligned, a.v); }
 inline void finishStreaming() { _mm_sfence(); }
+/// Asks for the cache line of an address, any address, ahead of its loads.
+inline void prefetch(const float* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 /// 0, 1, 2 … 7.
 inline Float8 laneIndex() { return {_mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7)}; }
 

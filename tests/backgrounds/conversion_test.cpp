@@ -102,6 +102,22 @@ TEST(Conversion, OtherSizesTakeTheTruncatedPixel) {
     }
 }
 
+TEST(Conversion, ImagesWithAndWithoutTheirArrayGiveTheSameBytes) {
+  const std::pair<std::uint32_t, std::uint32_t> sizes[] = {{1, 1}, {7, 5}, {40, 3}, {300, 20}, {701, 64}};
+  for (const auto& [width, height] : sizes) {
+    const FakeImage open(width, height, counting(width, height));
+    FakeImage closed(width, height, counting(width, height));
+    closed.showsPixels = false;
+    for (const std::uint32_t columns : {3u, 16u, 299u, 513u}) {
+      const ColorAdjustment adjustment({.gamma = 1.4f});
+      BlockedMap fromArray(columns, 31), fromPixels(columns, 31);
+      EXPECT_EQ(convertScaled(open, adjustment, fromArray), convertScaled(closed, adjustment, fromPixels));
+      EXPECT_EQ(std::memcmp(fromArray.data(), fromPixels.data(), fromArray.bytes()), 0)
+          << width << " to " << columns;
+    }
+  }
+}
+
 TEST(Conversion, AllSettingsTogetherEqualAdjustingEachPixel) {
   const Adjustments settings{.brightness = 1.3f, .gamma = 2.2f, .hueShift = 0.2f, .saturation = 0.4f};
   const std::vector<float> rgb = counting(300, 2);

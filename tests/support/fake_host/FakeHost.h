@@ -24,7 +24,7 @@ class FakeImage final : public orvImage {
   std::uint32_t width() const override { return width_; }
   std::uint32_t height() const override { return height_; }
   bool has_alpha() const override { return false; }
-  const float* pixels() const override { return rgb.data(); }
+  const float* pixels() const override { return showsPixels ? rgb.data() : nullptr; }
   const char* path() const override { return ""; }
   orvFilter_mode filter_mode() const override { return mode_; }
   void lookup(orvImage_lookup& lookup) const override;
@@ -34,6 +34,7 @@ class FakeImage final : public orvImage {
   void lookup_filtered(orvImage_lookup& lookup) const override;
 
   std::vector<float> rgb;
+  bool showsPixels = true;  ///< whether `pixels` gives the array
   /// What look-ups answer: given the record, sets its `rgba`. Default: (u, v, 0, 1).
   std::function<void(orvImage_lookup&)> onLookup;
   /// The same for filtered look-ups. Default: (u, v, 1, 1).
