@@ -14,9 +14,12 @@
 #include <vector>
 
 #include "bench/interleaved.h"
+#include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
 #include "hdri/EnvImage.h"
 #include "hdri/GradientBrush.h"
+#include "hdri/SunSkyBrush.h"
+#include "orvrender/orvHost.h"
 #include "painter/BlockedPainter.h"
 #include "pins/PassPlan.h"
 #include "shapes/PinShape.h"
@@ -49,6 +52,12 @@ RectPinParams box(int i, int count, float size) {
   params.halfHeight = 0.6f * size;
   params.falloffKind = Falloff::rectBoxEdge;
   return params;
+}
+
+/// The reference host's scene, for its sky.
+orvScene* scene() {
+  static const std::unique_ptr<orvScene, void (*)(orvScene*)> scene(orv_scene_create({}), orv_scene_destroy);
+  return scene.get();
 }
 
 std::unique_ptr<BlockedPainter> makePainter() {
@@ -90,14 +99,16 @@ double processorNanoseconds(BlockedPainter& painter) {
 
 /// A paint with the pins beside one without; `cpu_ns_per_block` is the processor time that a pin's block
 /// costs.
-void withPins(benchmark::State& state, const std::unique_ptr<BlockedPainter>& painter) {
-  const auto plain = makePainter();
+void comparePaints(benchmark::State& state, BlockedPainter& painter, BlockedPainter& plain) {
   bench::compare(
-      state, "plain", [&] { painter->paint(); }, [&] { plain->paint(); });
-  const double blocks = countBlocks(*painter);
+      state, "plain", [&] { painter.paint(); }, [&] { plain.paint(); });
+  const double blocks = countBlocks(painter);
   state.counters["Mblocks"] = blocks * 1e-6;
-  state.counters["cpu_ns_per_block"] =
-      (processorNanoseconds(*painter) - processorNanoseconds(*plain)) / blocks;
+  state.counters["cpu_ns_per_block"] = (processorNanoseconds(painter) - processorNanoseconds(plain)) / blocks;
+}
+
+void withPins(benchmark::State& state, const std::unique_ptr<BlockedPainter>& painter) {
+  comparePaints(state, *painter, *makePainter());
 }
 
 void circles(benchmark::State& state, float radius) {
@@ -114,6 +125,37 @@ void gradientCircles(benchmark::State& state) {
   gradient.setStops({{}, {.position = 1, .r = 0.5f}});
   for (int i = 0; i < count; ++i) painter->addCirclePin(spot(i, count, 0.25f), gradient);
   withPins(state, painter);
+}
+
+/// Half circles and outlines, whose batches are mostly without weight.
+void sparseGradients(benchmark::State& state) {
+  const auto painter = makePainter();
+  const int count = static_cast<int>(state.range(0));
+  GradientBrush gradient;
+  gradient.setStops({{}, {.position = 0.4f, .g = 0.5f}, {.position = 1, .r = 0.5f}});
+  gradient.setCurve({{}, {.position = 1, .value = 0.5f}});
+  for (int i = 0; i < count; ++i) {
+    CirclePinParams params = spot(i, count, 0.5f);
+    params.half = i % 2 == 0;
+    if (!params.half) params.falloffKind = Falloff::outline;
+    painter->addCirclePin(params, gradient);
+  }
+  withPins(state, painter);
+}
+
+/// Circles that show the background turned by `turn` and tilted by `tilt` degrees; the plain paint has the
+/// same background without pins.
+void backgroundCircles(benchmark::State& state, float turn, float tilt) {
+  const auto sky = [&](BlockedPainter& painter) {
+    painter.setScene(scene());
+    painter.setBackground(SunSkyBrush());
+  };
+  const auto painter = makePainter(), plain = makePainter();
+  sky(*painter);
+  sky(*plain);
+  const int count = static_cast<int>(state.range(0));
+  for (int i = 0; i < count; ++i) painter->addCirclePin(spot(i, count, 0.5f), BackgroundBrush(turn, tilt));
+  comparePaints(state, *painter, *plain);
 }
 
 void boxes(benchmark::State& state) {
@@ -187,6 +229,10 @@ void registerAll() {
   add("paint/circles", {1, 16, 64, 256}, [](benchmark::State& s) { circles(s, 0.25f); });
   add("paint/circles_over_all", {1, 16}, [](benchmark::State& s) { circles(s, 3.1415927f); });
   add("paint/gradient_circles", {16, 64}, gradientCircles);
+  add("paint/small_circles", {100, 10000}, [](benchmark::State& s) { circles(s, 0.01f); });
+  add("paint/sparse_gradients", {64}, sparseGradients);
+  add("paint/turned_background", {16}, [](benchmark::State& s) { backgroundCircles(s, 40.0f, 0.0f); });
+  add("paint/tilted_background", {16}, [](benchmark::State& s) { backgroundCircles(s, 40.0f, 20.0f); });
   add("paint/boxes", {1, 16, 64, 256}, boxes);
   add("paint/circles_beside_scalar", {16, 64}, circlesBesideScalar);
 }

@@ -58,6 +58,7 @@ PassPlan::PassPlan(std::int32_t width, std::int32_t height, const PinList& pins,
   if (pins_.empty() || blocks_ == 0) return;
   fillColumns();
   planTables();
+  buckets_ = RowBuckets(pins_, height);
 }
 
 /// longitude = ((x + 1/2) / width - 1/2) 2 pi

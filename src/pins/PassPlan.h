@@ -5,6 +5,7 @@
 
 #include "maps/AlignedArray.h"
 #include "pins/Pin.h"
+#include "pins/RowBuckets.h"
 #include "shapes/AzimuthSpans.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -52,6 +53,19 @@ class PassPlan {
   std::uint32_t blocks() const { return blocks_; }
   const std::vector<PlannedPin>& pins() const { return pins_; }
 
+  /// Calls `visit(pin)` for each pin whose rows hold row y, in list order.
+  template <typename Visit>
+  void forEachPinOfRow(std::int32_t y, const Visit& visit) const {
+    const auto visitIfInRow = [&](const PlannedPin& pin) {
+      if (pin.rows.first <= y && y <= pin.rows.last) visit(pin);
+    };
+    if (buckets_.empty()) {
+      for (const PlannedPin& pin : pins_) visitIfInRow(pin);
+    } else {
+      for (const std::uint32_t i : buckets_.pinsNear(y)) visitIfInRow(pins_[i]);
+    }
+  }
+
   // Of the row's padded columns, 32-byte aligned.
   const float* azimuth() const { return columns_.data(); }
   const float* sinAzimuth() const { return columns_.data() + 8 * std::size_t{blocks_}; }
@@ -73,6 +87,7 @@ class PassPlan {
   std::vector<PlannedPin> pins_;
   AlignedFloats columns_;
   AlignedFloats tables_;
+  RowBuckets buckets_;
 };
 
 }  // namespace orv::hdri::blockedAVX2

@@ -30,9 +30,7 @@ void PinRowPainter::paintRow(std::uint32_t y) {
       (0.5f - (static_cast<float>(row) + 0.5f) / static_cast<float>(context_->height)) * kPi;
   background_->fillRow(y, latitude, row_.all());
   setLatitude(latitude);
-  for (const PlannedPin& pin : plan_->pins()) {
-    if (pin.rows.first <= row && row <= pin.rows.last) layPin(pin, latitude);
-  }
+  plan_->forEachPinOfRow(row, [&](const PlannedPin& pin) { layPin(pin, latitude); });
   if (result_) storeRow(y);
   context_->progressFraction(1.0f, result_ ? static_cast<float>(result_->height) : 0.0f);
 }

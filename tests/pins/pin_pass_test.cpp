@@ -152,6 +152,25 @@ TEST_F(PinPass, PinsBeyondTheTablesBudgetChangeNoBit) {
   EXPECT_TRUE(sameBytes(*with, *painter->paint()));
 }
 
+TEST_F(PinPass, ThousandsOfPinsAreLaidInListOrder) {
+  // Mixed over each other, so that the order shows; some over the poles, some without any row.
+  newPainter(64, 200, true);
+  for (int i = 0; i < 3000; ++i) {
+    const float x = static_cast<float>(i);
+    ColorBrush brush(std::fmod(0.37f * x, 1.0f), std::fmod(0.73f * x, 1.0f), 0.5f);
+    brush.setMode(BlendMode::mix);
+    const float elevation =
+        i % 50 == 0 ? std::nanf("") : static_cast<float>(std::remainder(0.113 * i, 3.1415927));
+    painter->addCirclePin(circle(0.01f * x - 3.0f, elevation, 0.02f + 0.3f * std::fmod(0.11f * x, 1.0f)),
+                          brush);
+  }
+  const auto withBuckets = painter->paint();
+  // The columns, the tables, then the buckets.
+  FakeHost::instance().failAllocation(3);
+  const auto withRangeChecks = painter->paint();
+  EXPECT_TRUE(sameBytes(*withBuckets, *withRangeChecks));
+}
+
 TEST_F(PinPass, BytesAreEqualWithOneAndSevenThreads) {
   newPainter(333, 100, true);
   painter->addCirclePin(circle(3.0f, 0.4f, 0.7f), ColorBrush(2, 3, 4));
