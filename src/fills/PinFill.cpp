@@ -25,6 +25,18 @@ void merge(const Shading& shading, const PixelBatch& batch, const Blend& blend) 
   }
 }
 
+/// Whether any pixel of block i has a weight.
+bool isPainted(const PixelBatch& batch, std::size_t i) {
+  return any(abs(load(batch.weight + 8 * i)) > zero8());
+}
+
+/// What `merge` does to blocks without any weight.
+void raiseToZero(Block* blocks, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i)
+    for (float* const channel : {blocks[i].r, blocks[i].g, blocks[i].b})
+      store(channel, max(load(channel), zero8()));
+}
+
 }  // namespace
 
 PinFill::PinFill(const Brush& brush)
@@ -37,6 +49,21 @@ void PinFill::release() {}
 std::uint32_t PinFill::requirements() const { return 0; }
 
 void PinFill::composite(const PixelBatch& batch, FillScratch& scratch) const {
+  // A plain color is no work to skip.
+  if (kind() == BrushKind::color) return compositeRun(batch, scratch);
+  // Runs of blocks with and without weights: half circles and outlines are shaded where they show alone.
+  for (std::size_t first = 0, end = 0; first < batch.blocks; first = end) {
+    const bool painted = isPainted(batch, first);
+    end = first + 1;
+    while (end < batch.blocks && isPainted(batch, end) == painted) ++end;
+    if (painted)
+      compositeRun(batch.part(first, end - first), scratch);
+    else
+      raiseToZero(batch.color + first, end - first);
+  }
+}
+
+void PinFill::compositeRun(const PixelBatch& batch, FillScratch& scratch) const {
   const Shading shading = shade(batch, scratch);
   const Float8 one = splat(1.0f);
   switch (static_cast<BlendMode>(mode_)) {

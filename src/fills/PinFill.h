@@ -11,10 +11,13 @@ namespace orv::hdri::blockedAVX2 {
 class BackgroundSource;
 struct PaintContext;
 
-/// Where a fill puts the colors and weights that it works out; one per thread.
+/// Where a fill puts the colors and weights that it works out, and the positions that it looks up; one per
+/// thread.
 struct alignas(32) FillScratch {
   Block color[kBatchBlocks];
   alignas(32) float weight[8 * kBatchBlocks];
+  alignas(32) float u[8 * kBatchBlocks];
+  alignas(32) float v[8 * kBatchBlocks];
 };
 
 /// Colors and weights of a batch: block i has the colors `color[i * step]` and the weights `weight + 8 i`.
@@ -42,8 +45,9 @@ class PinFill : public AlignedObject {
   /// Colors and weights of a batch, whose `weight` is the pin's coverage.
   virtual Shading shade(const PixelBatch& batch, FillScratch& scratch) const = 0;
 
-  /// Shades a batch and merges it into `batch.color` by the brush's blend mode; results below 0 and those
-  /// that are no numbers become 0. An unknown mode only does the latter.
+  /// Shades the blocks that have a weight (a plain color all) and merges them into `batch.color` by the
+  /// brush's blend mode; results below 0 and those that are no numbers become 0, in blocks without a weight
+  /// as well. An unknown mode only does the latter.
   void composite(const PixelBatch& batch, FillScratch& scratch) const;
 
   BrushKind kind() const { return static_cast<BrushKind>(kind_); }
@@ -55,6 +59,8 @@ class PinFill : public AlignedObject {
   PinFill& operator=(const PinFill&) = delete;
 
  private:
+  void compositeRun(const PixelBatch& batch, FillScratch& scratch) const;
+
   std::uint32_t mode_;
   std::uint32_t kind_;
 };

@@ -41,6 +41,9 @@ struct PixelBatch {
   const float* sinAzimuth;     ///< sin(azimuth)
   const float* cosAzimuth;     ///< cos(azimuth)
   const float* cosFromCentre;  ///< cos(azimuth - the circle's centre azimuth), or null: to be computed
+
+  /// The `count` blocks from block `first` on.
+  PixelBatch part(std::size_t first, std::size_t count) const;
 };
 
 /// Storage of what shapes and falloffs write; one per thread.

@@ -2,11 +2,16 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
+#include <vector>
 
+#include "fills/GradientFill.h"
 #include "fills/SolidColorFill.h"
 #include "fills/fill_context.h"
 #include "hdri/ColorBrush.h"
+#include "hdri/GradientBrush.h"
 #include "support/fake_host/FakeHost.h"
 
 namespace orv::hdri::blockedAVX2 {
@@ -165,6 +170,88 @@ TEST(SolidColorFill, HandsTheCoverageOnAsWeight) {
 
 TEST(SolidColorFill, AsksForNothing) {
   EXPECT_EQ(solid({1.0f, 1.0f, 1.0f}, BlendMode::add)->requirements(), 0u);
+}
+
+/// Weights of a batch with gaps: nothing, one pixel, a NaN, a negative one, and whole runs.
+std::vector<OneBlock> sparseBlocks() {
+  std::vector<OneBlock> blocks = randomBatches(kBatchBlocks);
+  for (std::size_t b = 0; b < blocks.size(); ++b) {
+    for (std::size_t i = 0; i < 8; ++i) {
+      for (auto& channel : blocks[b].color) channel[i] -= 1.5f;
+      if (b % 7 < 3 || (b > 20 && b < 40)) blocks[b].weight[i] = i % 2 == 0 ? 0.0f : -0.0f;
+    }
+    if (b % 14 == 1) blocks[b].weight[b % 8] = 0.5f;
+    if (b % 14 == 8) blocks[b].weight[b % 8] = kNan;
+    if (b % 14 == 9) blocks[b].weight[b % 8] = -0.25f;
+  }
+  blocks[30].color[1][4] = kNan;
+  return blocks;
+}
+
+/// A gradient of one color: shaded in runs, where a plain color is not.
+std::unique_ptr<GradientFill> evenGradient(const Rgb& color, BlendMode mode) {
+  GradientBrush brush;
+  GradientStop stop;
+  stop.r = color.r;
+  stop.g = color.g;
+  stop.b = color.b;
+  brush.setStops({stop});
+  brush.setMode(mode);
+  return makeFill<GradientFill>(brush, true);
+}
+
+TEST(Composite, OfSparseWeightsOverNegativeColorsIsThatOfEachPixel) {
+  const Rgb color{0.5f, 2.0f, -1.0f};
+  const std::vector<OneBlock> blocks = sparseBlocks();
+  for (const BlendMode mode : {BlendMode::add, BlendMode::multiply, BlendMode::mix, BlendMode::screen}) {
+    const std::vector<Block> out = compositeTogether(*evenGradient(color, mode), blocks);
+    const std::vector<Block> plain = compositeTogether(*solid(color, mode), blocks);
+    const auto expected = [mode](float d, float s, float w) {
+      if (!(std::abs(w) > 0.0f)) return d > 0.0f ? d : 0.0f;
+      float x = std::fma(w, s, d);
+      if (mode == BlendMode::multiply) x = d * std::fma(w, s, 1.0f);
+      if (mode == BlendMode::mix) x = std::fma(s - d, w, d);
+      if (mode == BlendMode::screen) x = 1.0f - std::fma(-w, s, 1.0f) * (1.0f - d);
+      return x > 0.0f ? x : 0.0f;
+    };
+    for (std::size_t b = 0; b < blocks.size(); ++b)
+      for (std::size_t i = 0; i < 8; ++i) {
+        const float w = blocks[b].weight[i];
+        EXPECT_EQ(out[b].r[i], expected(blocks[b].color[0][i], color.r, w)) << b << ' ' << i;
+        EXPECT_EQ(out[b].g[i], expected(blocks[b].color[1][i], color.g, w)) << b << ' ' << i;
+        EXPECT_EQ(out[b].b[i], expected(blocks[b].color[2][i], color.b, w)) << b << ' ' << i;
+        EXPECT_EQ(plain[b].b[i], out[b].b[i]) << b << ' ' << i;
+      }
+  }
+}
+
+/// Counts the blocks that it shades; their color is u, v and the direction's x.
+class CountingFill final : public PinFill {
+ public:
+  CountingFill() : PinFill(GradientBrush()) {}
+  Shading shade(const PixelBatch& batch, FillScratch& scratch) const override {
+    blocks += batch.blocks;
+    for (std::size_t i = 0; i < 8 * batch.blocks; ++i) {
+      scratch.color[i / 8].r[i % 8] = batch.u[i];
+      scratch.color[i / 8].g[i % 8] = batch.v[i];
+      scratch.color[i / 8].b[i % 8] = batch.directionWorld[0][i];
+    }
+    return {scratch.color, 1, batch.weight};
+  }
+
+  mutable std::size_t blocks = 0;
+};
+
+TEST(Composite, ShadesTheBlocksThatHaveAWeightAlone) {
+  const std::vector<OneBlock> blocks = sparseBlocks();
+  std::size_t painted = 0;
+  for (const OneBlock& block : blocks)
+    painted += std::any_of(block.weight, block.weight + 8, [](float w) { return std::abs(w) > 0.0f; });
+  const auto fill = makeFill<CountingFill>();
+  compositeTogether(*fill, blocks);
+  EXPECT_EQ(fill->blocks, painted);
+  EXPECT_LT(painted, blocks.size());
+  EXPECT_EQ(differencesOfBatch(*fill, randomBatches(kBatchBlocks)), 0);
 }
 
 }  // namespace
