@@ -18,33 +18,35 @@ GradientFill::GradientFill(const GradientBrush& brush, bool rectangular)
 }
 
 Shading GradientFill::shade(const PixelBatch& batch, FillScratch& scratch) const {
-  for (std::size_t i = 0; i < batch.blocks; ++i) {
-    // t = x cos(angle) + y sin(angle), from [-1, 1] to [0, 1] in a rectangle.
-    Float8 t = fma(load(batch.u + 8 * i), cosAngle_, load(batch.v + 8 * i) * sinAngle_);
-    if (rectangular_) t = (t + splat(1.0f)) * splat(0.5f);
-    Float8 opacity;
-    if (table_.usable())
-      opacity = table_.evaluate(t, scratch.color[i]);
+  // t = x cos(angle) + y sin(angle), from [-1, 1] to [0, 1] in a rectangle.
+  const Float8 cosAngle = cosAngle_, sinAngle = sinAngle_;
+  float* const t = scratch.u;
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
+    const Float8 along = fma(load(batch.u + i), cosAngle, load(batch.v + i) * sinAngle);
+    store(t + i, rectangular_ ? (along + splat(1.0f)) * splat(0.5f) : along);
+  }
+  const float* weight = scratch.weight;
+  if (!table_.usable()) {
+    shadeLanes(batch, t, scratch.color, scratch.weight);
+  } else {
+    table_.colors(t, {scratch.color, batch.blocks});
+    if (table_.opaque())
+      weight = batch.weight;
     else
-      shadeLanes(t, scratch.color[i], opacity);
-    store(scratch.weight + 8 * i, load(batch.weight + 8 * i) * opacity);
+      table_.weights(t, batch.weight, batch.blocks, scratch.weight);
   }
   adjustment_.apply(scratch.color, batch.blocks);
-  return {scratch.color, 1, scratch.weight};
+  return {scratch.color, 1, weight};
 }
 
-void GradientFill::shadeLanes(Float8 t, Block& color, Float8& opacity) const {
-  alignas(32) float position[kLanes];
-  alignas(32) float alpha[kLanes];
-  store(position, t);
-  for (int lane = 0; lane < kLanes; ++lane) {
-    const Rgb rgb = brush_->evalColor(position[lane]);
-    color.r[lane] = rgb.r;
-    color.g[lane] = rgb.g;
-    color.b[lane] = rgb.b;
-    alpha[lane] = brush_->evalCurve(position[lane]);
+void GradientFill::shadeLanes(const PixelBatch& batch, const float* t, Block* color, float* weight) const {
+  for (std::size_t i = 0; i < 8 * batch.blocks; ++i) {
+    const Rgb rgb = brush_->evalColor(t[i]);
+    color[i / 8].r[i % 8] = rgb.r;
+    color[i / 8].g[i % 8] = rgb.g;
+    color[i / 8].b[i % 8] = rgb.b;
+    weight[i] = batch.weight[i] * brush_->evalCurve(t[i]);
   }
-  opacity = load(alpha);
 }
 
 }  // namespace orv::hdri::blockedAVX2

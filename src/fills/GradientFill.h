@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "backgrounds/ColorAdjustment.h"
-#include "fills/GradientTable.h"
+#include "backgrounds/GradientTable.h"
 #include "fills/PinFill.h"
 
 namespace orv::hdri {
@@ -24,7 +24,8 @@ class GradientFill final : public PinFill {
   Shading shade(const PixelBatch& batch, FillScratch& scratch) const override;
 
  private:
-  void shadeLanes(Float8 t, Block& color, Float8& opacity) const;
+  /// The brush itself, pixel by pixel.
+  void shadeLanes(const PixelBatch& batch, const float* t, Block* color, float* weight) const;
 
   bool rectangular_;
   Float8 cosAngle_;

@@ -33,6 +33,8 @@ inline void storeUnaligned(float* p, Float8 a) { _mm256_storeu_ps(p, a.v); }
 /// over.
 inline void storeStreaming(float* aligned, Float8 a) { _mm256_stream_ps(aligned, a.v); }
 inline void finishStreaming() { _mm_sfence(); }
+/// Asks for the cache line of an address, any address, ahead of its loads.
+inline void prefetch(const float* p) { _mm_prefetch(reinterpret_cast<const char*>(p), _MM_HINT_T0); }
 /// 0, 1, 2 … 7.
 inline Float8 laneIndex() { return {_mm256_setr_ps(0, 1, 2, 3, 4, 5, 6, 7)}; }
 
@@ -136,6 +138,10 @@ inline Int8 toInt(Mask8 mask) { return {_mm256_castps_si256(mask.v)}; }
 
 /// Lane i is `table`'s lane index[i] mod 8.
 inline Float8 lookUp(Float8 table, Int8 index) { return {_mm256_permutevar8x32_ps(table.v, index.v)}; }
+/// Lane i is lane index[i] mod 4 of the half of `table` that lane i is in; faster than all eight.
+inline Float8 lookUpInHalves(Float8 table, Int8 index) { return {_mm256_permutevar_ps(table.v, index.v)}; }
+/// Four floats from any address, in both halves.
+inline Float8 loadHalves(const float* p) { return {_mm256_broadcast_ps(reinterpret_cast<const __m128*>(p))}; }
 
 /// The largest of the eight lanes, which must be numbers.
 inline float horizontalMax(Float8 a) {

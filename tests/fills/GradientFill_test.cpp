@@ -4,9 +4,7 @@
 
 #include <cmath>
 #include <limits>
-#include <random>
 
-#include "fills/GradientTable.h"
 #include "fills/fill_context.h"
 #include "hdri/GradientBrush.h"
 
@@ -134,73 +132,10 @@ TEST(GradientFill, CompositesABatchWithTheBitsOfItsBlocks) {
   EXPECT_EQ(differencesOfBatch(*makeFill<GradientFill>(brush, true), randomBatches(kBatchBlocks)), 0);
 }
 
-/// The table's values and the brush's at many positions, the stops' own among them.
-void expectTableAgrees(const GradientBrush& brush) {
-  const GradientTable table(brush);
-  ASSERT_TRUE(table.usable());
-  std::vector<float> positions{-kInfinity, -3.0f, 0.0f, 1.0f, 5.0f, kInfinity, kNan, 1e-30f};
-  const auto addAround = [&](float position) {
-    positions.insert(positions.end(),
-                     {position, std::nextafter(position, -9.0f), std::nextafter(position, 9.0f)});
-  };
-  for (const GradientStop& stop : brush.stops()) addAround(stop.position);
-  for (const CurveStop& stop : brush.curve()) addAround(stop.position);
-  for (int i = -20; i < 220; ++i) positions.push_back(static_cast<float>(i) * 0.00517f);
-
-  for (const float t : positions) {
-    Block color;
-    alignas(32) float opacity[8];
-    store(opacity, table.evaluate(splat(t), color));
-    EXPECT_EQ((Rgb{color.r[5], color.g[5], color.b[5]}), brush.evalColor(t)) << t;
-    EXPECT_EQ(opacity[5], brush.evalCurve(t)) << t;
-  }
-}
-
-/// n stops and n opacities at random ascending positions, some of them twice.
-void makeRandom(GradientBrush& brush, int n) {
-  std::mt19937 random(static_cast<unsigned>(n));
-  std::uniform_real_distribution<float> number(0.0f, 1.0f);
-  std::vector<GradientStop> stops;
-  std::vector<CurveStop> curve;
-  float position = -0.1f;
-  for (int i = 0; i < n; ++i) {
-    if (number(random) > 0.2f) position += number(random) * 2.0f / static_cast<float>(n);
-    stops.push_back({position, 3.0f * number(random), 3.0f * number(random) - 1.0f, number(random),
-                     number(random), number(random), 2.0f * number(random)});
-    curve.push_back({position, number(random), 3.0f * number(random), number(random)});
-  }
-  brush.setStops(stops);
-  brush.setCurve(curve);
-}
-
-TEST(GradientTable, HasTheValuesOfTheBrushForAnyNumberOfStops) {
-  for (const int n : {0, 1, 2, 3, 6, 7, 8, 9, 40}) {
-    SCOPED_TRACE(n);
-    GradientBrush brush;
-    makeRandom(brush, n);
-    expectTableAgrees(brush);
-  }
-}
-
-TEST(GradientTable, HasTheValuesOfTheBrushForStopsAtOnePosition) {
-  GradientBrush brush;
-  brush.setStops({{0.5f, 1, 1, 1, 0, 0, 1}, {0.5f, 1, 1, 0, 1, 0, 1}, {0.5f, 1, 1, 0, 0, 1, 1}});
-  brush.setCurve({{0.5f, 1, 1, 0.25f}, {0.5f, 1, 1, 0.75f}});
-  expectTableAgrees(brush);
-}
-
-TEST(GradientTable, HasTheValuesOfTheBrushForSlopesThatAreNotFinite) {
-  GradientBrush brush;
-  brush.setStops(
-      {{0.0f, 1, kInfinity, 1, 0, 0, 1}, {0.5f, kNan, kNan, 0, 1, 0, 1}, {1.0f, -kInfinity, 1, 0, 0, 1, 1}});
-  expectTableAgrees(brush);
-}
-
-TEST(GradientTable, LeavesBrokenPositionsToTheBrush) {
+TEST(GradientFill, LeavesBrokenPositionsToTheBrush) {
   for (const float position : {-1.0f, kNan}) {
     GradientBrush brush;
     brush.setStops({{0.0f, 1, 1, 1, 0, 0, 1}, {position, 1, 1, 0, 1, 0, 1}, {1.0f, 1, 1, 0, 0, 1, 1}});
-    EXPECT_FALSE(GradientTable(brush).usable());
     const Shaded out = shade(*makeFill<GradientFill>(brush, false), kAcross, all(0.0f));
     for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(out.color.b[i], brush.evalColor(kAcross[i]).b) << i;
   }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "maps/BlockedMap.h"
@@ -13,8 +14,8 @@ class GradientBrush;
 
 namespace orv::hdri::blockedAVX2 {
 
-/// Evaluates a gradient's colors and opacities eight positions at a time, with the same values as
-/// `evalColor` and `evalCurve` of the brush. Immutable, any number of threads.
+/// Evaluates a gradient's colors and opacities at the positions of whole batches, with the same values as
+/// `evalColor` and `evalCurve` of the brush. Planes are 32-byte aligned. Immutable, any number of threads.
 class GradientTable {
  public:
   /// @throws std::bad_alloc.
@@ -22,9 +23,13 @@ class GradientTable {
 
   /// Whether the brush's positions ascend; otherwise only the brush itself can say what lies where.
   bool usable() const { return color_.ascending && opacity_.ascending; }
+  /// Whether the opacity is 1 everywhere, for want of a curve.
+  bool opaque() const { return opaque_; }
 
-  /// Stores the colors at `t` and gives the opacities. Only when `usable`.
-  Float8 evaluate(Float8 t, Block& color) const;
+  /// The colors of `out.size()` blocks at the positions `t`, eight a block. Only when `usable`.
+  void colors(const float* t, std::span<Block> out) const;
+  /// weight = coverage x opacity at t, for `blocks` blocks; planes may be the same. Only when `usable`.
+  void weights(const float* t, const float* coverage, std::size_t blocks, float* weight) const;
 
  private:
   /// The segments of one list of stops, as arrays of whole vectors that lanes look up in. Segment 0 lies
@@ -32,7 +37,7 @@ class GradientTable {
   template <std::size_t channels>
   struct Segments {
     bool ascending = true;
-    std::vector<float> positions;  ///< of the stops
+    std::vector<float> positions;  ///< of the stops, padded by NaN, which no position lies behind
     std::vector<float> start;      ///< position of the segment's first stop
     std::vector<float> invLength;  ///< 1 / its length
     std::vector<float> cubic;      ///< coefficients of the blend s in u
@@ -43,12 +48,19 @@ class GradientTable {
 
     template <typename Stop, typename Value>
     void build(const std::vector<Stop>& stops, const Value& valueOf);
-    Float8 at(const std::vector<float>& table, Int8 index) const;
-    void evaluate(Float8 t, Float8 (&values)[channels]) const;
+    template <typename Store>
+    void evaluate(const float* t, std::size_t blocks, const Store& storeValues) const;
+    template <typename Store>
+    void evaluateFour(const float* t, std::size_t blocks, const Store& storeValues) const;
+    template <typename Store>
+    void evaluateSeven(const float* t, std::size_t blocks, const Store& storeValues) const;
+    template <typename Store>
+    void evaluateMany(const float* t, std::size_t blocks, const Store& storeValues) const;
   };
 
   Segments<3> color_;
   Segments<1> opacity_;
+  bool opaque_;
 };
 
 }  // namespace orv::hdri::blockedAVX2
