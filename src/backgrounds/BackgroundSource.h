@@ -5,7 +5,6 @@
 
 #include "maps/AlignedObject.h"
 #include "maps/BlockedMap.h"
-#include "simd/Float8.h"
 
 namespace orv::hdri::blockedAVX2 {
 
@@ -22,9 +21,9 @@ class BackgroundSource : public AlignedObject {
   /// @return false when the source can not be made. @throws std::length_error, std::bad_alloc.
   virtual bool prepare(const PaintContext& context) = 0;
 
-  /// Colours at eight map positions: u in [0, 1] from the left edge to the right, v in [0, 1] from the top
-  /// down. Only when `canSample`. @return `out`.
-  virtual Block& sampleBlock(Block& out, Float8 u, Float8 v) const = 0;
+  /// Colours at the map positions of `out.size()` blocks: u in [0, 1] from the left edge to the right, v in
+  /// [0, 1] from the top down, eight a block, 32-byte aligned. Only when `canSample`.
+  virtual void sampleBlock(std::span<Block> out, const float* u, const float* v) const = 0;
 
   virtual bool canSample() const = 0;
 

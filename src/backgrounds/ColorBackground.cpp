@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hdri/ColorBrush.h"
+#include "simd/Float8.h"
 
 namespace orv::hdri::blockedAVX2 {
 
@@ -12,15 +13,17 @@ ColorBackground::ColorBackground(const ColorBrush& brush)
 
 bool ColorBackground::prepare(const PaintContext&) { return true; }
 
-Block& ColorBackground::sampleBlock(Block& out, Float8, Float8) const {
-  store(out.r, splat(color_[0]));
-  store(out.g, splat(color_[1]));
-  store(out.b, splat(color_[2]));
-  return out;
+void ColorBackground::sampleBlock(std::span<Block> out, const float*, const float*) const {
+  fillRow(0, 0.0f, out);
 }
 
 void ColorBackground::fillRow(std::uint32_t, float, std::span<Block> out) const {
-  for (Block& block : out) sampleBlock(block, zero8(), zero8());
+  const Float8 r = splat(color_[0]), g = splat(color_[1]), b = splat(color_[2]);
+  for (Block& block : out) {
+    store(block.r, r);
+    store(block.g, g);
+    store(block.b, b);
+  }
 }
 
 }  // namespace orv::hdri::blockedAVX2

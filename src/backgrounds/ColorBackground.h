@@ -14,7 +14,7 @@ class ColorBackground final : public BackgroundSource {
   explicit ColorBackground(const ColorBrush& brush);
 
   bool prepare(const PaintContext& context) override;
-  Block& sampleBlock(Block& out, Float8 u, Float8 v) const override;
+  void sampleBlock(std::span<Block> out, const float* u, const float* v) const override;
   bool canSample() const override { return true; }
   void fillRow(std::uint32_t row, float latitude, std::span<Block> out) const override;
 

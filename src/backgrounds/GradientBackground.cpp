@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "hdri/GradientBrush.h"
+#include "simd/Float8.h"
 
 namespace orv::hdri::blockedAVX2 {
 namespace {
@@ -16,21 +17,25 @@ std::shared_ptr<const GradientBrush> shareOrClone(const GradientBrush& brush) {
 }  // namespace
 
 GradientBackground::GradientBackground(const GradientBrush& brush)
-    : brush_(shareOrClone(brush)), adjustment_(brush.adjustments()) {}
+    : brush_(shareOrClone(brush)), table_(*brush_), adjustment_(brush.adjustments()) {}
 
-bool GradientBackground::prepare(const PaintContext&) { return true; }
+bool GradientBackground::prepare(const PaintContext&) {
+  table_ = GradientTable(*brush_);
+  return true;
+}
 
-Block& GradientBackground::sampleBlock(Block& out, Float8, Float8 v) const {
-  alignas(32) float t[kLanes];
-  store(t, v);
-  for (int lane = 0; lane < kLanes; ++lane) {
-    const Rgb color = brush_->evalColor(t[lane]);
-    out.r[lane] = color.r;
-    out.g[lane] = color.g;
-    out.b[lane] = color.b;
+void GradientBackground::sampleBlock(std::span<Block> out, const float*, const float* v) const {
+  if (table_.usable()) {
+    table_.colors(v, out);
+  } else {
+    for (std::size_t i = 0; i < 8 * out.size(); ++i) {
+      const Rgb color = brush_->evalColor(v[i]);
+      out[i / 8].r[i % 8] = color.r;
+      out[i / 8].g[i % 8] = color.g;
+      out[i / 8].b[i % 8] = color.b;
+    }
   }
-  adjustment_.apply(&out, 1);
-  return out;
+  adjustment_.apply(out.data(), out.size());
 }
 
 void GradientBackground::fillRow(std::uint32_t, float latitude, std::span<Block> out) const {

@@ -2,13 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
-#include <span>
 
 #include "maps/row_loop.h"
 #include "simd/transpose.h"
 
 namespace orv::hdri::blockedAVX2 {
 namespace {
+
+/// Blocks whose pixels are on their way from memory while one is blended.
+constexpr std::size_t kAhead = 4;
 
 /// An odd number of cache lines, so that rows of powers of two do not fall on the same cache sets.
 std::size_t strideOf(const BlockedMap& map) {
@@ -70,15 +72,31 @@ void InterleavedMap::positions(Float8 u, Float8 v, SamplePositions& out) const {
 
 void InterleavedMap::sample(const SamplePositions& at, Block& out) const {
   const float* from[8];
-  for (int lane = 0; lane < 8; ++lane)
-    from[lane] = pixels_.data() + static_cast<std::size_t>(at.y[lane]) * stride_ +
-                 3 * static_cast<std::size_t>(at.x[lane]);
+  for (int lane = 0; lane < 8; ++lane) from[lane] = pixelAt(at, lane);
   Float8 top[3], bottom[3];
   blendRow(from, 0, at.fx, top);
   blendRow(from, static_cast<std::ptrdiff_t>(stride_), at.fx, bottom);
   store(out.r, lerp(top[0], bottom[0], at.fy));
   store(out.g, lerp(top[1], bottom[1], at.fy));
   store(out.b, lerp(top[2], bottom[2], at.fy));
+}
+
+void InterleavedMap::sample(const float* u, const float* v, std::span<Block> out) const {
+  SamplePositions ring[kAhead];
+  const auto place = [&](std::size_t block) {
+    SamplePositions& at = ring[block % kAhead];
+    positions(load(u + 8 * block), load(v + 8 * block), at);
+    for (int lane = 0; lane < 8; ++lane) {
+      const float* const pixel = pixelAt(at, lane);
+      prefetch(pixel);
+      prefetch(pixel + stride_);
+    }
+  };
+  for (std::size_t block = 0; block < std::min(kAhead, out.size()); ++block) place(block);
+  for (std::size_t block = 0; block < out.size(); ++block) {
+    sample(ring[block % kAhead], out[block]);
+    if (block + kAhead < out.size()) place(block + kAhead);
+  }
 }
 
 }  // namespace orv::hdri::blockedAVX2

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "maps/AlignedArray.h"
 #include "maps/BlockedMap.h"
@@ -34,8 +35,16 @@ class InterleavedMap {
   void positions(Float8 u, Float8 v, SamplePositions& out) const;
   /// The bilinear blend of the four neighbours of each position.
   void sample(const SamplePositions& at, Block& out) const;
+  /// Both for `out.size()` blocks at the positions u and v, eight a block, 32-byte aligned: the same bits,
+  /// and the pixels of blocks to come are fetched meanwhile.
+  void sample(const float* u, const float* v, std::span<Block> out) const;
 
  private:
+  const float* pixelAt(const SamplePositions& at, int lane) const {
+    return pixels_.data() + static_cast<std::size_t>(at.y[lane]) * stride_ +
+           3 * static_cast<std::size_t>(at.x[lane]);
+  }
+
   std::size_t stride_ = 0;  ///< floats from a pixel to the one below it
   float lastColumn_ = 0;
   float lastRow_ = 0;

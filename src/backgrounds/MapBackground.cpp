@@ -6,11 +6,8 @@
 
 namespace orv::hdri::blockedAVX2 {
 
-Block& MapBackground::sampleBlock(Block& out, Float8 u, Float8 v) const {
-  SamplePositions at;
-  samplingCopy_.positions(u, v, at);
-  samplingCopy_.sample(at, out);
-  return out;
+void MapBackground::sampleBlock(std::span<Block> out, const float* u, const float* v) const {
+  samplingCopy_.sample(u, v, out);
 }
 
 void MapBackground::fillRow(std::uint32_t row, float, std::span<Block> out) const {

@@ -12,7 +12,7 @@ namespace orv::hdri::blockedAVX2 {
 class MapBackground : public BackgroundSource {
  public:
   /// Bilinear look-up in the sampling copy.
-  Block& sampleBlock(Block& out, Float8 u, Float8 v) const override;
+  void sampleBlock(std::span<Block> out, const float* u, const float* v) const override;
   /// Whether there is a sampling copy.
   bool canSample() const override { return !samplingCopy_.empty(); }
   /// A copy of the prepared map's row.

@@ -33,21 +33,24 @@ Shading BackgroundRotationFill::shade(const PixelBatch& batch, FillScratch& scra
     std::fill_n(scratch.color, batch.blocks, Block{});
     return {scratch.color, 1, scratch.weight};
   }
-  const Float8 one = splat(1.0f);
-  for (std::size_t i = 0; i < batch.blocks; ++i) {
-    const Float8 x = load(batch.directionWorld[0] + 8 * i);
-    const Float8 y = load(batch.directionWorld[1] + 8 * i);
-    const Float8 z = load(batch.directionWorld[2] + 8 * i);
-    // The sphere is rotated by the matrix, so a pixel's direction goes back through its transpose.
-    Float8 d[3];
-    for (std::size_t c = 0; c < 3; ++c)
-      d[c] = fma(matrix_[2][c], z, fma(matrix_[1][c], y, matrix_[0][c] * x));
-    // u = (longitude + pi) / (2 pi), v = (pi/2 - latitude) / pi.
-    const Float8 u = (atan2(d[1], d[0]) + splat(kPi)) * splat(kInvTwoPi);
-    const Float8 sine = max(min(d[2], one), -one);
-    const Float8 v = arccos(sine) * splat(kInvPi);
-    background_->sampleBlock(scratch.color[i], u, v);
+  // The sphere is rotated by the matrix, so a pixel's direction goes back through its transpose.
+  const auto m = matrix_;
+  const auto rotated = [&](std::size_t c, std::size_t i) {
+    const Float8 x = load(batch.directionWorld[0] + i);
+    const Float8 y = load(batch.directionWorld[1] + i);
+    const Float8 z = load(batch.directionWorld[2] + i);
+    return fma(m[2][c], z, fma(m[1][c], y, m[0][c] * x));
+  };
+  // v = (pi/2 - latitude) / pi, u = (longitude + pi) / (2 pi).
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
+    const Float8 sine = max(min(rotated(2, i), splat(1.0f)), splat(-1.0f));
+    store(scratch.v + i, arccos(sine) * splat(kInvPi));
   }
+  for (std::size_t i = 0; i < 8 * batch.blocks; i += 8) {
+    const Float8 longitude = atan2(rotated(1, i), rotated(0, i));
+    store(scratch.u + i, (longitude + splat(kPi)) * splat(kInvTwoPi));
+  }
+  background_->sampleBlock({scratch.color, batch.blocks}, scratch.u, scratch.v);
   adjustment_.apply(scratch.color, batch.blocks);
   return {scratch.color, 1, batch.weight};
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "backgrounds/ColorAdjustment.h"
 #include "fills/PinFill.h"
 #include "simd/Float8.h"
@@ -22,7 +24,8 @@ class BackgroundRotationFill final : public PinFill {
   Shading shade(const PixelBatch& batch, FillScratch& scratch) const override;
 
  private:
-  Float8 matrix_[3][3];  ///< of the sphere's rotation; directions go through its transpose
+  std::array<std::array<Float8, 3>, 3>
+      matrix_;  ///< of the sphere's rotation; directions go through its transpose
   const BackgroundSource* background_ = nullptr;  ///< from prepare to release; null paints nothing
   ColorAdjustment adjustment_;
 };

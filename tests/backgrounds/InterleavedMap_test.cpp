@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <utility>
+#include <vector>
 
 #include "support/fake_host/FakeHost.h"
 
@@ -62,6 +65,31 @@ TEST(InterleavedMap, CoordinatesOutsideAreClampedAndNaNCountsAsZero) {
   EXPECT_EQ(sample(map, 7, 0).r[0], 3.0f);
   EXPECT_EQ(sample(map, 0, std::numeric_limits<float>::infinity()).g[0], 3.0f);
   EXPECT_EQ(sample(map, std::numeric_limits<float>::quiet_NaN(), 0).r[0], 0.0f);
+}
+
+TEST(InterleavedMap, BatchesHaveTheBitsOfOneBlockAtATime) {
+  constexpr std::size_t kMost = 64;
+  const std::pair<std::uint32_t, std::uint32_t> sizes[] = {{1, 1}, {13, 5}, {256, 90}};
+  for (const auto& [width, height] : sizes) {
+    const InterleavedMap copy(ramp(width, height));
+    alignas(32) float u[8 * kMost], v[8 * kMost];
+    for (std::size_t i = 0; i < 8 * kMost; ++i) {
+      u[i] = 1.2f * static_cast<float>(i * 2654435761u % 1000) / 1000.0f - 0.1f;
+      v[i] = 1.2f * static_cast<float>(i * 40503u % 1000) / 1000.0f - 0.1f;
+    }
+    u[11] = v[77] = std::numeric_limits<float>::quiet_NaN();
+    for (const std::size_t blocks : {0, 1, 2, 3, 4, 5, 7, 8, 9, 31, 64}) {
+      std::vector<Block> together(blocks);
+      copy.sample(u, v, together);
+      for (std::size_t block = 0; block < blocks; ++block) {
+        SamplePositions at;
+        copy.positions(load(u + 8 * block), load(v + 8 * block), at);
+        Block alone;
+        copy.sample(at, alone);
+        EXPECT_EQ(std::memcmp(&together[block], &alone, sizeof alone), 0) << block << " of " << blocks;
+      }
+    }
+  }
 }
 
 TEST(InterleavedMap, ASinglePixelIsSeenFromEverywhere) {

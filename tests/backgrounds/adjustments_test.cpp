@@ -127,8 +127,10 @@ TEST_F(AdjustmentsTest, TheSamplingCopyShowsTheBlurButNotTheRotation) {
       for (int x = 0; x < kWidth; ++x) {
         // u = x / (width - 1) hits the centre of column x up to rounding.
         Block out;
-        background_.sampleBlock(out, splat(static_cast<float>(x) / (kWidth - 1)),
-                                splat(static_cast<float>(y) / (kHeight - 1)));
+        alignas(32) float u[8], v[8];
+        std::fill_n(u, 8, static_cast<float>(x) / (kWidth - 1));
+        std::fill_n(v, 8, static_cast<float>(y) / (kHeight - 1));
+        background_.sampleBlock({&out, 1}, u, v);
         EXPECT_NEAR(out.g[0], pixelOf(blurred, x, y)[1], 1e-5);
       }
     EXPECT_FALSE(sameBytes(background_.preparedMap(), blurred));

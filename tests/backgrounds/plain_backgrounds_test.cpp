@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -47,8 +48,9 @@ TEST(ColorBackground, FillsEveryBlockWithColourTimesBrightness) {
 TEST(ColorBackground, IgnoresGammaHueSaturationAndTint) {
   ColorBrush brush(0.25f, 0.5f, 1);
   brush.adjustments() = {.brightness = 1, .gamma = 2, .hueShift = 0.5f, .saturation = 1, .tintRed = 0.1f};
+  alignas(32) const float place[8] = {};
   Block out;
-  ColorBackground(brush).sampleBlock(out, zero8(), zero8());
+  ColorBackground(brush).sampleBlock({&out, 1}, place, place);
   EXPECT_EQ(out.r[0], 0.25f);
   EXPECT_EQ(out.g[0], 0.5f);
   EXPECT_EQ(out.b[0], 1.0f);
@@ -90,12 +92,41 @@ TEST(GradientBackground, TheEquatorShowsTheMiddleInEveryLane) {
 TEST(GradientBackground, LookUpsTakeVAsThePosition) {
   const auto brush = redToBlue();
   Block out;
-  const Float8 v = laneIndex() * splat(0.125f);
-  GradientBackground(*brush).sampleBlock(out, zero8(), v);
+  alignas(32) const float v[8] = {0, 0.125f, 0.25f, 0.375f, 0.5f, 0.625f, 0.75f, 0.875f};
+  GradientBackground(*brush).sampleBlock({&out, 1}, v, v);
   for (int lane = 0; lane < 8; ++lane) {
     EXPECT_FLOAT_EQ(out.r[lane], 1.0f - 0.125f * static_cast<float>(lane));
     EXPECT_FLOAT_EQ(out.b[lane], 0.125f * static_cast<float>(lane));
   }
+}
+
+TEST(GradientBackground, LookUpsOfABatchHaveTheBrushsColors) {
+  // Positions that ascend, one that does not, and one that is no number.
+  for (const float middle : {0.5f, 2.0f, std::numeric_limits<float>::quiet_NaN()}) {
+    GradientBrush brush;
+    brush.setStops({stop(0, 1, 0, 0), stop(middle, 0.3f, 0.7f, 0.1f), stop(1, 0, 0, 1)});
+    const GradientBackground background(brush);
+    std::vector<Block> out(3);
+    alignas(32) float v[24];
+    for (std::size_t i = 0; i < 24; ++i) v[i] = static_cast<float>(i) / 20.0f - 0.1f;
+    background.sampleBlock(out, v, v);
+    for (std::size_t i = 0; i < 24; ++i) {
+      const Block& block = out[i / 8];
+      EXPECT_EQ((Rgb{block.r[i % 8], block.g[i % 8], block.b[i % 8]}), brush.evalColor(v[i])) << v[i];
+    }
+  }
+}
+
+TEST(GradientBackground, LookUpsShowTheSharedBrushAsItWasPrepared) {
+  const auto brush = std::make_shared<GradientBrush>();
+  brush->setStops({stop(0, 1, 0, 0)});
+  GradientBackground background(*brush);
+  brush->setStops({stop(0, 0.25f, 0, 0)});
+  background.prepare({});
+  alignas(32) const float v[8] = {};
+  Block out;
+  background.sampleBlock({&out, 1}, v, v);
+  EXPECT_EQ(out.r[3], 0.25f);
 }
 
 TEST(GradientBackground, IsAdjusted) {

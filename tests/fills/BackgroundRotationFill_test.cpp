@@ -9,6 +9,7 @@
 #include "backgrounds/PaintContext.h"
 #include "fills/fill_context.h"
 #include "hdri/BackgroundBrush.h"
+#include "simd/Float8.h"
 
 namespace orv::hdri::blockedAVX2 {
 namespace {
@@ -17,11 +18,12 @@ namespace {
 class PlaceBackground final : public BackgroundSource {
  public:
   bool prepare(const PaintContext&) override { return true; }
-  Block& sampleBlock(Block& out, Float8 u, Float8 v) const override {
-    store(out.r, u);
-    store(out.g, v);
-    store(out.b, splat(1.0f));
-    return out;
+  void sampleBlock(std::span<Block> out, const float* u, const float* v) const override {
+    for (std::size_t i = 0; i < out.size(); ++i) {
+      store(out[i].r, load(u + 8 * i));
+      store(out[i].g, load(v + 8 * i));
+      store(out[i].b, splat(1.0f));
+    }
   }
   bool canSample() const override { return sampleable; }
   void fillRow(std::uint32_t, float, std::span<Block>) const override {}
