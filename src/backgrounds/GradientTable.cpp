@@ -23,10 +23,16 @@ inline Float8 blendAt(const Blend8& c, Float8 t) {
   return clamp01(((c.cubic * u + c.square) * u + c.linear) * u);
 }
 
-/// The segment is the number of stops at or before t, but t must lie behind the first; a NaN never does.
-inline Int8 segmentAt(Float8 t, const float* positions, std::size_t count) {
+/// How many stops but the first lie at or before t.
+inline Int8 stopsBehindFirst(Float8 t, const float* positions, std::size_t count) {
   Int8 index = splat(0);
   for (std::size_t i = 1; i < count; ++i) index = index - toInt(t >= splat(positions[i]));
+  return index;
+}
+
+/// The segment is the number of stops at or before t, but t must lie behind the first; a NaN never does.
+inline Int8 segmentAt(Float8 t, const float* positions, std::size_t count) {
+  const Int8 index = stopsBehindFirst(t, positions, count);
   const Int8 behindFirst = toInt(t > splat(positions[0]));
   return (index - behindFirst) & behindFirst;
 }
@@ -89,17 +95,50 @@ void GradientTable::Segments<channels>::evaluate(const float* t, std::size_t blo
                                                  const Store& storeValues) const {
   if (positions.size() > kLanes) return evaluateMany(t, blocks, storeValues);
   // The fifth position is NaN where there are at most four.
-  if (!(positions[4] == positions[4])) return evaluateFew<4>(t, blocks, storeValues);
-  evaluateFew<7>(t, blocks, storeValues);
+  if (!(positions[4] == positions[4])) return evaluateFour(t, blocks, storeValues);
+  evaluateSeven(t, blocks, storeValues);
+}
+
+/// Up to four stops: the segments behind the first stop are half a register, which holds them twice.
+template <std::size_t channels>
+template <typename Store>
+void GradientTable::Segments<channels>::evaluateFour(const float* t, std::size_t blocks,
+                                                     const Store& storeValues) const {
+  constexpr std::size_t kStops = 4;
+  float at[kStops];
+  for (std::size_t i = 0; i < kStops; ++i) at[i] = positions[i];
+  const Blend8 table{loadHalves(&start[1]), loadHalves(&invLength[1]), loadHalves(&cubic[1]),
+                     loadHalves(&square[1]), loadHalves(&linear[1])};
+  Float8 first[channels], from[channels], by[channels];
+  for (std::size_t c = 0; c < channels; ++c) {
+    first[c] = splat(base[c][0]);
+    from[c] = loadHalves(&base[c][1]);
+    by[c] = loadHalves(&change[c][1]);
+  }
+  for (std::size_t block = 0; block < blocks; ++block) {
+    const Float8 position = load(t + 8 * block);
+    const Int8 index = stopsBehindFirst(position, at, kStops);
+    const Mask8 behindFirst = position > splat(at[0]);
+    const Float8 s = blendAt({lookUpInHalves(table.start, index), lookUpInHalves(table.invLength, index),
+                              lookUpInHalves(table.cubic, index), lookUpInHalves(table.square, index),
+                              lookUpInHalves(table.linear, index)},
+                             position);
+    Float8 values[channels];
+    for (std::size_t c = 0; c < channels; ++c)
+      values[c] =
+          select(behindFirst, lookUpInHalves(from[c], index) + lookUpInHalves(by[c], index) * s, first[c]);
+    storeValues(block, values);
+  }
 }
 
 /// Up to seven stops: each table is one register.
 template <std::size_t channels>
-template <std::size_t stops, typename Store>
-void GradientTable::Segments<channels>::evaluateFew(const float* t, std::size_t blocks,
-                                                    const Store& storeValues) const {
-  float at[stops];
-  for (std::size_t i = 0; i < stops; ++i) at[i] = positions[i];
+template <typename Store>
+void GradientTable::Segments<channels>::evaluateSeven(const float* t, std::size_t blocks,
+                                                      const Store& storeValues) const {
+  constexpr std::size_t kStops = 7;
+  float at[kStops];
+  for (std::size_t i = 0; i < kStops; ++i) at[i] = positions[i];
   const Blend8 table{loadUnaligned(start.data()), loadUnaligned(invLength.data()),
                      loadUnaligned(cubic.data()), loadUnaligned(square.data()), loadUnaligned(linear.data())};
   Float8 from[channels], by[channels];
@@ -109,7 +148,7 @@ void GradientTable::Segments<channels>::evaluateFew(const float* t, std::size_t 
   }
   for (std::size_t block = 0; block < blocks; ++block) {
     const Float8 position = load(t + 8 * block);
-    const Int8 index = segmentAt(position, at, stops);
+    const Int8 index = segmentAt(position, at, kStops);
     const Float8 s =
         blendAt({lookUp(table.start, index), lookUp(table.invLength, index), lookUp(table.cubic, index),
                  lookUp(table.square, index), lookUp(table.linear, index)},

@@ -50,8 +50,10 @@ class GradientTable {
     void build(const std::vector<Stop>& stops, const Value& valueOf);
     template <typename Store>
     void evaluate(const float* t, std::size_t blocks, const Store& storeValues) const;
-    template <std::size_t stops, typename Store>
-    void evaluateFew(const float* t, std::size_t blocks, const Store& storeValues) const;
+    template <typename Store>
+    void evaluateFour(const float* t, std::size_t blocks, const Store& storeValues) const;
+    template <typename Store>
+    void evaluateSeven(const float* t, std::size_t blocks, const Store& storeValues) const;
     template <typename Store>
     void evaluateMany(const float* t, std::size_t blocks, const Store& storeValues) const;
   };

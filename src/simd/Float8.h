@@ -138,6 +138,10 @@ inline Int8 toInt(Mask8 mask) { return {_mm256_castps_si256(mask.v)}; }
 
 /// Lane i is `table`'s lane index[i] mod 8.
 inline Float8 lookUp(Float8 table, Int8 index) { return {_mm256_permutevar8x32_ps(table.v, index.v)}; }
+/// Lane i is lane index[i] mod 4 of the half of `table` that lane i is in; faster than all eight.
+inline Float8 lookUpInHalves(Float8 table, Int8 index) { return {_mm256_permutevar_ps(table.v, index.v)}; }
+/// Four floats from any address, in both halves.
+inline Float8 loadHalves(const float* p) { return {_mm256_broadcast_ps(reinterpret_cast<const __m128*>(p))}; }
 
 /// The largest of the eight lanes, which must be numbers.
 inline float horizontalMax(Float8 a) {

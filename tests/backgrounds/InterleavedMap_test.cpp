@@ -78,7 +78,7 @@ TEST(InterleavedMap, BatchesHaveTheBitsOfOneBlockAtATime) {
       v[i] = 1.2f * static_cast<float>(i * 40503u % 1000) / 1000.0f - 0.1f;
     }
     u[11] = v[77] = std::numeric_limits<float>::quiet_NaN();
-    for (const std::size_t blocks : {0, 1, 2, 3, 4, 5, 7, 8, 9, 31, 64}) {
+    for (const std::size_t blocks : {0u, 1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 31u, 64u}) {
       std::vector<Block> together(blocks);
       copy.sample(u, v, together);
       for (std::size_t block = 0; block < blocks; ++block) {

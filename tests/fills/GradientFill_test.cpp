@@ -12,7 +12,6 @@ namespace orv::hdri::blockedAVX2 {
 namespace {
 
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 /// Black at 0 to white at 1: the color is the position.
 void makeRamp(GradientBrush& brush) {

@@ -66,5 +66,14 @@ TEST(Float8, DeinterleaveSplitsPixelsIntoPlanesAndInterleaveJoinsThem) {
   for (int i = 0; i < 24; ++i) EXPECT_EQ(back[i / 8].v[i % 8], pixels[i]);
 }
 
+TEST(Float8, LooksUpFourFloatsHeldInBothHalves) {
+  const float table[] = {9.0f, 10.0f, 11.0f, 12.0f, 13.0f};
+  alignas(32) float out[8];
+  alignas(32) const float index[8] = {3, 0, 1, 2, 2, 3, 4, 5};
+  store(out, lookUpInHalves(loadHalves(table + 1), toIntTruncated(load(index))));
+  const float expected[] = {13, 10, 11, 12, 12, 13, 10, 11};
+  for (int lane = 0; lane < 8; ++lane) EXPECT_EQ(out[lane], expected[lane]) << lane;
+}
+
 }  // namespace
 }  // namespace orv::hdri::blockedAVX2
