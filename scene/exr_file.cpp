@@ -81,7 +81,7 @@ class ExrOutput {
 };
 
 void writeHeader(const ExrOutput& output, const hdri::EnvImage& map, const MapFileOptions& options) {
-  const exr_context_t context = output.context();
+  exr_context_t context = output.context();
   exr_attr_box2i_t window{};
   window.max.x = map.width - 1;
   window.max.y = map.height - 1;
@@ -177,7 +177,7 @@ class Band {
   }
 
   std::size_t compressByLibrary(int y, std::size_t offset, std::size_t size) {
-    const exr_context_t context = output_.context();
+    exr_context_t context = output_.context();
     exr_chunk_info_t info{};
     output_.require(exr_write_scanline_chunk_info(context, 0, y, &info));
     if (library_.context) {

@@ -142,6 +142,7 @@ std::string checkCompression(const std::string& name) {
 
 std::vector<std::string_view> layoutNames() {
   std::vector<std::string_view> names;
+  names.reserve(scene::kNames<scene::Layout>.size());
   for (const scene::NameRow& row : scene::kNames<scene::Layout>) names.push_back(row.name);
   return names;
 }

@@ -197,7 +197,7 @@ const std::uint8_t* ExrChunkReader::inflate(std::size_t packed, std::size_t size
 }
 
 const std::uint8_t* ExrChunkReader::decodeByLibrary(const exr_chunk_info_t& chunk) {
-  const exr_context_t context = input_.context_;
+  exr_context_t context = input_.context_;
   if (!library_.context) {
     require(exr_decoding_initialize(context, 0, &chunk, &library_));
     library_.alloc_fn = [](exr_transcoding_pipeline_buffer_id_t, std::size_t size) {

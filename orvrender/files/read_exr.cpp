@@ -32,6 +32,7 @@ std::optional<ColorChannels> colorOf(const ExrInput& input) {
   };
   std::stable_sort(order.begin(), order.end(), [&](int a, int b) { return layer(a) < layer(b); });
   std::vector<std::string> sorted;
+  sorted.reserve(order.size());
   for (const int i : order) sorted.push_back(names[static_cast<std::size_t>(i)]);
   auto found = channelsByName(sorted, true);
   if (!found) return std::nullopt;
