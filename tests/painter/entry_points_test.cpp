@@ -21,12 +21,12 @@ void* allocate(std::size_t bytes) {
 }  // namespace
 
 // The program's heap, for all tests of this folder.
-void* operator new(std::size_t bytes) { return allocate(bytes); }
-void* operator new[](std::size_t bytes) { return allocate(bytes); }
-void operator delete(void* storage) noexcept { std::free(storage); }
-void operator delete[](void* storage) noexcept { std::free(storage); }
-void operator delete(void* storage, std::size_t) noexcept { std::free(storage); }
-void operator delete[](void* storage, std::size_t) noexcept { std::free(storage); }
+[[gnu::noinline]] void* operator new(std::size_t bytes) { return allocate(bytes); }
+[[gnu::noinline]] void* operator new[](std::size_t bytes) { return allocate(bytes); }
+[[gnu::noinline]] void operator delete(void* storage) noexcept { std::free(storage); }
+[[gnu::noinline]] void operator delete[](void* storage) noexcept { std::free(storage); }
+[[gnu::noinline]] void operator delete(void* storage, std::size_t) noexcept { std::free(storage); }
+[[gnu::noinline]] void operator delete[](void* storage, std::size_t) noexcept { std::free(storage); }
 
 namespace orv::hdri {
 namespace {
