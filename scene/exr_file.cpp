@@ -190,7 +190,7 @@ class Band {
     for (int c = 0; c < library_.channel_count; ++c) {
       exr_coding_channel_info_t& channel = library_.channels[c];
       channel.encode_from_ptr = packed_.data() + offset;
-      channel.user_bytes_per_element = channel.bytes_per_element;
+      channel.user_bytes_per_element = static_cast<std::uint8_t>(channel.bytes_per_element);
       channel.user_data_type = channel.data_type;
     }
     library_.convert_and_pack_fn = [](exr_encode_pipeline_t* pipeline) -> exr_result_t {
@@ -236,6 +236,7 @@ void writeBands(const ExrOutput& output, const hdri::EnvImage& map, const MapFil
 
   int next = 0;
   const auto begin = [&](tbb::flow_control& control) {
+    const LoopOrder::Join order;
     if (next == bandCount) control.stop();
     return next++;
   };

@@ -296,7 +296,10 @@ class Grid {
     const double first = std::floor((0.5 - (elevation + reach) / kPi) * height_ - 0.5);
     const double last = std::ceil((0.5 - (elevation - reach) / kPi) * height_ - 0.5);
     double sum = 0;
-    for (double y = std::max(first, 0.0); y <= std::min(last, height_ - 1); ++y) {
+    const int firstRow = static_cast<int>(std::max(first, 0.0));
+    const int lastRow = static_cast<int>(std::min(last, height_ - 1));
+    for (int row = firstRow; row <= lastRow; ++row) {
+      const double y = row;
       const double band = std::cos(kPi * y / height_) - std::cos(kPi * (y + 1) / height_);
       sum += band * rowMean(shape, reach, y, std::max(4096 / (last - first + 1), 64.0));
     }
@@ -318,9 +321,12 @@ class Grid {
     const double step = std::max(std::floor(count / mostColumns), 1.0);
     const painter::SinCos row =
         painter::sinCos((0.5f - (static_cast<float>(y) + 0.5f) / static_cast<float>(height_)) * painter::kPi);
-    double sum = 0, columns = 0;
-    for (double x = first; x < first + count; x += step, ++columns)
+    const int columns = static_cast<int>(std::ceil(count / step));
+    double sum = 0;
+    for (int column = 0; column < columns; ++column) {
+      const double x = first + column * step;
       sum += shape.weightAt(products(x - width_ * std::floor(x / width_), row));
+    }
     return sum / columns * count / width_;
   }
 

@@ -40,7 +40,8 @@ constexpr std::string_view kLetters = {
 /// Whether the pixel (x, y) of a letter is set.
 bool isSet(char letter, int x, int y) {
   const char known = letter >= ' ' && letter <= '~' ? letter : '?';
-  const auto column = static_cast<std::size_t>((known - ' ') * kColumns + x);
+  const auto column =
+      static_cast<std::size_t>(known - ' ') * std::size_t{kColumns} + static_cast<std::size_t>(x);
   return (static_cast<unsigned char>(kLetters[column]) >> y & 1) != 0;
 }
 

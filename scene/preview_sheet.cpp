@@ -49,8 +49,9 @@ void drawBall(hdri::EnvImage& sheet, int middle, float gain, const LightAt& ligh
       hdri::Rgb sum{};
       int hits = 0;
       for (int sample = 0; sample < kSamples * kSamples; ++sample) {
-        const double across = (x + (sample % kSamples + 0.5) / kSamples) / kBallRadius - 1;
-        const double up = 1 - (y + (sample / kSamples + 0.5) / kSamples) / kBallRadius;
+        const int subColumn = sample % kSamples, subRow = sample / kSamples;
+        const double across = (x + (subColumn + 0.5) / kSamples) / kBallRadius - 1;
+        const double up = 1 - (y + (subRow + 0.5) / kSamples) / kBallRadius;
         if (across * across + up * up >= 1) continue;
         const hdri::Rgb light = lightAt(across, up);
         sum = {sum.r + light.r, sum.g + light.g, sum.b + light.b};
