@@ -62,7 +62,8 @@ class ObjectReader {
     if (value && std::holds_alternative<std::string>(value->data)) name = std::get<std::string>(value->data);
     members.chosen = tag.choice.select(name, owner);
     if (members.chosen) {
-      members.owner.assign("a ").append(name).append(" ").append(tag.choice.noun);
+      const bool vowel = std::string_view("aeio").find(name.front()) != std::string_view::npos;
+      members.owner.assign(vowel ? "an " : "a ").append(name).append(" ").append(tag.choice.noun);
       return;
     }
     readGiven(members, tag.key(), name);
@@ -79,7 +80,7 @@ class ObjectReader {
       if (good && other)
         refuse({*other, path},
                "given together with " + std::string(key.insteadOf) + "; allowed: one of the two");
-    } else if (key.need == Need::required) {
+    } else if (key.need == Need::required && !(!key.orElse.empty() && memberOf(members.place, key.orElse))) {
       refuse({members.place.value, path}, "missing; required: " + allowed(key.type));
     }
   }
@@ -87,6 +88,8 @@ class ObjectReader {
   // What may stand there, for messages.
   static std::string allowed(const Number& type);
   static std::string allowed(const Integer& type);
+  static std::string allowed(Exposure type);
+  static std::string allowed(Temperature type);
   static std::string allowed(Flag) { return "true, false"; }
   static std::string allowed(Text type) {
     return type.isPath ? "the path of an image file, in quotes" : "text in quotes";
@@ -106,6 +109,8 @@ class ObjectReader {
 
   // Each reads a value, and gives true when it has stored one.
   bool read(const Number& type, const Place& place, float& result);
+  bool read(Exposure type, const Place& place, float& result);
+  bool read(Temperature type, const Place& place, std::tuple<float&, float&, float&>& result);
   template <typename Result>
   bool read(const Integer& type, const Place& place, Result& result) {
     const std::optional<std::int64_t> integer = readInteger(type, place);
