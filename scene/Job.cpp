@@ -120,7 +120,8 @@ class JobReader {
 /// Whole numbers without a point.
 Json numberJson(double number) {
   constexpr double kExactIntegers = 9007199254740992.0;
-  if (std::abs(number) <= kExactIntegers && number == std::floor(number)) return static_cast<std::int64_t>(number);
+  if (std::abs(number) <= kExactIntegers && number == std::floor(number))
+    return static_cast<std::int64_t>(number);
   return number;
 }
 

@@ -20,7 +20,9 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 /// What tells one job from another in a manifest.
-std::string outputsOf(const Json& output) { return (output.is_array() ? output : Json::array({output})).dump(); }
+std::string outputsOf(const Json& output) {
+  return (output.is_array() ? output : Json::array({output})).dump();
+}
 std::string outputsOf(const Job& job) {
   return Json(job.outputs).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
@@ -28,7 +30,8 @@ std::string outputsOf(const Job& job) {
 /// The outputs of a line's job; empty for what is no line of a manifest.
 std::string outputsOfLine(const std::string& line) {
   const Json json = Json::parse(line, nullptr, false);
-  if (!json.is_object() || !json.contains("job") || !json["job"].is_object() || !json["job"].contains("output"))
+  if (!json.is_object() || !json.contains("job") || !json["job"].is_object() ||
+      !json["job"].contains("output"))
     return {};
   return outputsOf(json["job"]["output"]);
 }

@@ -22,8 +22,8 @@ struct JobOutcome {
 
 /// A file of JSON lines, one for each job that is done, in the order in which they are done:
 /// `{"job": ..., "status": "painted", "seconds": ..., "mean": [r, g, b], "peak": ...}`, a failure with
-/// `error`. Each line is written whole as soon as its job is done; what a run that was killed left is taken up
-/// again. One thread, and one process at a time.
+/// `error`. Each line is written whole as soon as its job is done; what a run that was killed left is taken
+/// up again. One thread, and one process at a time.
 class Manifest {
  public:
   /// Makes the file at `path` (UTF-8) anew; or takes up the one that is there, but for the lines of the jobs

@@ -71,13 +71,25 @@ bool ObjectReader::refuseType(const Place& place, const std::string& allowed) {
   return refuse(place, place.value.found() + " found; allowed: " + allowed);
 }
 
+bool ObjectReader::hasUnknownKeys(const Members& members) {
+  const auto& object = std::get<JsonObject>(members.place.value.data);
+  return std::any_of(object.begin(), object.end(), [&](const JsonMember& member) {
+    return std::find(members.keys.begin(), members.keys.end(), member.key) == members.keys.end();
+  });
+}
+
 void ObjectReader::checkKeys(const Members& members) {
   if (members.misplaced) return;  // They may be right where the name is.
   const Names& keys = members.keys;
   for (const JsonMember& member : std::get<JsonObject>(members.place.value.data)) {
     if (std::find(keys.begin(), keys.end(), member.key) != keys.end()) continue;
+    const auto owner = std::find_if(members.nested.begin(), members.nested.end(),
+                                    [&](const auto& nested) { return nested.first == member.key; });
+    const std::string hint = owner == members.nested.end()
+                                 ? suggestion(member.key, keys)
+                                 : " (it belongs in \"" + std::string(owner->second) + "\")";
     refuse({member.value, members.place.path.child(member.key)},
-           "not a key of " + members.owner + suggestion(member.key, keys) + "; allowed: " + listOf(keys));
+           "not a key of " + members.owner + hint + "; allowed: " + listOf(keys));
   }
 }
 

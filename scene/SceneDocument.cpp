@@ -37,8 +37,8 @@ std::string readBytes(const std::string& path) {
 /// What kind of picture starts with these bytes; empty for none.
 std::string_view pictureKind(std::string_view bytes) {
   constexpr std::pair<std::string_view, std::string_view> kStarts[] = {
-      {"\x76\x2f\x31\x01", "an EXR"}, {"#?", "an HDR"},        {"PF\n", "a PFM"},  {"Pf\n", "a PFM"},
-      {"\x89PNG", "a PNG"},            {"\xFF\xD8\xFF", "a JPEG"}, {"II*", "a TIFF"}, {"MM", "a TIFF"}};
+      {"\x76\x2f\x31\x01", "an EXR"}, {"#?", "an HDR"},           {"PF\n", "a PFM"}, {"Pf\n", "a PFM"},
+      {"\x89PNG", "a PNG"},           {"\xFF\xD8\xFF", "a JPEG"}, {"II*", "a TIFF"}, {"MM", "a TIFF"}};
   for (const auto& [start, kind] : kStarts)
     if (bytes.starts_with(start)) return kind;
   return {};
@@ -55,9 +55,10 @@ SceneDocument SceneDocument::load(const std::string& path) {
   const std::string bytes = readBytes(path);
   const std::string_view kind = pictureKind(bytes);
   if (!kind.empty())
-    throw SceneErrors({path + ": scene: " + std::string(kind) + " picture found; allowed: a scene, which can " +
-                       "show it: {\"version\": 1, \"background\": {\"type\": \"image\", \"path\": " +
-                       quotedText(path) + "}}"});
+    throw SceneErrors(
+        {path + ": scene: " + std::string(kind) + " picture found; allowed: a scene, which can " +
+         "show it: {\"version\": 1, \"background\": {\"type\": \"image\", \"path\": " + quotedText(path) +
+         "}}"});
   return {bytes, path};
 }
 

@@ -2,13 +2,12 @@
 
 #include <new>
 
-#include "orvrender/orvHost.h"
-
 namespace orv::scene {
 
 void Session::DestroyScene::operator()(orvScene* host) const { orv_scene_destroy(host); }
 
-Session::Session(const std::string& painter) : library_(painter), host_(orv_scene_create({})) {
+Session::Session(const std::string& painter, const orvScene_options& host)
+    : library_(painter), host_(orv_scene_create(host)) {
   if (!host_) throw std::bad_alloc();
   painter_ = library_.create();
 }

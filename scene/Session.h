@@ -3,11 +3,10 @@
 #include <memory>
 #include <string>
 
+#include "orvrender/orvHost.h"
 #include "scene/PainterLibrary.h"
 #include "scene/Scene.h"
 #include "scene/paint_scene.h"
-
-class orvScene;
 
 namespace orv::scene {
 
@@ -21,8 +20,9 @@ namespace orv::scene {
 class Session {
  public:
   /// @param painter path of the painter's library; empty: where it is found (PainterLibrary).
+  /// @param host limits of pictures, and the memory for those that are kept.
   /// @throws PainterError when there is no painter that can run here; std::bad_alloc.
-  explicit Session(const std::string& painter = {});
+  explicit Session(const std::string& painter = {}, const orvScene_options& host = {});
   ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;

@@ -53,7 +53,8 @@ Step bracketStep(std::string_view path, std::string_view inside) {
   const char* const end = inside.data() + inside.size();
   const auto [rest, error] = std::from_chars(inside.data(), end, step.index);
   if (error != std::errc() || rest != end || inside.empty())
-    refuse(path, std::string("[").append(inside).append("] is neither the number of an item nor a name in quotes"));
+    refuse(path,
+           std::string("[").append(inside).append("] is neither the number of an item nor a name in quotes"));
   step.isIndex = true;
   return step;
 }
@@ -100,7 +101,8 @@ const std::string* nameOf(const JsonValue& item) {
 }
 
 /// The only item of this name.
-JsonValue& namedItem(JsonArray& items, const Setting& setting, const std::vector<Step>& steps, std::size_t i) {
+JsonValue& namedItem(JsonArray& items, const Setting& setting, const std::vector<Step>& steps,
+                     std::size_t i) {
   std::vector<std::string_view> names;
   JsonValue* found = nullptr;
   for (JsonValue& item : items) {
@@ -115,8 +117,8 @@ JsonValue& namedItem(JsonArray& items, const Setting& setting, const std::vector
   }
   if (found) return *found;
   refuse(setting.path, "nothing in " + placeText(steps, i) + " is named " + quotedText(steps[i].key) +
-                           suggestion(steps[i].key, names) + "; allowed: " +
-                           (names.empty() ? "a number in brackets" : listOf(names)));
+                           suggestion(steps[i].key, names) +
+                           "; allowed: " + (names.empty() ? "a number in brackets" : listOf(names)));
 }
 
 JsonValue& indexedItem(JsonValue& of, const Setting& setting, const std::vector<Step>& steps, std::size_t i) {

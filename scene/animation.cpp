@@ -18,8 +18,8 @@ constexpr std::array<std::string_view, 3> kInterpolations{"linear", "smooth", "s
 bool isAzimuth(std::string_view key) { return key == "azimuth" || key == "turn" || key == "northOffset"; }
 
 const JsonValue* memberOf(const JsonObject& object, std::string_view key) {
-  const auto found =
-      std::find_if(object.begin(), object.end(), [key](const JsonMember& member) { return member.key == key; });
+  const auto found = std::find_if(object.begin(), object.end(),
+                                  [key](const JsonMember& member) { return member.key == key; });
   return found == object.end() ? nullptr : &found->value;
 }
 
@@ -71,7 +71,8 @@ double between(const Position& at, const Keys& keys, const std::vector<double>& 
   const double span = keys.frames[at.index + 1] - keys.frames[at.index];
   const double slopeA = slopeAt(at.index, keys.frames, values) * span;
   const double slopeB = slopeAt(at.index + 1, keys.frames, values) * span;
-  const double cubic = a + t * (slopeA + t * (3 * (b - a) - 2 * slopeA - slopeB + t * (2 * (a - b) + slopeA + slopeB)));
+  const double cubic =
+      a + t * (slopeA + t * (3 * (b - a) - 2 * slopeA - slopeB + t * (2 * (a - b) + slopeA + slopeB)));
   return std::clamp(cubic, std::min(a, b), std::max(a, b));
 }
 
@@ -112,22 +113,24 @@ class Resolver {
       const JsonPath place = path.child(member.key);
       if (member.key != "interpolation") {
         const std::array<std::string_view, 2> allowed{"keys", "interpolation"};
-        return refuse(member.value, place, "not a key of a value that changes" + suggestion(member.key, allowed) +
-                                               "; allowed: " + listOf(allowed));
+        return refuse(member.value, place,
+                      "not a key of a value that changes" + suggestion(member.key, allowed) +
+                          "; allowed: " + listOf(allowed));
       }
       const auto* name = std::get_if<std::string>(&member.value.data);
       const auto found = std::find(kInterpolations.begin(), kInterpolations.end(), name ? *name : "");
       if (found == kInterpolations.end())
-        return refuse(member.value, place, member.value.found() + " found" +
-                                               (name ? suggestion(*name, kInterpolations) : "") +
-                                               "; allowed: " + listOf(kInterpolations));
+        return refuse(member.value, place,
+                      member.value.found() + " found" + (name ? suggestion(*name, kInterpolations) : "") +
+                          "; allowed: " + listOf(kInterpolations));
       keys.interpolation = *found;
     }
     const JsonPath place = path.child("keys");
     const JsonValue& list = *memberOf(object, "keys");
     const auto* pairs = std::get_if<JsonArray>(&list.data);
     if (!pairs || pairs->empty())
-      return refuse(pairs ? list : value, place, list.found() + " found; allowed: [[frame, value], ...], at least one");
+      return refuse(pairs ? list : value, place,
+                    list.found() + " found; allowed: [[frame, value], ...], at least one");
     for (std::size_t i = 0; i < pairs->size(); ++i) {
       const JsonPath keyPlace = place.child(i);
       const auto* pair = std::get_if<JsonArray>(&(*pairs)[i].data);
@@ -199,7 +202,8 @@ void collectFrames(const JsonValue& value, bool atRoot, std::vector<double>& fra
       const auto* pairs = std::get_if<JsonArray>(&member.value.data);
       if (member.key == "keys" && pairs) {
         for (const JsonValue& pair : *pairs)
-          if (const auto* both = std::get_if<JsonArray>(&pair.data); both && !both->empty() && both->front().isNumber())
+          if (const auto* both = std::get_if<JsonArray>(&pair.data);
+              both && !both->empty() && both->front().isNumber())
             frames.push_back(both->front().asDouble());
       } else if (!atRoot || member.key != "view") {
         collectFrames(member.value, false, frames);

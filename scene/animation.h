@@ -11,9 +11,9 @@ namespace orv::scene {
 // value anywhere in a scene's document but in `view`. Before the first key and after the last, the value
 // stays.
 //
-// linear: straight between keys. smooth: cubic Hermite curves that do not overshoot their keys, after Steffen,
-// "A simple method for monotonic interpolation in one dimension" (Astronomy & Astrophysics 239, 1990), at
-// rest at the first and last key. step: the value of the last key. Azimuths (`azimuth`, `turn`,
+// linear: straight between keys. smooth: cubic Hermite curves that do not overshoot their keys, after
+// Steffen, "A simple method for monotonic interpolation in one dimension" (Astronomy & Astrophysics 239,
+// 1990), at rest at the first and last key. step: the value of the last key. Azimuths (`azimuth`, `turn`,
 // `northOffset`) go the short way round from key to key; half a turn goes as it is written. Arrays and
 // objects of numbers are interpolated number by number; what is neither takes steps.
 

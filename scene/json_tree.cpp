@@ -70,7 +70,8 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
       overflow_ = {count_, position, token};
       return false;
     }
-    problems_.add(0, place(position), finding(error.what()));
+    problems_.add(0, place(position),
+                  commaFinding(position, token, error.what()).value_or(finding(error.what())));
     return false;
   }
 
@@ -161,6 +162,24 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
     // At the end of the text, the place is behind its last character.
     if (position > text_.size() || column == 0) ++column;
     return "line " + std::to_string(line) + ", column " + std::to_string(column);
+  }
+
+  /// What is wrong with a comma, if one is.
+  std::optional<std::string> commaFinding(std::size_t position, const std::string& token,
+                                          std::string_view message) const {
+    if (token.empty() || token.size() > position || position > text_.size()) return std::nullopt;
+    const std::string_view before = text_.substr(0, position - token.size());
+    const std::size_t last = before.find_last_not_of(" \t\r\n");
+    const bool afterComma = last != std::string_view::npos && before[last] == ',';
+    if (afterComma && (token == "}" || token == "]"))
+      return "nothing follows the comma before this " + token + "; remove the comma";
+    const bool wantsEnd = message.ends_with("; expected '}'") || message.ends_with("; expected ']'");
+    if (wantsEnd && message.find("unexpected end of input") == std::string_view::npos)
+      return "a comma is missing before " +
+             (token.size() > 1 && token.front() == '"'
+                  ? quotedText(std::string_view(token).substr(1, token.size() - 2))
+                  : token.substr(0, 40));
+    return std::nullopt;
   }
 
   /// The parser's message without its number and its place, which `place` gives.

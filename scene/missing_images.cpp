@@ -12,7 +12,8 @@ std::vector<std::string> missingImages(const Scene& scene, const std::string& fo
     if (!std::filesystem::exists(resolved, error)) lines.push_back(place + ": there is no file " + resolved);
   };
   if (!scene.sizeFromImage.empty()) look("sizeFromImage", scene.sizeFromImage);
-  if (const auto* image = std::get_if<ImageBackground>(&scene.background.paint)) look("background.path", image->path);
+  if (const auto* image = std::get_if<ImageBackground>(&scene.background.paint))
+    look("background.path", image->path);
   for (std::size_t i = 0; i < scene.pins.size(); ++i)
     if (const auto* image = std::get_if<ImageFill>(&scene.pins[i].fill.paint); image && scene.pins[i].enabled)
       look(pinLabel(scene, i) + ": fill.path", image->path);

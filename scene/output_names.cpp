@@ -41,7 +41,8 @@ std::string wordText(const std::string& name, std::string_view word, const Job& 
   if (word == "index") return padded(static_cast<double>(index));
   if (word == "size") return sizeText(name, job, scenes);
   if (word != "frame")
-    throw SettingError(name + ": {" + std::string(word) + "} is not a word of names" + suggestion(word, kWords) +
+    throw SettingError(name + ": {" + std::string(word) + "} is not a word of names" +
+                       suggestion(word, kWords) +
                        "; allowed: {name}, {frame}, {index}, {size}, and {{ for a brace");
   if (!job.frame) throw SettingError(name + ": {frame} of " + jobTitle(job) + " is not known; give --frames");
   return padded(*job.frame);
@@ -50,6 +51,8 @@ std::string wordText(const std::string& name, std::string_view word, const Job& 
 /// Finds the file that a path names, however it is written. Folders are looked at once.
 class FileNames {
  public:
+  explicit FileNames(bool foldersMustBeThere) : foldersMustBeThere_(foldersMustBeThere) {}
+
   std::string of(const fs::path& path) {
     std::error_code error;
     if (fs::is_symlink(fs::symlink_status(path, error))) {
@@ -65,12 +68,14 @@ class FileNames {
     if (!isNew) return found->second;
     std::error_code error;
     found->second = fs::canonical(fs::path(".") / path.parent_path(), error);
-    if (error)
+    if (error && !foldersMustBeThere_) found->second = path.parent_path();
+    if (error && foldersMustBeThere_)
       throw SettingError(path.string() + ": there is no folder " + path.parent_path().string() +
                          "; make it first");
     return found->second;
   }
 
+  bool foldersMustBeThere_;
   std::unordered_map<std::string, fs::path> folders_;
 };
 
@@ -96,14 +101,15 @@ std::string expandName(const std::string& name, const Job& job, std::size_t inde
 }
 
 void checkOutputs(std::span<const Job> jobs) {
-  FileNames names;
+  // The only map's own failure says more.
+  FileNames names(jobs.size() > 1);
   std::unordered_map<std::string, const Job*> seen;
   for (const Job& job : jobs) {
     for (const std::string& output : job.outputs) {
       const auto [found, isNew] = seen.try_emplace(names.of(output), &job);
       if (isNew) continue;
-      throw SettingError(output + ": two maps would have this name, of " + jobTitle(*found->second) + " and of " +
-                         jobTitle(job) + "; put {name}, {frame}, {index} or {size} into it");
+      throw SettingError(output + ": two maps would have this name, of " + jobTitle(*found->second) +
+                         " and of " + jobTitle(job) + "; put {name}, {frame}, {index} or {size} into it");
     }
   }
 }

@@ -56,9 +56,7 @@ class Outputs {
     options.exposureStops = exposureStops;
     options.software = options_.software;
     if (options_.progress)
-      options.progress = [&](float amount) {
-        options_.progress(phase.c_str(), static_cast<double>(amount));
-      };
+      options.progress = [&](float amount) { options_.progress(phase.c_str(), static_cast<double>(amount)); };
     const ClampLoss loss = writeMap(map, file, format, options);
     if (loss.pixels == 0 || !options_.tell) return;
     const float limit = *limitOf(format, options);
@@ -69,12 +67,11 @@ class Outputs {
   /// there is one.
   static std::string lossText(const ClampLoss& loss, float limit, bool ofHalves) {
     char text[200];
-    std::snprintf(text, sizeof text,
-                  "%lld %s above %.6g %s clamped (largest %.3g): %.3g %% of the light is lost%s",
-                  static_cast<long long>(loss.pixels), loss.pixels == 1 ? "pixel" : "pixels",
-                  static_cast<double>(limit), loss.pixels == 1 ? "was" : "were",
-                  static_cast<double>(loss.largest), 100 * loss.lightShare,
-                  ofHalves ? "; write floats without --half" : "");
+    std::snprintf(
+        text, sizeof text, "%lld %s above %.6g %s clamped (largest %.3g): %.3g %% of the light is lost%s",
+        static_cast<long long>(loss.pixels), loss.pixels == 1 ? "pixel" : "pixels",
+        static_cast<double>(limit), loss.pixels == 1 ? "was" : "were", static_cast<double>(loss.largest),
+        100 * loss.lightShare, ofHalves ? "; write floats without --half" : "");
     return text;
   }
 
@@ -91,8 +88,8 @@ void turn(hdri::EnvImage& map, const JobOptions& options) {
   // OpenEXR's is always interpolated: its samples lie elsewhere.
   if (layout != Layout::openexr && !movesWholeColumns(layout, map.width) && options.tell)
     options.tell("--layout " + std::string(nameOf(layout)) + ": the columns are interpolated, " +
-                 "because the width " + std::to_string(map.width) + " is not a multiple of " +
-                 (layout == Layout::pbrt ? "2" : "4"),
+                     "because the width " + std::to_string(map.width) + " is not a multiple of " +
+                     (layout == Layout::pbrt ? "2" : "4"),
                  false);
   toLayout(map, layout);
 }
@@ -131,7 +128,7 @@ std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene,
 
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options) {
   Outputs outputs(job, options);
-  const std::shared_ptr<hdri::EnvImage> map = 
+  const std::shared_ptr<hdri::EnvImage> map =
       paintShown(session, scene, paintOptions(job, options), options.allowFallback, options.tell);
   if (options.last) session.forgetBackground();
   const MapLight light = options.measure ? lightOf(*map) : MapLight{};

@@ -37,7 +37,7 @@ struct JobOptions {
   std::string software = {};       ///< name and version of the program, for the files' headers
   bool allowFallback = false;      ///< write maps where something missing is painted as a visible colour
   bool measure = false;            ///< whether the light of the map is wanted
-  bool last = false;               ///< no other job follows: the background is not kept while files are written
+  bool last = false;  ///< no other job follows: the background is not kept while files are written
 
   /// Hears of the phase of the work and the amount done in it, 0 to 1; as in PaintOptions. May be empty.
   std::function<void(const char* phase, double amount)> progress = {};

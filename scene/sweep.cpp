@@ -91,7 +91,8 @@ Sweep parseSweep(std::string_view text) {
       sweep.values.push_back(numberValue(value));
     return sweep;
   }
-  for (const std::string_view value : split(values, ',')) sweep.values.push_back(settingValue(value, sweep.path));
+  for (const std::string_view value : split(values, ','))
+    sweep.values.push_back(settingValue(value, sweep.path));
   return sweep;
 }
 
@@ -111,9 +112,10 @@ std::vector<double> parseFrames(std::string_view text) {
       }
     }
     if (!from || !to || !step || *step < 1 || *to < *from || !part.empty())
-      throw SettingError("\"" + whole + "\" are no frames; allowed: FROM-TO, FROM-TOxSTEP, such as 1-240 or 1-240x2");
-    const std::vector<double> more = range("\"" + whole + "\"", static_cast<double>(*from), static_cast<double>(*to),
-                                           static_cast<double>(*step));
+      throw SettingError("\"" + whole +
+                         "\" are no frames; allowed: FROM-TO, FROM-TOxSTEP, such as 1-240 or 1-240x2");
+    const std::vector<double> more = range("\"" + whole + "\"", static_cast<double>(*from),
+                                           static_cast<double>(*to), static_cast<double>(*step));
     frames.insert(frames.end(), more.begin(), more.end());
     if (frames.size() > kMostMaps)
       throw SettingError("\"" + whole + "\": more than " + std::to_string(kMostMaps) + " frames");

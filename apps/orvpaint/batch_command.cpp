@@ -2,7 +2,6 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <istream>
 #include <string>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "run_jobs.h"
 #include "scene/Job.h"
 #include "scene/SceneErrors.h"
+#include "scene/paint_job.h"
 #include "scene/sweep.h"
 
 namespace orvpaint {
@@ -71,6 +71,11 @@ ExitStatus batch(const BatchArguments& arguments) {
   }
   if (jobs.empty()) return done;
   nameOutputs(jobs, arguments);
+  for (const scene::Job& job : jobs) {
+    if (arguments.usd.empty() || !scene::firstOfFloats(job.outputs).empty()) continue;
+    printMessage("--usd: " + job.outputs.front() + " holds no floats for the light to show");
+    return callIsWrong;
+  }
   return runJobs(std::move(jobs), arguments);
 }
 

@@ -23,11 +23,22 @@ namespace {
 namespace scene = orv::scene;
 using Status = scene::JobOutcome::Status;
 
-bool isThere(const scene::Job& job) {
-  return std::all_of(job.outputs.begin(), job.outputs.end(), [](const std::string& path) {
-    std::error_code error;
-    return std::filesystem::is_regular_file(path, error);
-  });
+/// A job, its number among all of the call, and where its dome light goes.
+struct Numbered {
+  scene::Job job;
+  std::size_t index = 0;
+  std::string usd = {};  ///< empty: nowhere
+};
+
+bool isThere(const std::string& path) {
+  std::error_code error;
+  return std::filesystem::is_regular_file(path, error);
+}
+
+bool isThere(const Numbered& each) {
+  return std::all_of(each.job.outputs.begin(), each.job.outputs.end(),
+                     [](const std::string& path) { return isThere(path); }) &&
+         (each.usd.empty() || isThere(each.usd));
 }
 
 /// The light of a map that is there; none when it can not be read, or is a preview.
@@ -64,14 +75,15 @@ class JobRun {
     options_.tell = tellUnless(arguments.quiet);
   }
 
-  scene::JobOutcome paint(const scene::Job& job, std::size_t index) {
+  scene::JobOutcome paint(const Numbered& each) {
+    const scene::Job& job = each.job;
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     scene::JobOutcome outcome;
     try {
       const scene::Scene read = scenes_.read(job);
-      if (!session_) session_ = std::make_unique<scene::Session>(arguments_.painter);
-      if (!arguments_.usd.empty()) options_.usd = scene::expandName(arguments_.usd, job, index, scenes_);
+      if (!session_) session_ = std::make_unique<scene::Session>(arguments_.painter, hostOptions());
+      options_.usd = each.usd;
       options_.last = done_ + 1 == count_;
       const scene::MapLight light = scene::paintJob(*session_, read, job, options_);
       outcome.status = Status::painted;
@@ -104,6 +116,13 @@ class JobRun {
   }
 
  private:
+  orvScene_options hostOptions() const {
+    orvScene_options options;
+    // One paint needs no picture twice: its pixels go when the map has them.
+    if (count_ == 1) options.imageCacheBytes = 0;
+    return options;
+  }
+
   void fail(const scene::Job& job, const std::string& reason, ExitStatus status) {
     printMessage(single_ ? reason : job.outputs.front() + ": not painted: " + reason);
     ++failed_;
@@ -116,7 +135,8 @@ class JobRun {
       for (const std::string& line : errors.lines()) printLine(line);
     lastErrors_ = errors.what();
     if (!single_)
-      printMessage(job.outputs.front() + ": not painted: its scene has " + (again ? "the same errors" : "errors"));
+      printMessage(job.outputs.front() + ": not painted: its scene has " +
+                   (again ? "the same errors" : "errors"));
     ++failed_;
     status_ = std::max(status_, callIsWrong);
   }
@@ -134,18 +154,18 @@ class JobRun {
   ExitStatus status_ = orvpaint::done;
 };
 
-/// A job and its number among all of the call.
-struct Numbered {
-  scene::Job job;
-  std::size_t index;
-};
-
 /// The part of the jobs that the call paints, in one piece, so that jobs of one background stay together.
-std::vector<Numbered> partOf(std::vector<scene::Job> jobs, const Shard& shard) {
+std::vector<Numbered> partOf(std::vector<scene::Job> jobs, const MapArguments& arguments) {
+  const Shard& shard = arguments.shard;
+  scene::JobScenes scenes;
   const std::size_t begin = jobs.size() * (shard.number - 1) / shard.count;
   const std::size_t end = jobs.size() * shard.number / shard.count;
   std::vector<Numbered> part;
-  for (std::size_t i = begin; i < end; ++i) part.push_back({std::move(jobs[i]), i});
+  for (std::size_t i = begin; i < end; ++i) {
+    part.push_back({std::move(jobs[i]), i});
+    if (!arguments.usd.empty())
+      part.back().usd = scene::expandName(arguments.usd, part.back().job, i, scenes);
+  }
   return part;
 }
 
@@ -173,12 +193,12 @@ void nameOutputs(std::vector<scene::Job>& jobs, const MapArguments& arguments) {
 
 ExitStatus runJobs(std::vector<scene::Job> jobs, const MapArguments& arguments) {
   const bool single = jobs.size() == 1;
-  if (!single) checkNames(jobs, arguments);
-  std::vector<Numbered> wanted = partOf(std::move(jobs), arguments.shard);
+  checkNames(jobs, arguments);
+  std::vector<Numbered> wanted = partOf(std::move(jobs), arguments);
   std::vector<Numbered> skipped;
   if (arguments.skipExisting) {
     const auto rest = std::stable_partition(wanted.begin(), wanted.end(),
-                                            [](const Numbered& each) { return isThere(each.job); });
+                                            [](const Numbered& each) { return isThere(each); });
     skipped.assign(std::make_move_iterator(wanted.begin()), std::make_move_iterator(rest));
     wanted.erase(wanted.begin(), rest);
   }
@@ -196,11 +216,12 @@ ExitStatus runJobs(std::vector<scene::Job> jobs, const MapArguments& arguments) 
     manifest = std::make_unique<scene::Manifest>(arguments.manifest, arguments.skipExisting, anew);
     for (const Numbered& each : skipped)
       if (!manifest->has(each.job))
-        manifest->add(each.job, {.status = Status::skipped, .light = lightOfFile(each.job, arguments.layout)});
+        manifest->add(each.job,
+                      {.status = Status::skipped, .light = lightOfFile(each.job, arguments.layout)});
   }
   JobRun run(arguments, wanted.size(), single);
   for (const Numbered& each : wanted) {
-    const scene::JobOutcome outcome = run.paint(each.job, each.index);
+    const scene::JobOutcome outcome = run.paint(each);
     if (manifest) manifest->add(each.job, outcome);
   }
   return run.status();

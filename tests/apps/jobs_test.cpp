@@ -56,8 +56,8 @@ TEST(Jobs, SeveralScenesArePaintedUnderTheirNames) {
 TEST(Jobs, ASettingPaintsWhatTheChangedSceneWould) {
   const TestFolder folder;
   const std::string scene = folder.put("s.json", kLitScene);
-  const Outcome run = orvpaint({"paint", scene, "--set", "pins.key.azimuth=30", "--set", "pins[0].radius=9", "-o",
-                                folder / "s.pfm"});
+  const Outcome run = orvpaint(
+      {"paint", scene, "--set", "pins.key.azimuth=30", "--set", "pins[0].radius=9", "-o", folder / "s.pfm"});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(contentsOf(folder / "s.pfm"),
             painted(folder, replaced(replaced(kLitScene, "\"azimuth\": 0", "\"azimuth\": 30"), "20", "9")));
@@ -89,12 +89,11 @@ TEST(Jobs, SweepsMultiply) {
 
 TEST(Jobs, FramesPaintASceneThatMoves) {
   const TestFolder folder;
-  const std::string scene =
-      folder.put("s.json", replaced(kLitScene, "\"azimuth\": 0", R"("azimuth": {"keys": [[1, 170], [5, -170]]})"));
+  const std::string scene = folder.put(
+      "s.json", replaced(kLitScene, "\"azimuth\": 0", R"("azimuth": {"keys": [[1, 170], [5, -170]]})"));
   const Outcome run = orvpaint({"paint", scene, "--frames", "1-5x2", "-o", folder / "{name}.{frame}.pfm"});
   EXPECT_EQ(run.status, 0) << run.err;
-  EXPECT_THAT(folder.names(),
-              UnorderedElementsAre("s.json", "s.0001.pfm", "s.0003.pfm", "s.0005.pfm"));
+  EXPECT_THAT(folder.names(), UnorderedElementsAre("s.json", "s.0001.pfm", "s.0003.pfm", "s.0005.pfm"));
   for (const auto& [frame, azimuth] : {std::pair{"1", "170"}, {"3", "180"}, {"5", "-170"}})
     EXPECT_EQ(contentsOf(folder / ("s.000" + std::string(frame) + ".pfm")),
               painted(folder, replaced(kLitScene, "\"azimuth\": 0", "\"azimuth\": " + std::string(azimuth))))
@@ -104,20 +103,22 @@ TEST(Jobs, FramesPaintASceneThatMoves) {
 TEST(Jobs, AFailureIsNamedAndTheOthersArePainted) {
   const TestFolder folder;
   const std::string scene = folder.put("s.json", kLitScene);
-  const Outcome run = orvpaint({"paint", scene, folder / "none.json", "--sweep", "pins.key.radius=5,-4,6", "-o",
-                                folder / "{index}.pfm"});
+  const Outcome run = orvpaint({"paint", scene, folder / "none.json", "--sweep", "pins.key.radius=5,-4,6",
+                                "-o", folder / "{index}.pfm"});
   EXPECT_EQ(run.status, 2);
   EXPECT_THAT(folder.names(), UnorderedElementsAre("s.json", "0000.pfm", "0002.pfm"));
   EXPECT_THAT(run.err, HasSubstr("s.json: pins[0].radius: -4 is not above 0"));
-  EXPECT_THAT(run.err, HasSubstr("orvpaint: " + (folder / "0001.pfm") + ": not painted: its scene has errors\n"));
-  EXPECT_THAT(run.err, HasSubstr("0003.pfm: not painted: " + (folder / "none.json") + ": cannot be read: No such file"));
+  EXPECT_THAT(run.err,
+              HasSubstr("orvpaint: " + (folder / "0001.pfm") + ": not painted: its scene has errors\n"));
+  EXPECT_THAT(run.err, HasSubstr("0003.pfm: not painted: " + (folder / "none.json") +
+                                 ": cannot be read: No such file"));
   EXPECT_THAT(run.err, HasSubstr("orvpaint: 4 of 6 maps are not painted\n"));
 }
 
 TEST(Jobs, AMissingPictureFailsOneMapAlone) {
   const TestFolder folder;
-  const std::string bad =
-      folder.put("bad.json", R"({"version": 1, "size": [8, 4], "background": {"type": "image", "path": "none.exr"}})");
+  const std::string bad = folder.put(
+      "bad.json", R"({"version": 1, "size": [8, 4], "background": {"type": "image", "path": "none.exr"}})");
   const std::string good = folder.put("good.json", kColorScene);
   const Outcome run = orvpaint({"paint", bad, good, "-o", folder / "{name}.pfm"});
   EXPECT_EQ(run.status, 3);
@@ -159,8 +160,8 @@ TEST(Jobs, WrongSweepsFramesNamesAndShardsEndTheCall) {
 TEST(Jobs, ADryRunPrintsTheLinesThatBatchPaints) {
   const TestFolder folder;
   const std::string scene = folder.put("s.json", kLitScene);
-  const std::vector<std::string> call{"paint", scene,   "--sweep", "pins.key.azimuth=0,45", "--size",
-                                      "32x16", "-o",    folder / "{index}.pfm"};
+  const std::vector<std::string> call{"paint",  scene,   "--sweep", "pins.key.azimuth=0,45",
+                                      "--size", "32x16", "-o",      folder / "{index}.pfm"};
   std::vector<std::string> dryCall = call;
   dryCall.push_back("--dry-run");
   const Outcome dry = orvpaint(dryCall);
@@ -168,7 +169,9 @@ TEST(Jobs, ADryRunPrintsTheLinesThatBatchPaints) {
   EXPECT_THAT(folder.names(), ElementsAre("s.json"));
   const std::vector<Json> lines = linesOf(dry.out);
   ASSERT_EQ(lines.size(), 2u);
-  EXPECT_EQ(lines[1], (Json{{"scene", scene}, {"set", {{"pins.key.azimuth", 45}}}, {"size", {32, 16}},
+  EXPECT_EQ(lines[1], (Json{{"scene", scene},
+                            {"set", {{"pins.key.azimuth", 45}}},
+                            {"size", {32, 16}},
                             {"output", folder / "0001.pfm"}}));
   EXPECT_EQ(orvpaint(call).status, 0);
   const std::string first = contentsOf(folder / "0000.pfm"), second = contentsOf(folder / "0001.pfm");
@@ -202,12 +205,14 @@ TEST(Jobs, BatchReadsStandardInput) {
 TEST(Jobs, WrongJobLinesAreAllNamedAndNothingIsPainted) {
   const TestFolder folder;
   const std::string scene = folder.put("s.json", kLitScene);
-  const std::string jobs = folder.put(
-      "jobs.jsonl", Json{{"scene", scene}, {"output", folder / "a.pfm"}}.dump() + "\n{\"scene\": 1}\n" +
-                        Json{{"scene", scene}, {"output", "a.gif"}}.dump() + "\n" + Json{{"scene", scene}}.dump());
+  const std::string jobs =
+      folder.put("jobs.jsonl", Json{{"scene", scene}, {"output", folder / "a.pfm"}}.dump() +
+                                   "\n{\"scene\": 1}\n" + Json{{"scene", scene}, {"output", "a.gif"}}.dump() +
+                                   "\n" + Json{{"scene", scene}}.dump());
   const Outcome run = orvpaint({"batch", jobs});
   EXPECT_EQ(run.status, 2);
-  EXPECT_THAT(run.err, HasSubstr(jobs + ":2: scene: 1 found; allowed: the path of a scene in quotes, a scene\n"));
+  EXPECT_THAT(run.err,
+              HasSubstr(jobs + ":2: scene: 1 found; allowed: the path of a scene in quotes, a scene\n"));
   EXPECT_THAT(run.err, HasSubstr(jobs + ":3: output: \"a.gif\" has no ending that names a format"));
   EXPECT_THAT(run.err, HasSubstr(jobs + ":4: output: missing"));
   EXPECT_THAT(folder.names(), UnorderedElementsAre("s.json", "jobs.jsonl"));
@@ -239,8 +244,8 @@ TEST(Jobs, WhatIsThereIsSkipped) {
   const TestFolder folder;
   const std::string scene = folder.put("s.json", kLitScene);
   folder.put("0001.pfm", "kept");
-  const Outcome run = orvpaint({"paint", scene, "--sweep", "pins.key.azimuth=0:2", "-o", folder / "{index}.pfm",
-                                "--skip-existing", "--manifest", folder / "m.jsonl"});
+  const Outcome run = orvpaint({"paint", scene, "--sweep", "pins.key.azimuth=0:2", "-o",
+                                folder / "{index}.pfm", "--skip-existing", "--manifest", folder / "m.jsonl"});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(contentsOf(folder / "0001.pfm"), "kept");
   std::map<std::string, std::string> status;
@@ -255,20 +260,24 @@ TEST(Jobs, ShardsPaintEachMapOnce) {
   const std::string scene = folder.put("s.json", kLitScene);
   std::vector<std::string> all;
   for (int shard = 1; shard <= 3; ++shard) {
-    const Outcome run = orvpaint({"paint", scene, "--sweep", "pins.key.azimuth=0:9", "-o", folder / "{index}.pfm",
-                                  "--shard", std::to_string(shard) + "/3", "--dry-run"});
+    const Outcome run =
+        orvpaint({"paint", scene, "--sweep", "pins.key.azimuth=0:9", "-o", folder / "{index}.pfm", "--shard",
+                  std::to_string(shard) + "/3", "--dry-run"});
     EXPECT_EQ(run.status, 0) << run.err;
-    for (const Json& line : linesOf(run.out)) all.push_back(fs::path(line["output"].get<std::string>()).stem());
+    for (const Json& line : linesOf(run.out))
+      all.push_back(fs::path(line["output"].get<std::string>()).stem());
   }
-  EXPECT_THAT(all, ElementsAre("0000", "0001", "0002", "0003", "0004", "0005", "0006", "0007", "0008", "0009"));
+  EXPECT_THAT(all,
+              ElementsAre("0000", "0001", "0002", "0003", "0004", "0005", "0006", "0007", "0008", "0009"));
 }
 
 TEST(Jobs, ARunThatIsKilledLeavesWholeFilesAndASecondFinishesTheRest) {
   const TestFolder folder;
   const std::string scene = folder.put("s.json", kLitScene);
   const auto call = [&](const std::string& out) {
-    return std::vector<std::string>{"paint", scene, "--sweep", "pins.key.azimuth=0:59", "--size", "128x64", "-o",
-                                    out + "/{index}.exr", "--skip-existing", "--manifest", out + ".jsonl"};
+    return std::vector<std::string>{"paint",           scene,        "--sweep",     "pins.key.azimuth=0:59",
+                                    "--size",          "128x64",     "-o",          out + "/{index}.exr",
+                                    "--skip-existing", "--manifest", out + ".jsonl"};
   };
   fs::create_directory(folder / "whole");
   fs::create_directory(folder / "killed");
@@ -316,8 +325,15 @@ TEST(Jobs, ARunThatIsKilledLeavesWholeFilesAndASecondFinishesTheRest) {
 TEST(Jobs, ALineOfTheManifestThatIsNotWholeIsDropped) {
   const TestFolder folder;
   const std::string scene = folder.put("s.json", kLitScene);
-  const std::vector<std::string> call{"paint", scene, "--sweep", "pins.key.azimuth=0:2", "-o", folder / "{index}.pfm",
-                                      "--skip-existing", "--manifest", folder / "m.jsonl"};
+  const std::vector<std::string> call{"paint",
+                                      scene,
+                                      "--sweep",
+                                      "pins.key.azimuth=0:2",
+                                      "-o",
+                                      folder / "{index}.pfm",
+                                      "--skip-existing",
+                                      "--manifest",
+                                      folder / "m.jsonl"};
   ASSERT_EQ(orvpaint(call).status, 0);
   const std::string text = contentsOf(folder / "m.jsonl");
   folder.put("m.jsonl", text.substr(0, text.size() - 20));
@@ -325,7 +341,8 @@ TEST(Jobs, ALineOfTheManifestThatIsNotWholeIsDropped) {
   ASSERT_EQ(orvpaint(call).status, 0);
   std::vector<std::string> status;
   for (const Json& line : linesOf(contentsOf(folder / "m.jsonl"))) status.push_back(line["status"]);
-  EXPECT_THAT(status, ElementsAre("painted", "skipped", "painted")) << "the second map, the third, the first anew";
+  EXPECT_THAT(status, ElementsAre("painted", "skipped", "painted"))
+      << "the second map, the third, the first anew";
 }
 
 }  // namespace

@@ -23,7 +23,8 @@ std::string errorOfJob(const std::string& line) {
 
 TEST(Job, HoldsWhatItsLineSays) {
   const Job job = parseJob(R"({"scene": "a/studio.json", "set": {"pins.key.azimuth": 30, "smoothing": false},
-      "frame": 12, "size": [64, 32], "output": ["a.exr", "a.png"], "values": {"id": [1, "x"]}})", "");
+      "frame": 12, "size": [64, 32], "output": ["a.exr", "a.png"], "values": {"id": [1, "x"]}})",
+                           "");
   EXPECT_EQ(job.scene, "a/studio.json");
   ASSERT_EQ(job.set.size(), 2u);
   EXPECT_EQ(job.set[0].path, "pins.key.azimuth");
@@ -35,20 +36,23 @@ TEST(Job, HoldsWhatItsLineSays) {
 }
 
 TEST(Job, ItsTextIsALineThatReadsBack) {
-  for (const std::string line : {
-           R"({"scene":"s.json","output":"a.exr"})",
-           R"({"scene":"s.json","set":{"pins.key.azimuth":-0.5,"size":[1,2]},"frame":1.5,"size":[4,2],"output":["a.exr","b.png"]})",
-           R"({"scene":{"version":1,"background":{"type":"gradient"}},"values":{"b":1,"a":{"c":null}}})"}) {
+  for (
+      const std::string line :
+      {R"({"scene":"s.json","output":"a.exr"})",
+       R"({"scene":"s.json","set":{"pins.key.azimuth":-0.5,"size":[1,2]},"frame":1.5,"size":[4,2],"output":["a.exr","b.png"]})",
+       R"({"scene":{"version":1,"background":{"type":"gradient"}},"values":{"b":1,"a":{"c":null}}})"}) {
     EXPECT_EQ(jobText(parseJob(line, "")), line);
   }
 }
 
 TEST(Job, WhatIsWrongNamesLineAndPlace) {
   EXPECT_EQ(errorOfJob(R"({"scen": "a"})"),
-            "jobs.jsonl:3: scen: not a key of a job (did you mean \"scene\"?); allowed: scene, set, frame, size, output, values");
+            "jobs.jsonl:3: scen: not a key of a job (did you mean \"scene\"?); allowed: scene, set, frame, "
+            "size, output, values");
   EXPECT_EQ(errorOfJob("{}"), "jobs.jsonl:3: scene: missing; required: the path of a scene, or a scene");
   EXPECT_EQ(errorOfJob("[]"), "jobs.jsonl:3: job: an array of 0 found; allowed: an object, a job");
-  EXPECT_THAT(errorOfJob(R"({"scene": "a", "size": [0, 3]})"), HasSubstr("jobs.jsonl:3: size: an array of 2 found; allowed: [width, height]"));
+  EXPECT_THAT(errorOfJob(R"({"scene": "a", "size": [0, 3]})"),
+              HasSubstr("jobs.jsonl:3: size: an array of 2 found; allowed: [width, height]"));
   EXPECT_THAT(errorOfJob(R"({"scene": "a", "output": []})"), HasSubstr("jobs.jsonl:3: output: "));
   EXPECT_THAT(errorOfJob(R"({"scene": "a", "set": [], "frame": "x", "values": 1})"),
               ::testing::AllOf(HasSubstr(": set: "), HasSubstr(": frame: "), HasSubstr(": values: ")));
@@ -56,7 +60,9 @@ TEST(Job, WhatIsWrongNamesLineAndPlace) {
 }
 
 TEST(Job, ASceneInTheLineIsRead) {
-  const Job job = parseJob(R"({"scene": {"version": 1, "background": {"type": "color", "color": [1, 1, 1]}}, "set": {"size": [6, 3]}})", "");
+  const Job job = parseJob(
+      R"({"scene": {"version": 1, "background": {"type": "color", "color": [1, 1, 1]}}, "set": {"size": [6, 3]}})",
+      "");
   EXPECT_EQ(JobScenes().read(job).size, (MapSize{6, 3}));
 }
 
@@ -101,8 +107,8 @@ TEST(Frames, AreReadAsRanges) {
 }
 
 TEST(Sweep, SeveralMultiplyAndFramesChangeFastest) {
-  const std::vector<Job> jobs = multiply({parseJob(R"({"scene": "s.json"})", "")},
-                                         {parseSweep("a=1,2"), parseSweep("b=3,4")}, {7, 8});
+  const std::vector<Job> jobs =
+      multiply({parseJob(R"({"scene": "s.json"})", "")}, {parseSweep("a=1,2"), parseSweep("b=3,4")}, {7, 8});
   std::vector<std::string> lines;
   for (const Job& job : jobs) lines.push_back(jobText(job));
   EXPECT_THAT(lines, ElementsAre(R"({"scene":"s.json","set":{"a":1,"b":3},"frame":7})",
@@ -134,7 +140,8 @@ TEST(OutputNames, WordsStandForTheJobs) {
 }
 
 TEST(OutputNames, TheSizeIsTheScenesOwnWhereNoneIsGiven) {
-  const std::string scene = R"({"scene": {"version": 1, "size": [8, 4], "background": {"type": "gradient"}}})";
+  const std::string scene =
+      R"({"scene": {"version": 1, "size": [8, 4], "background": {"type": "gradient"}}})";
   EXPECT_EQ(nameOf("{name}{size}", scene), "scene8x4");
 }
 

@@ -24,7 +24,8 @@ const std::string kExamples = ORVHDRI_SOURCE_DIR "/examples";
 
 /// What a new painter with a new host paints.
 PaintResult paintFresh(const Scene& scene, const PaintOptions& options) {
-  const std::unique_ptr<orvScene, decltype(&orv_scene_destroy)> host(orv_scene_create({}), &orv_scene_destroy);
+  const std::unique_ptr<orvScene, decltype(&orv_scene_destroy)> host(orv_scene_create({}),
+                                                                     &orv_scene_destroy);
   const PainterPointer painter = PainterLibrary().create();
   return paintScene(scene, *painter, host.get(), options);
 }
@@ -98,8 +99,9 @@ class Editor {
     return std::vector<std::string>{"venice.exr", "forest.exr", "studio.exr", "missing.exr"}[below(4)];
   }
   GradientPaint gradient() {
-    return {{{.position = 0, .r = within(0, 1), .g = 1, .b = 0}, {.position = within(0.2f, 1), .r = 1, .g = 0}},
-            adjustments()};
+    return {
+        {{.position = 0, .r = within(0, 1), .g = 1, .b = 0}, {.position = within(0.2f, 1), .r = 1, .g = 0}},
+        adjustments()};
   }
 
   void newBackground() {
@@ -111,8 +113,8 @@ class Editor {
         scene.background.paint = gradient();
         return;
       case 2:
-        scene.background.paint =
-            ImageBackground{picture(), adjustments(), mapChanges(), below(2) == 0 ? Layout::native : Layout::usd};
+        scene.background.paint = ImageBackground{picture(), adjustments(), mapChanges(),
+                                                 below(2) == 0 ? Layout::native : Layout::usd};
         return;
       default: {
         SunSkyBackground sky{{}, adjustments(), mapChanges()};
@@ -171,7 +173,8 @@ class Editor {
     pin.half = below(5) == 0;
     pin.fill.mode = static_cast<hdri::BlendMode>(below(4));
     if (below(2) == 0)
-      pin.shape = CircleShape{within(1, 180), below(2) == 0 ? hdri::Falloff::solid : hdri::Falloff::circleCosine};
+      pin.shape =
+          CircleShape{within(1, 180), below(2) == 0 ? hdri::Falloff::solid : hdri::Falloff::circleCosine};
     else
       pin.shape = RectShape{within(1, 89), within(1, 89), below(2) == 0 ? 0.0f : within(0, 20),
                             below(2) == 0 ? hdri::Falloff::solid : hdri::Falloff::rectBoxEdge};
@@ -217,13 +220,15 @@ TEST_F(SessionPhases, TheSkyIsNotRenderedAgainWhileItIsTheSame) {
   EXPECT_THAT(phasesOf(withBackground(kSky)), Contains("Sun & Sky"));
   EXPECT_THAT(phasesOf(withBackground(kSky)), Not(Contains("Sun & Sky")));
   const std::string pin = "{" + kCircle + R"(, "fill": )" + kWhite + "}";
-  EXPECT_THAT(phasesOf(withBackground(kSky, ", \"pins\": [" + pin + "]")), testing::ElementsAre("Painting Pins"));
+  EXPECT_THAT(phasesOf(withBackground(kSky, ", \"pins\": [" + pin + "]")),
+              testing::ElementsAre("Painting Pins"));
 }
 
 TEST_F(SessionPhases, AnotherBackgroundSizeOrQualityIsPreparedAnew) {
   phasesOf(withBackground(kSky));
   EXPECT_THAT(phasesOf(withBackground(R"({"type": "sunSky", "blur": 4})")), Contains("Blur"));
-  EXPECT_THAT(phasesOf(withBackground(R"({"type": "sunSky", "blur": 4})"), MapSize{32, 16}), Contains("Blur"));
+  EXPECT_THAT(phasesOf(withBackground(R"({"type": "sunSky", "blur": 4})"), MapSize{32, 16}),
+              Contains("Blur"));
   EXPECT_THAT(phasesOf(withBackground(R"({"type": "sunSky", "blur": 4})", R"(, "quality": "plain")"),
                        MapSize{32, 16}),
               Contains("Blur"));

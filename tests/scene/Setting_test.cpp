@@ -10,9 +10,9 @@ namespace {
 
 using ::testing::HasSubstr;
 
-const std::string kTwoPins = withBackground(
-    kWhite, R"(, "pins": [{"name": "key", )" + kCircle + R"(, "fill": )" + kWhite +
-                R"(}, {"name": "a.b", )" + kRect + R"(, "fill": )" + kWhite + "}]");
+const std::string kTwoPins =
+    withBackground(kWhite, R"(, "pins": [{"name": "key", )" + kCircle + R"(, "fill": )" + kWhite +
+                               R"(}, {"name": "a.b", )" + kRect + R"(, "fill": )" + kWhite + "}]");
 
 /// The scene of two pins after settings `PATH=VALUE`.
 Scene sceneWith(const std::vector<std::string>& settings) {
@@ -40,7 +40,8 @@ TEST(Setting, NamesAnItemByItsNumberOrItsName) {
 }
 
 TEST(Setting, AddsWhatIsMissing) {
-  const Scene scene = sceneWith({"background.type=sunSky", "background.rotation.azimuth=90", "smoothing=false"});
+  const Scene scene =
+      sceneWith({"background.type=sunSky", "background.rotation.azimuth=90", "smoothing=false"});
   EXPECT_EQ(scene.smoothing, false);
   EXPECT_EQ(sceneWith({"pins.key.enabled=false"}).pins[0].enabled, false);
 }
@@ -49,7 +50,8 @@ TEST(Setting, TakesAnyValue) {
   EXPECT_EQ(sceneWith({"size=[64, 32]"}).size, (MapSize{64, 32}));
   EXPECT_EQ(sceneWith({R"(background={"type": "color", "color": [1, 2, 3]})"}).background.paint,
             decltype(Background::paint)(ColorPaint{{1, 2, 3}, 1}));
-  EXPECT_EQ(sceneWith({"pins.key.fill.mode=add"}).pins[0].fill.mode, hdri::BlendMode::add) << "without quotes";
+  EXPECT_EQ(sceneWith({"pins.key.fill.mode=add"}).pins[0].fill.mode, hdri::BlendMode::add)
+      << "without quotes";
   EXPECT_EQ(sceneWith({"pins.key.name=a=b"}).pins[0].name, "a=b") << "only the first = divides";
 }
 
@@ -58,14 +60,18 @@ TEST(Setting, TheLastOneStands) {
 }
 
 TEST(Setting, IsCheckedLikeTheSceneItself) {
-  EXPECT_EQ(errorWith("pins.key.radius=-4"), "s.json: pins[0].radius: -4 is not above 0; allowed: above 0 and at most 180");
-  EXPECT_THAT(errorWith("pins.key.azimth=4"), HasSubstr("s.json: pins[0].azimth: not a key of a circle pin (did you mean \"azimuth\"?)"));
-  EXPECT_THAT(errorWith("pins.key.radius=wide"), HasSubstr("s.json: pins[0].radius: \"wide\" found; allowed: a number"));
+  EXPECT_EQ(errorWith("pins.key.radius=-4"),
+            "s.json: pins[0].radius: -4 is not above 0; allowed: above 0 and at most 180");
+  EXPECT_THAT(errorWith("pins.key.azimth=4"),
+              HasSubstr("s.json: pins[0].azimth: not a key of a circle pin (did you mean \"azimuth\"?)"));
+  EXPECT_THAT(errorWith("pins.key.radius=wide"),
+              HasSubstr("s.json: pins[0].radius: \"wide\" found; allowed: a number"));
 }
 
 TEST(Setting, APathThatLeadsNowhereIsNamed) {
   EXPECT_EQ(errorWith("pins.kay.azimuth=1"),
-            "s.json: pins.kay.azimuth: nothing in pins is named \"kay\" (did you mean \"key\"?); allowed: key, a.b");
+            "s.json: pins.kay.azimuth: nothing in pins is named \"kay\" (did you mean \"key\"?); allowed: "
+            "key, a.b");
   EXPECT_EQ(errorWith("pins[2].azimuth=1"), "s.json: pins[2].azimuth: pins has 2 items, numbered from 0");
   EXPECT_EQ(errorWith("version.major=1"), "s.json: version.major: version is 1 and has no keys");
   EXPECT_EQ(errorWith("version[0]=1"), "s.json: version[0]: version is 1 and has no items");
@@ -79,9 +85,11 @@ TEST(Setting, TwoItemsOfOneNameAreToldApartByNumbersAlone) {
 }
 
 TEST(Setting, WhatIsNoSettingIsSaidToBeNone) {
-  for (const char* text : {"", "=1", "a", "pins[", "pins[1", "pins[x]=1", "pins[1]x=1", "a..b=1", "[0", "pins[-1]=2", "a.=1"})
+  for (const char* text :
+       {"", "=1", "a", "pins[", "pins[1", "pins[x]=1", "pins[1]x=1", "a..b=1", "[0", "pins[-1]=2", "a.=1"})
     EXPECT_THROW(splitSetting(text), SettingError) << text;
-  for (const char* text : {"", " ", "[1, 2", "{", "\"a"}) EXPECT_THROW(settingValue(text, "a"), SettingError) << text;
+  for (const char* text : {"", " ", "[1, 2", "{", "\"a"})
+    EXPECT_THROW(settingValue(text, "a"), SettingError) << text;
 }
 
 }  // namespace

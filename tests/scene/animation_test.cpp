@@ -14,7 +14,8 @@ using ::testing::HasSubstr;
 
 /// The azimuth and the radius of a pin at a frame, given as values of a scene.
 ScenePin pinAt(double frame, const std::string& azimuth, const std::string& radius = "5") {
-  const std::string pin = R"("shape": "circle", "elevation": 0, "azimuth": )" + azimuth + R"(, "radius": )" + radius;
+  const std::string pin =
+      R"("shape": "circle", "elevation": 0, "azimuth": )" + azimuth + R"(, "radius": )" + radius;
   return SceneDocument(withPin(pin, kWhite), "s.json").read(frame).pins[0];
 }
 float radiusAt(double frame, const std::string& radius) {
@@ -54,7 +55,8 @@ TEST(Animation, SmoothKeysPassAStraightMiddleStraight) {
 }
 
 TEST(Animation, SmoothKeysDoNotOvershoot) {
-  const std::string keys = R"({"keys": [[0, 1], [1, 2], [2, 179], [3, 180], [9, 1]], "interpolation": "smooth"})";
+  const std::string keys =
+      R"({"keys": [[0, 1], [1, 2], [2, 179], [3, 180], [9, 1]], "interpolation": "smooth"})";
   for (double frame = 0; frame <= 9; frame += 0.01) {
     const double radius = radiusAt(frame, keys);
     ASSERT_GE(radius, 1);
@@ -90,7 +92,8 @@ TEST(Animation, ColorsAndObjectsMoveNumberByNumber) {
 }
 
 TEST(Animation, WordsTakeSteps) {
-  const std::string fill = R"({"type": "color", "color": [1, 1, 1], "mode": {"keys": [[1, "mix"], [5, "add"]]}})";
+  const std::string fill =
+      R"({"type": "color", "color": [1, 1, 1], "mode": {"keys": [[1, "mix"], [5, "add"]]}})";
   const SceneDocument document(withPin(kCircle, fill), "s.json");
   EXPECT_EQ(document.read(4.9).pins[0].fill.mode, hdri::BlendMode::mix);
   EXPECT_EQ(document.read(5).pins[0].fill.mode, hdri::BlendMode::add);
@@ -117,15 +120,18 @@ std::string errorOf(const std::string& azimuth, double frame = 1) {
 
 TEST(Animation, WhatIsWrongNamesThePlace) {
   EXPECT_EQ(errorOf(R"({"keys": []})"),
-            "s.json: frame 1: pins[0].azimuth.keys: an array of 0 found; allowed: [[frame, value], ...], at least one");
+            "s.json: frame 1: pins[0].azimuth.keys: an array of 0 found; allowed: [[frame, value], ...], at "
+            "least one");
   EXPECT_EQ(errorOf(R"({"keys": [[1, 2], [1, 3]]})"),
             "s.json: frame 1: pins[0].azimuth.keys[1][0]: 1 is not above the frame before it");
   EXPECT_EQ(errorOf(R"({"keys": [[1, 2], 3]})"),
             "s.json: frame 1: pins[0].azimuth.keys[1]: 3 found; allowed: [frame, value]");
   EXPECT_EQ(errorOf(R"({"keys": [[1, 2]], "interpolation": "smoth"})"),
-            "s.json: frame 1: pins[0].azimuth.interpolation: \"smoth\" found (did you mean \"smooth\"?); allowed: linear, "
+            "s.json: frame 1: pins[0].azimuth.interpolation: \"smoth\" found (did you mean \"smooth\"?); "
+            "allowed: linear, "
             "smooth, step");
-  EXPECT_THAT(errorOf(R"({"keys": [[1, 2]], "ease": 1})"), HasSubstr("pins[0].azimuth.ease: not a key of a value that changes"));
+  EXPECT_THAT(errorOf(R"({"keys": [[1, 2]], "ease": 1})"),
+              HasSubstr("pins[0].azimuth.ease: not a key of a value that changes"));
 }
 
 TEST(Animation, TheReaderChecksWhatAFrameIs) {
@@ -135,7 +141,8 @@ TEST(Animation, TheReaderChecksWhatAFrameIs) {
 }
 
 TEST(Animation, CheckLooksAtEveryKey) {
-  const std::string pin = R"("shape": "circle", "elevation": 0, "azimuth": 0, "radius": {"keys": [[1, 5], [24, -4]]})";
+  const std::string pin =
+      R"("shape": "circle", "elevation": 0, "azimuth": 0, "radius": {"keys": [[1, 5], [24, -4]]})";
   const SceneDocument document(withPin(pin, kWhite), "s.json");
   EXPECT_NO_THROW(document.read(1));
   EXPECT_THROW(document.check(), SceneErrors);

@@ -81,10 +81,12 @@ TEST(LightColor, GrowsCoolerWithoutJumps) {
 
 TEST(LightColor, StandsInPlaceOfColorsAndTints) {
   const hdri::Rgb warm = lightColor(3200);
-  const auto background = [](const std::string& brush) { return parseScene(withBackground(brush), "s.json").background.paint; };
+  const auto background = [](const std::string& brush) {
+    return parseScene(withBackground(brush), "s.json").background.paint;
+  };
   EXPECT_EQ(std::get<ColorPaint>(background(R"({"type": "color", "temperature": 3200})")).color, warm);
-  const auto tinted = std::get<GradientPaint>(
-      background(R"({"type": "gradient", "temperature": 3200, "stops": [{"position": 0, "temperature": 3200}]})"));
+  const auto tinted = std::get<GradientPaint>(background(
+      R"({"type": "gradient", "temperature": 3200, "stops": [{"position": 0, "temperature": 3200}]})"));
   EXPECT_EQ(tinted.adjustments.tintRed, warm.r);
   EXPECT_EQ(tinted.adjustments.tintBlue, warm.b);
   EXPECT_EQ(tinted.stops[0].g, warm.g);
@@ -103,7 +105,8 @@ TEST(LightColor, IsRefusedBesideAColorAndOutsideOfItsRange) {
 
 TEST(Exposure, DoublesTheBrightnessWithEachStop) {
   const auto brightness = [](const std::string& keys) {
-    const Scene scene = parseScene(withBackground(R"({"type": "color", "color": [1, 1, 1], )" + keys + "}"), "s.json");
+    const Scene scene =
+        parseScene(withBackground(R"({"type": "color", "color": [1, 1, 1], )" + keys + "}"), "s.json");
     return std::get<ColorPaint>(scene.background.paint).brightness;
   };
   EXPECT_EQ(brightness(R"("exposure": 3)"), 8);
@@ -111,7 +114,8 @@ TEST(Exposure, DoublesTheBrightnessWithEachStop) {
   EXPECT_NEAR(brightness(R"("brightness": 3, "exposure": 0.5)"), 3 * std::sqrt(2.0), 1e-6);
   EXPECT_THAT(errorsOf(withBackground(R"({"type": "color", "color": [1, 1, 1], "exposure": 65})")),
               ::testing::HasSubstr("background.exposure: 65 is above 64"));
-  EXPECT_THAT(errorsOf(withBackground(R"({"type": "color", "color": [1, 1, 1], "exposure": 64, "brightness": 1e30})")),
+  EXPECT_THAT(errorsOf(withBackground(
+                  R"({"type": "color", "color": [1, 1, 1], "exposure": 64, "brightness": 1e30})")),
               ::testing::HasSubstr("are not finite as a 32-bit float"));
 }
 
