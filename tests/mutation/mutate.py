@@ -195,10 +195,11 @@ def draw(found, count, seed, named):
     by_file = {}
     for mutant in found:
         by_file.setdefault(mutant.file, []).append(mutant)
-    rng, drawn = random.Random(seed), []
+    drawn = []
     for file in sorted(by_file):
         here = sorted(by_file[file], key=lambda m: (m.start, m.end, m.new))
-        rng.shuffle(here)
+        # Each file has draws of its own, which others do not change.
+        random.Random(f"{seed} {file}").shuffle(here)
         taken = [m for m in named if m.file == file]
         wanted = len(taken) + max(1, round(count * len(here) / len(found)))
         for mutant in here:
@@ -311,10 +312,10 @@ def read_equal(path):
 
 def main():
     options = argparse.ArgumentParser(description=__doc__.split("\n")[0])
-    options.add_argument("--count", type=int, default=360, help="mutants to draw (360)")
+    options.add_argument("--count", type=int, default=420, help="mutants to draw (420)")
     options.add_argument("--seed", type=int, default=1, help="of the draw (1)")
     options.add_argument("--jobs", type=int, default=os.cpu_count(), help="mutants run at once")
-    options.add_argument("--only", default="", help="files whose path contains this")
+    options.add_argument("--only", default="", help="files whose path this regular expression finds")
     given = options.parse_args()
 
     flags = ["-std=c++20", "-Iinclude", "-Isrc", "-I.", "-mavx2", "-mfma"]
@@ -322,10 +323,10 @@ def main():
     if include.exists():
         flags.append(f"-isystem{include}")
     sites = find_sites(flags)
-    found = [m for m in sites.found.values() if given.only in m.file]
-    named = [m for m in read_named(ROOT / "tests/mutation/named.txt", sites.sources) if given.only in m.file]
-    mutants = draw(found, given.count, given.seed, named)
-    print(f"{len(found)} sites; {len(named)} named mutants and {len(mutants) - len(named)} drawn with seed {given.seed}",
+    found = list(sites.found.values())
+    named = [m for m in read_named(ROOT / "tests/mutation/named.txt", sites.sources)]
+    mutants = [m for m in draw(found, given.count, given.seed, named) if re.search(given.only, m.file)]
+    print(f"{len(found)} sites; {len(mutants)} mutants drawn with seed {given.seed}, {len(named)} of all named",
           flush=True)
 
     COPY.mkdir(parents=True, exist_ok=True)
