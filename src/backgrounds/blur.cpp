@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "backgrounds/PaintContext.h"
+#include "backgrounds/SpectralFilter.h"
 #include "backgrounds/symmetric_filter.h"
 #include "maps/row_loop.h"
 #include "simd/transpose.h"
@@ -30,12 +32,13 @@ struct BlockRows {
 /// filtered lines of one block column.
 class Scratch {
  public:
-  Scratch(std::size_t count, std::size_t radius)
+  Scratch(std::size_t count, std::size_t radius, std::size_t points)
       : count_(count),
         radius_(radius),
         lineFloats_(8 * (count + 2 * radius + kFilterOutputs)),
         resultFloats_(8 * (count + kFilterOutputs + 8)),
-        floats_(3 * (kColumns * lineFloats_ + resultFloats_)) {
+        floats_(3 * (kColumns * lineFloats_ + resultFloats_)),
+        points_(points) {
     std::memset(floats_.data(), 0, floats_.size() * sizeof(float));
   }
 
@@ -47,6 +50,9 @@ class Scratch {
   float* result(std::size_t channel) {
     return floats_.data() + 3 * kColumns * lineFloats_ + channel * resultFloats_;
   }
+
+  /// What the spectral filter works on.
+  Complex4* points() { return points_.data(); }
 
   /// Packs the halves of values: the sum of two of them can not overflow.
   void pack(const BlockRows& source, std::uint32_t firstColumn, std::uint32_t columns) {
@@ -76,6 +82,7 @@ class Scratch {
   std::size_t lineFloats_;
   std::size_t resultFloats_;
   AlignedFloats floats_;
+  AlignedArray<Complex4> points_;
 };
 
 /// Writes the filtered lines of one block column as up to eight rows of blocks.
@@ -95,9 +102,6 @@ void storeTransposed(Scratch& scratch, std::size_t count, const BlockRows& desti
   }
 }
 
-/// What happens past the ends of a line.
-enum class Ends { truncated, wrapped };
-
 /// Filters every block column of `source` (its lines have `count` values, one a row) and writes column c as
 /// the rows 8 c to 8 c + 7 of `destination`. `scale`, where not null, has a factor for each value of a line.
 /// `doubled` is twice the half kernel, for lines hold halves; what overflows is the largest finite float.
@@ -106,7 +110,10 @@ template <typename Finish>
 void filterColumns(const BlockRows& source, std::uint32_t count, const BlockRows& destination,
                    const AlignedFloats& doubled, Ends ends, const float* scale, const Finish& finish) {
   const std::size_t radius = doubled.size() - 1;
-  tbb::enumerable_thread_specific<Scratch> scratches([=] { return Scratch(count, radius); });
+  std::optional<SpectralFilter> spectral;
+  if (radius >= SpectralFilter::kLeastRadius) spectral.emplace(doubled, count, ends);
+  tbb::enumerable_thread_specific<Scratch> scratches(
+      [&] { return Scratch(count, radius, spectral ? spectral->points() : 0); });
   forEachRow(source.columns, kColumns, [&](std::uint32_t firstColumn) {
     Scratch& scratch = scratches.local();
     const std::uint32_t columns = std::min(kColumns, source.columns - firstColumn);
@@ -115,11 +122,13 @@ void filterColumns(const BlockRows& source, std::uint32_t count, const BlockRows
       for (std::size_t channel = 0; channel < 3; ++channel) {
         float* line = scratch.line(column, channel);
         float* result = scratch.result(channel);
-        if (ends == Ends::wrapped) scratch.wrap(line);
-        filterLine(line, count, doubled.data(), radius, ends == Ends::truncated, result);
-        if (scale) {
-          for (std::size_t p = 0; p < count; ++p)
-            store(result + 8 * p, load(result + 8 * p) * splat(scale[p]));
+        if (!spectral || !spectral->filter(line, scale, scratch.points(), result)) {
+          if (ends == Ends::wrapped) scratch.wrap(line);
+          filterLine(line, count, doubled.data(), radius, ends == Ends::truncated, result);
+          if (scale) {
+            for (std::size_t p = 0; p < count; ++p)
+              store(result + 8 * p, load(result + 8 * p) * splat(scale[p]));
+          }
         }
         scratch.clearTail(result);
       }
