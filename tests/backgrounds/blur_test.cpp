@@ -188,6 +188,25 @@ TEST_F(Blur, ARadiusBeyondTheMapReachesFromPoleToPole) {
   EXPECT_LT(worstErrorOfLongBlur(300, 100, 5000, 1, noise), 5e-7);
 }
 
+TEST_F(Blur, MapsWrittenPastTheCachesAgreeWithTheSumOfBothKernels) {
+  constexpr int kWidth = 2368, kHeight = 1184;
+  for (const int radius : {5, 70}) {
+    BlockedMap map = mapOf(kWidth, kHeight, noise);
+    ASSERT_GE(map.bytes(), kStreamingBytes);
+    ASSERT_NO_FATAL_FAILURE(blurBy(map, radius));
+    const std::vector<double> w = reference::blurKernel(kWidth, kHeight, static_cast<double>(amount_), 1);
+    const auto weight = [&](int d) { return w[static_cast<std::size_t>(std::abs(d))]; };
+    for (const auto& [x, y] : {std::pair{0, 600}, {2367, 71}, {1180, 1110}, {1187, 1112}, {5, 500}})
+      for (std::size_t c = 0; c < 3; ++c) {
+        double expected = 0;
+        for (int dy = -radius; dy <= radius; ++dy)
+          for (int dx = -radius; dx <= radius; ++dx)
+            expected += weight(dx) * weight(dy) * noise((x + dx + kWidth) % kWidth, y + dy)[c];
+        EXPECT_NEAR(pixelOf(map, x, y)[c] / expected, 1, 1e-6) << radius << ": " << x << ", " << y;
+      }
+  }
+}
+
 TEST_F(Blur, PixelsThatAreNotNumbersSpoilOnlyWhatTheKernelReaches) {
   const int radius = 70;
   const auto broken = [](int x, int y) {
