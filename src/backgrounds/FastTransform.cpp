@@ -96,8 +96,7 @@ void stepBack(Complex4* block, std::size_t next, const Root* twiddles) {
   for (std::size_t p = 0; p < next; ++p, twiddles += radix - 1) {
     Complex4 z[radix];
     z[0] = exchanged(block[p]);
-    for (std::size_t k = 1; k < radix; ++k)
-      z[k] = exchanged(block[p + next * k]) * splat(twiddles[k - 1]);
+    for (std::size_t k = 1; k < radix; ++k) z[k] = exchanged(block[p + next * k]) * splat(twiddles[k - 1]);
     transformPoints<radix>(z);
     for (std::size_t k = 0; k < radix; ++k) block[p + next * k] = exchanged(z[k]);
   }
@@ -121,11 +120,16 @@ void stepThrough(Complex4* block, std::size_t count, const double* spectrum) {
 template <typename Work>
 inline void withRadix(std::uint32_t radix, const Work& work) {
   switch (radix) {
-    case 2: return work.template operator()<2>();
-    case 3: return work.template operator()<3>();
-    case 4: return work.template operator()<4>();
-    case 5: return work.template operator()<5>();
-    default: return work.template operator()<8>();
+    case 2:
+      return work.template operator()<2>();
+    case 3:
+      return work.template operator()<3>();
+    case 4:
+      return work.template operator()<4>();
+    case 5:
+      return work.template operator()<5>();
+    default:
+      return work.template operator()<8>();
   }
 }
 

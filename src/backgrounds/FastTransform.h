@@ -31,7 +31,8 @@ class FastTransform {
 
   void forward(Complex4* z) const;
   void back(Complex4* z) const;
-  /// Forward, each frequency times a real number, and back. @param spectrum the number at the frequency's slot.
+  /// Forward, each frequency times a real number, and back. @param spectrum the number at the frequency's
+  /// slot.
   void filter(Complex4* z, const double* spectrum) const;
 
  private:

@@ -33,8 +33,17 @@ class InterleavedMap {
   /// u = 0 hits the centre of the first column and u = 1 that of the last, v likewise from the top row down.
   /// Both are clamped to [0, 1]; a NaN counts as 0.
   void positions(Float8 u, Float8 v, SamplePositions& out) const;
-  /// The bilinear blend of the four neighbours of each position.
-  void sample(const SamplePositions& at, Block& out) const;
+  /// Asks for the pixels of positions ahead of their look-up.
+  void fetch(const SamplePositions& at) const {
+    for (int lane = 0; lane < kLanes; ++lane) {
+      const float* const pixel = pixelAt(at, lane);
+      prefetch(pixel);
+      prefetch(pixel + stride_);
+    }
+  }
+  /// The bilinear blend of the four neighbours of each position. @param streaming whether it is written past
+  /// the caches; `finishStreaming` orders it.
+  void sample(const SamplePositions& at, Block& out, bool streaming = false) const;
   /// Both for `out.size()` blocks at the positions u and v, eight a block, 32-byte aligned: the same bits,
   /// and the pixels of blocks to come are fetched meanwhile.
   void sample(const float* u, const float* v, std::span<Block> out) const;
