@@ -74,8 +74,8 @@ void InterleavedMap::positions(Float8 u, Float8 v, SamplePositions& out) const {
   // Not negative, so truncation is the floor.
   const Int8 x0 = toIntTruncated(x);
   const Int8 y0 = toIntTruncated(y);
-  store(out.x, x0);
-  store(out.y, y0);
+  // A stride beyond 32 bits has one row, whose y is 0.
+  storeWideSum(out.offsets, y0, static_cast<std::uint32_t>(stride_), x0, 3);
   out.fx = x - toFloat(x0);
   out.fy = y - toFloat(y0);
 }

@@ -12,8 +12,7 @@ namespace orv::hdri::blockedAVX2 {
 
 /// Where eight pixels are looked up: the upper left neighbour, and the weights of the right and lower ones.
 struct SamplePositions {
-  alignas(32) int x[8];
-  alignas(32) int y[8];
+  alignas(32) std::int64_t offsets[8];  ///< floats from the map's first pixel
   Float8 fx;
   Float8 fy;
 };
@@ -50,8 +49,7 @@ class InterleavedMap {
 
  private:
   const float* pixelAt(const SamplePositions& at, int lane) const {
-    return pixels_.data() + static_cast<std::size_t>(at.y[lane]) * stride_ +
-           3 * static_cast<std::size_t>(at.x[lane]);
+    return pixels_.data() + at.offsets[lane];
   }
 
   std::size_t stride_ = 0;  ///< floats from a pixel to the one below it
