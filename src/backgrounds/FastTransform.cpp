@@ -185,7 +185,7 @@ FastTransform::FastTransform(std::uint32_t length) : length_(length) {
     level.twiddles.reserve(std::size_t{level.next} * (radix - 1));
     for (std::uint32_t p = 0; p < level.next; ++p)
       for (std::uint32_t k = 1; k < radix; ++k) {
-        const double angle = -2.0 * std::numbers::pi * (std::uint64_t{p} * k) / length;
+        const double angle = -2.0 * std::numbers::pi * static_cast<double>(std::uint64_t{p} * k) / length;
         level.twiddles.push_back({std::cos(angle), std::sin(angle)});
       }
     length = level.next;

@@ -10,14 +10,14 @@
 
 namespace orv::hdri::blockedAVX2 {
 
-/// What `filterLine` makes, in a time that does not depend on the kernel's radius: the line and the kernel are
-/// multiplied as Fourier transforms, in double precision. The kernel is real and even, and so is its
+/// What `filterLine` makes, in a time that does not depend on the kernel's radius: the line and the kernel
+/// are multiplied as Fourier transforms, in double precision. The kernel is real and even, and so is its
 /// transform: two real lines go through as the real and imaginary part of one and come out apart.
 /// Const operations are callable from many threads.
 class SpectralFilter {
  public:
   /// The radius from which on it is faster than `filterLine`, measured on lines of 1024 to 4096 values.
-  static constexpr std::size_t kLeastRadius = 64;
+  static constexpr std::size_t kLeastRadius = 56;
 
   /// @param weights the half kernel, w(0) first; its radius is below `count`.
   /// @param count values of a line, at least 1.
