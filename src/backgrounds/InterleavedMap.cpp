@@ -50,7 +50,7 @@ InterleavedMap::InterleavedMap(const BlockedMap& map)
       pixels_(stride_ * (map.height() + std::size_t{1})) {
   const std::size_t width = map.width();
   const bool streaming = map.bytes() >= kStreamingBytes;
-  forEachRow(map.height() + 1, 1, [&](std::uint32_t y) {
+  const auto copyRow = [&](std::uint32_t y, Float8& largest) {
     float* out = pixels_.data() + y * stride_;
     const std::span<const Block> row = map.row(y % map.height());
     for (std::size_t block = 0; block < row.size(); ++block) {
@@ -59,12 +59,21 @@ InterleavedMap::InterleavedMap(const BlockedMap& map)
       put(out + 24 * block, a, streaming);
       put(out + 24 * block + 8, b, streaming);
       put(out + 24 * block + 16, c, streaming);
+      largest = max(max(abs(a), abs(b)), max(abs(c), largest));
     }
     // Made of the map, for what was written past the caches would have to come back.
     const Block& first = row[0];
     const float again[3] = {first.r[0], first.g[0], first.b[0]};
     std::copy_n(again, 3, out + 3 * width);
     if (streaming) finishStreaming();
+  };
+  const auto larger = [](Float8 a, Float8 b) { return max(a, b); };
+  const Float8 largest = reduceOverRows(map.height() + 1, zero8(), copyRow, larger);
+  quartered_ = horizontalMax(largest) > kMost / 4;
+  if (!quartered_) return;
+  forEachRow(map.height() + 1, 1, [&](std::uint32_t y) {
+    float* const row = pixels_.data() + y * stride_;
+    for (std::size_t i = 0; i < 3 * (width + 1); ++i) row[i] *= 0.25f;
   });
 }
 
@@ -86,9 +95,13 @@ void InterleavedMap::sample(const SamplePositions& at, Block& out, bool streamin
   Float8 top[3], bottom[3];
   blendRow(from, 0, at.fx, top);
   blendRow(from, static_cast<std::ptrdiff_t>(stride_), at.fx, bottom);
-  put(out.r, lerp(top[0], bottom[0], at.fy), streaming);
-  put(out.g, lerp(top[1], bottom[1], at.fy), streaming);
-  put(out.b, lerp(top[2], bottom[2], at.fy), streaming);
+  Float8 rgb[3];
+  for (int c = 0; c < 3; ++c) rgb[c] = lerp(top[c], bottom[c], at.fy);
+  if (quartered_)
+    for (Float8& channel : rgb) channel = limited(channel * splat(4.0f));
+  put(out.r, rgb[0], streaming);
+  put(out.g, rgb[1], streaming);
+  put(out.b, rgb[2], streaming);
 }
 
 void InterleavedMap::sample(const float* u, const float* v, std::span<Block> out) const {

@@ -45,9 +45,11 @@ SpectralFilter::SpectralFilter(const AlignedFloats& weights, std::uint32_t count
 
 bool SpectralFilter::filter(const float* line, const float* scale, Complex4* points, float* out) const {
   Mask8 fine = zero8() <= zero8();
+  Float8 least = zero8();
   for (std::size_t p = 0; p < count_; ++p) {
     const Float8 value = load(line + 8 * p);
-    fine = fine & (value >= zero8()) & (value <= splat(kLargest));
+    fine = fine & (abs(value) <= splat(kLargest));
+    least = min(least, value);
     points[p] = {loadFloats(line + 8 * p), loadFloats(line + 8 * p + 4)};
   }
   if (!all(fine)) return false;
@@ -58,10 +60,13 @@ bool SpectralFilter::filter(const float* line, const float* scale, Complex4* poi
 
   transform_.filter(points, spectrum_.data());
 
+  alignas(32) float lowest[8];
+  store(lowest, least);
+  const Double4 lowestRe = loadFloats(lowest), lowestIm = loadFloats(lowest + 4);
   for (std::size_t p = 0; p < count_; ++p) {
     const Double4 factor = splat(scale ? double{scale[p]} : 1.0);
-    storeFloats(out + 8 * p, max(factor * points[p].re, zero4()));
-    storeFloats(out + 8 * p + 4, max(factor * points[p].im, zero4()));
+    storeFloats(out + 8 * p, max(factor * points[p].re, lowestRe));
+    storeFloats(out + 8 * p + 4, max(factor * points[p].im, lowestIm));
   }
   return true;
 }

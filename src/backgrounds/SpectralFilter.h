@@ -26,11 +26,12 @@ class SpectralFilter {
   /// Points that `filter` works on.
   std::uint32_t points() const { return transform_.length(); }
 
-  /// Filters a line of eight-lane values, 0 ... count - 1, into `out`. Results are rounded once, at least 0.
+  /// Filters a line of eight-lane values, 0 ... count - 1, into `out`. Results are rounded once. A mean is
+  /// not below its values: rounding errors do not make a lane's results less than its least value, or than 0.
   /// @param scale a factor for each result, or null. @param points `points()` of them, to work on.
   /// @return false, and nothing done, for a line with values that the transform would not keep apart: one
-  ///         that is not a number, infinite, negative or so large (above 1e8) that the others would drown in
-  ///         its rounding error, which is about 1e-16 of it.
+  ///         that is not a number, infinite or so large (beyond 1e8) that the others would drown in its
+  ///         rounding error, which is about 1e-16 of it.
   bool filter(const float* line, const float* scale, Complex4* points, float* out) const;
 
  private:
