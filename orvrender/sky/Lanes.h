@@ -29,6 +29,11 @@ bool hasAvx2();
   std::memcpy(&out, p, sizeof out);
   return out;
 }
+[[gnu::always_inline]] inline IntLanes load(const std::int32_t* p) {
+  IntLanes out;
+  std::memcpy(&out, p, sizeof out);
+  return out;
+}
 [[gnu::always_inline]] inline Lanes load(const Spectrum& s) { return load(s.v); }
 
 [[gnu::always_inline]] inline void store(float* p, Lanes x) { std::memcpy(p, &x, sizeof x); }
