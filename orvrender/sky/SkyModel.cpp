@@ -11,15 +11,16 @@ namespace orv::host {
 namespace {
 
 constexpr int kNodes = SkyView::kWidth;
+constexpr std::size_t kStreamedFloats = std::size_t{1} << 23;
 
 /// What eight neighbouring columns of a map share in every row: their places between the view's azimuths and
 /// the cosines of their azimuths from the sun.
 struct Columns {
-  std::int32_t node[8];
   float fraction[8];
   float cosine[8];
-  std::int32_t nodes[8];  ///< the different ones: one or two, more in small maps
-  std::int32_t count = 0;
+  std::uint8_t node[8];   ///< each column's
+  std::uint8_t nodes[8];  ///< the different ones: one or two, more in small maps
+  std::uint32_t count = 0;
 };
 
 std::vector<Columns> columnsOf(std::uint32_t width, double sunAzimuth) {
@@ -28,12 +29,12 @@ std::vector<Columns> columnsOf(std::uint32_t width, double sunAzimuth) {
     const double azimuth = ((static_cast<double>(x) + 0.5) / width - 0.5) * 2 * kPi;
     const double fromSun = std::abs(std::remainder(azimuth - sunAzimuth, 2 * kPi));
     const double place = std::min(fromSun / kPi, 1.0) * (kNodes - 1);
-    const auto node = std::min(static_cast<std::int32_t>(place), kNodes - 2);
+    const auto node = static_cast<std::uint8_t>(std::min(static_cast<int>(place), kNodes - 2));
     Columns& block = columns[x / 8];
     block.node[x % 8] = node;
     block.fraction[x % 8] = static_cast<float>(place - node);
     block.cosine[x % 8] = static_cast<float>(std::cos(fromSun));
-    std::int32_t* const end = block.nodes + block.count;
+    std::uint8_t* const end = block.nodes + block.count;
     if (std::find(block.nodes, end, node) == end) block.nodes[block.count++] = node;
   }
   return columns;
@@ -51,10 +52,11 @@ struct Row {
   float base[3];        ///< light that is added everywhere
   float sineProduct;    ///< sines of the row's and the sun's elevations, multiplied
   float cosineProduct;  ///< cosines of the same
+  bool isStreamed;      ///< goes past the caches: whole blocks at addresses of whole vectors
 };
 
 /// Eight pixels from a red, a green and a blue plane.
-[[gnu::always_inline]] inline void storePixels(float* out, Lanes red, Lanes green, Lanes blue) {
+[[gnu::always_inline]] inline void interleave(Lanes red, Lanes green, Lanes blue, Lanes (&out)[3]) {
   const Lanes r = __builtin_shufflevector(red, red, 0, 3, 2, 1, 4, 7, 6, 5);
   const Lanes g = __builtin_shufflevector(green, green, 1, 0, 3, 2, 5, 4, 7, 6);
   const Lanes b = __builtin_shufflevector(blue, blue, 2, 1, 0, 3, 6, 5, 4, 7);
@@ -65,9 +67,9 @@ struct Row {
   const Lanes first = __builtin_shufflevector(rg, b, 0, 1, 10, 3, 4, 5, 14, 7);
   const Lanes second = __builtin_shufflevector(gr, b, 0, 9, 2, 3, 4, 13, 6, 7);
   const Lanes third = __builtin_shufflevector(rgAfter, b, 8, 1, 2, 11, 12, 5, 6, 15);
-  store(out, __builtin_shufflevector(first, second, 0, 1, 2, 3, 8, 9, 10, 11));
-  store(out + 8, __builtin_shufflevector(third, first, 0, 1, 2, 3, 12, 13, 14, 15));
-  store(out + 16, __builtin_shufflevector(second, third, 4, 5, 6, 7, 12, 13, 14, 15));
+  out[0] = __builtin_shufflevector(first, second, 0, 1, 2, 3, 8, 9, 10, 11);
+  out[1] = __builtin_shufflevector(third, first, 0, 1, 2, 3, 12, 13, 14, 15);
+  out[2] = __builtin_shufflevector(second, third, 4, 5, 6, 7, 12, 13, 14, 15);
 }
 
 // Pixel = base + air + phase(cosine of the angle to the sun) x aerosol.
@@ -84,7 +86,7 @@ struct Row {
     };
     const Interval& first = row.view[columns->nodes[0]];
     Lanes red = channel(first, 0), green = channel(first, 1), blue = channel(first, 2);
-    for (int k = 1; k < columns->count; ++k) {
+    for (std::uint32_t k = 1; k < columns->count; ++k) {
       const Interval& other = row.view[columns->nodes[k]];
       const IntLanes here = load(columns->node) == columns->nodes[k];
       red = here ? channel(other, 0) : red;
@@ -95,15 +97,20 @@ struct Row {
     red = clamp(red, 0.0f, most);
     green = clamp(green, 0.0f, most);
     blue = clamp(blue, 0.0f, most);
+    Lanes pixels[3];
+    interleave(red, green, blue, pixels);
     float* const out = rgb + std::size_t{3} * x0;
-    if (width - x0 >= 8) {
-      storePixels(out, red, green, blue);
+    if (row.isStreamed) {
+      for (int i = 0; i < 3; ++i) storeStreaming(out + 8 * i, pixels[i]);
+    } else if (width - x0 >= 8) {
+      for (int i = 0; i < 3; ++i) store(out + 8 * i, pixels[i]);
     } else {
       float last[24];
-      storePixels(last, red, green, blue);
+      for (int i = 0; i < 3; ++i) store(last + 8 * i, pixels[i]);
       std::copy_n(last, 3 * (width - x0), out);
     }
   }
+  if (row.isStreamed) finishStreaming();
 }
 
 [[gnu::target("avx2")]] void paintRowAvx2(const Row& row, const Columns* columns, std::uint32_t width,
@@ -195,10 +202,14 @@ void SkyModel::paintSky(const SkyConditions& conditions, const SunPlace& sun, fl
   groundExtinction(air_.turbidity, extinction);
 
   const std::vector<Columns> columns = columnsOf(width, sun.azimuth);
+  // Maps beyond the caches; what reads them next would not find them there.
+  const bool isStreamed = std::size_t{3} * width * height >= kStreamedFloats && width % 8 == 0 &&
+                          reinterpret_cast<std::uintptr_t>(rgb) % sizeof(Quad) == 0;
   const auto paint = hasAvx2() ? paintRowAvx2 : paintRowAnywhere;
   forEachRow(height, 1, [&](std::uint32_t y) {
     const double elevation = (0.5 - (y + 0.5) / height) * kPi;
     Row row;
+    row.isStreamed = isStreamed;
     row.sineProduct = static_cast<float>(std::sin(elevation) * sunSine);
     row.cosineProduct = static_cast<float>(std::cos(elevation) * sunCosine);
     float factors[3];

@@ -43,10 +43,14 @@ void ImageFill::lookUpBlock(const PixelBatch& batch, std::size_t block, FillScra
   // Texture rows grow downward, the pin's second coordinate upward.
   for (int i = 0; i < 4; ++i) store(changes[i], load(batch.changes[i] + first) * splat(i < 2 ? 0.5f : -0.5f));
 
-  alignas(32) float answers[kLanes][4] = {};
+  alignas(32) float answers[kLanes][4];
   orvImage_lookup lookup;
   for (std::size_t lane = 0; lane < kLanes; ++lane) {
-    if (!image_ || !(std::abs(batch.weight[first + lane]) > 0.0f)) continue;
+    float* const answer = answers[lane];
+    if (!image_ || !(std::abs(batch.weight[first + lane]) > 0.0f)) {
+      answer[0] = answer[1] = answer[2] = answer[3] = 0;
+      continue;
+    }
     lookup.u = u[lane];
     lookup.v = v[lane];
     lookup.dsdx = changes[0][lane];
@@ -54,12 +58,12 @@ void ImageFill::lookUpBlock(const PixelBatch& batch, std::size_t block, FillScra
     lookup.dtdx = changes[2][lane];
     lookup.dtdy = changes[3][lane];
     (image_.get()->*lookup_)(lookup);
-    std::memcpy(answers[lane], lookup.rgba, sizeof lookup.rgba);
+    std::memcpy(answer, lookup.rgba, sizeof lookup.rgba);
   }
-  const float* from[kLanes];
-  for (int lane = 0; lane < kLanes; ++lane) from[lane] = answers[lane];
   Float8 rgba[4];
-  loadColumns(from, 0, rgba);
+  loadColumns(
+      {answers[0], answers[1], answers[2], answers[3], answers[4], answers[5], answers[6], answers[7]}, 0,
+      rgba);
   Block& color = scratch.color[block];
   store(color.r, rgba[0]);
   store(color.g, rgba[1]);
