@@ -14,6 +14,13 @@ namespace {
 
 namespace scene = orv::scene;
 
+/// One paint needs no picture twice: its pixels go when the map has them.
+orvScene_options hostOptions() {
+  orvScene_options options;
+  options.imageCacheBytes = 0;
+  return options;
+}
+
 void showProgress(void* bar, const char* text, double amount) {
   static_cast<ProgressBar*>(bar)->show(text, amount);
 }
@@ -24,7 +31,7 @@ ScenePainting::ScenePainting(const SceneArguments& arguments)
     : arguments_(arguments),
       scene_(scene::readScene(arguments.scene)),
       library_(arguments.painter),
-      host_(orv_scene_create({})) {
+      host_(orv_scene_create(hostOptions())) {
   if (!host_) throw std::bad_alloc();
 }
 
