@@ -14,10 +14,11 @@ namespace {
 
 namespace scene = orv::scene;
 
-/// One paint needs no picture twice: its pixels go when the map has them.
+/// One paint needs nothing twice: what it is done with goes.
 orvScene_options hostOptions() {
   orvScene_options options;
   options.imageCacheBytes = 0;
+  options.keepBlocks = false;
   return options;
 }
 
