@@ -44,7 +44,7 @@ InterleavedMap::InterleavedMap(const BlockedMap& map)
       lastRow_(lastIndex(map.height())),
       pixels_(stride_ * (map.height() + std::size_t{1})) {
   const std::size_t width = map.width();
-  forEachRow(map.height() + 1, 1, [&](std::uint32_t y) {
+  const auto copyRow = [&](std::uint32_t y, Float8& largest) {
     float* out = pixels_.data() + y * stride_;
     const std::span<const Block> row = map.row(y % map.height());
     for (std::size_t block = 0; block < row.size(); ++block) {
@@ -53,8 +53,17 @@ InterleavedMap::InterleavedMap(const BlockedMap& map)
       store(out + 24 * block, a);
       store(out + 24 * block + 8, b);
       store(out + 24 * block + 16, c);
+      largest = max(max(abs(a), abs(b)), max(abs(c), largest));
     }
     std::copy_n(out, 3, out + 3 * width);
+  };
+  const auto larger = [](Float8 a, Float8 b) { return max(a, b); };
+  const Float8 largest = reduceOverRows(map.height() + 1, zero8(), copyRow, larger);
+  quartered_ = horizontalMax(largest) > kMost / 4;
+  if (!quartered_) return;
+  forEachRow(map.height() + 1, 1, [&](std::uint32_t y) {
+    float* const row = pixels_.data() + y * stride_;
+    for (std::size_t i = 0; i < 3 * (width + 1); ++i) row[i] *= 0.25f;
   });
 }
 
@@ -76,9 +85,13 @@ void InterleavedMap::sample(const SamplePositions& at, Block& out) const {
   Float8 top[3], bottom[3];
   blendRow(from, 0, at.fx, top);
   blendRow(from, static_cast<std::ptrdiff_t>(stride_), at.fx, bottom);
-  store(out.r, lerp(top[0], bottom[0], at.fy));
-  store(out.g, lerp(top[1], bottom[1], at.fy));
-  store(out.b, lerp(top[2], bottom[2], at.fy));
+  Float8 rgb[3];
+  for (int c = 0; c < 3; ++c) rgb[c] = lerp(top[c], bottom[c], at.fy);
+  if (quartered_)
+    for (Float8& channel : rgb) channel = limited(channel * splat(4.0f));
+  store(out.r, rgb[0]);
+  store(out.g, rgb[1]);
+  store(out.b, rgb[2]);
 }
 
 void InterleavedMap::sample(const float* u, const float* v, std::span<Block> out) const {

@@ -49,6 +49,7 @@ class InterleavedMap {
   float lastColumn_ = 0;
   float lastRow_ = 0;
   AlignedFloats pixels_;
+  bool quartered_ = false;  ///< the pixels are so large that blends of them themselves would overflow
 };
 
 }  // namespace orv::hdri::blockedAVX2

@@ -2,6 +2,9 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
+#include <limits>
+
 /// Eight lanes of 32-bit floats, integers and masks. Lane i of a block is the pixel x0 + i of a row. Nothing
 /// converts implicitly: `splat`, `load` and `toFloat` say what happens, and a mask is a type of its own.
 namespace orv::hdri::blockedAVX2 {
@@ -55,6 +58,10 @@ inline Float8 min(Float8 a, Float8 b) { return {_mm256_min_ps(a.v, b.v)}; }
 /// The larger lane; `b` where either is not a number, so `max(x, zero8())` turns a NaN into 0.
 inline Float8 max(Float8 a, Float8 b) { return {_mm256_max_ps(a.v, b.v)}; }
 inline Float8 clamp01(Float8 a) { return min(max(a, zero8()), splat(1.0f)); }
+/// What overflowed as the largest finite float of its sign; a NaN stays one.
+inline constexpr float kMost = std::numeric_limits<float>::max();
+inline float limited(float x) { return std::min(std::max(x, -kMost), kMost); }
+inline Float8 limited(Float8 a) { return min(splat(kMost), max(splat(-kMost), a)); }
 inline Float8 sqrt(Float8 a) { return {_mm256_sqrt_ps(a.v)}; }
 /// Rounds to the nearest whole number, halves to even.
 inline Float8 roundNearest(Float8 a) {

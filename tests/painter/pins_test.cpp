@@ -386,11 +386,11 @@ TEST_F(Pins, ByTheThousandAreAllPainted) {
   EXPECT_EQ(middle(), (Rgb{10.015625f, 0.5f, 0.75f}));
 }
 
-TEST_F(Pins, PaintRowsOfAZeroWidthWithoutAMap) {
+TEST_F(Pins, PaintNoRowsOfAZeroWidth) {
   painter->setSize(0, 8);
   painter->addCirclePin(circle(), ColorBrush(1.0f, 1.0f, 1.0f));
   EXPECT_EQ(painter->paint(), nullptr);
-  EXPECT_THAT(host().progressAmounts(), SizeIs(8));
+  EXPECT_THAT(host().progressAmounts(), IsEmpty());
 }
 
 TEST_F(Pins, PaintNoRowsOfAZeroHeight) {
