@@ -1,7 +1,7 @@
 // Paints one scene over and over, and each time lets one request fail: the n-th block of host memory, the
 // n-th `operator new` or the n-th image. A program of its own, because a library below may not survive it.
-// usage: fault_sweep SCENE-NUMBER host|new|image FIRST-N PICTURES EXAMPLES
-// Says "at N" before each paint and at last "done N FAULTS", or what is wrong.
+// usage: fault_sweep SCENE-NUMBER host|new|image FIRST-N PICTURES SOURCE
+// Says "at N" before each paint and at last "done N", or what is wrong.
 #include <dlfcn.h>
 
 #include <atomic>

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "apps/Program.h"
+#include "sweeps/soak.h"
 #include "sweeps/sweep_scenes.h"
 
 namespace {
@@ -30,10 +31,10 @@ struct Sweep {
 Sweep sweepScene(int number, const std::string& kind, const TestFolder& folder) {
   Sweep sweep;
   for (long n = 1;;) {
-    const Outcome run = Program({std::to_string(number), kind, std::to_string(n), folder / "",
-                                 ORVHDRI_SOURCE_DIR "/examples"},
-                                ORVHDRI_BINARY_DIR "/bin/fault_sweep")
-                            .run();
+    const Outcome run =
+        Program({std::to_string(number), kind, std::to_string(n), folder / "", ORVHDRI_SOURCE_DIR},
+                ORVHDRI_BINARY_DIR "/bin/fault_sweep")
+            .run();
     if (run.out == "none\n") return sweep;
     sweep.scene = run.out.substr(0, run.out.find('\n'));
     if (run.status == 0) {
@@ -49,7 +50,7 @@ Sweep sweepScene(int number, const std::string& kind, const TestFolder& folder) 
       return sweep;
     }
     ++sweep.deaths;
-    n = at + 1;
+    n = at + sweeps::rounds(13, 1);
   }
 }
 

@@ -94,12 +94,11 @@ inline bool addPortals(orv::hdri::IPainter& painter) {
          painter.addRectPin(sweepRect(-2, 0), orv::hdri::BackgroundBrush(0, 0));
 }
 
-/// All scenes. @param pictures a folder with `a.pfm` of `writePicture`; @param examples one with
-/// `venice.exr`.
-inline std::vector<SweepScene> sweepScenes(const std::string& pictures, const std::string& examples) {
+/// All scenes. @param pictures a folder with `a.pfm` of `writePicture`; @param source the project's.
+inline std::vector<SweepScene> sweepScenes(const std::string& pictures, const std::string& source) {
   using namespace orv::hdri;
   const std::string pfm = pictures + "/a.pfm";
-  const std::string exr = examples + "/venice.exr";
+  const std::string exr = source + "/fuzz/corpus/exr/half_zip.exr";
   const std::string gone = pictures + "/gone.exr";
   std::vector<SweepScene> scenes;
   const auto add = [&](const char* name, std::function<bool(IPainter&)> setUp, bool library = false,

@@ -28,7 +28,7 @@ class Threads : public testing::Test {
  protected:
   Threads() {
     sweeps::writePicture(folder_ / "a.pfm");
-    scenes_ = sweeps::sweepScenes(folder_ / "", ORVHDRI_SOURCE_DIR "/examples");
+    scenes_ = sweeps::sweepScenes(folder_ / "", ORVHDRI_SOURCE_DIR);
     orv_log_set_listener([](void*, const char*) {}, nullptr);
   }
   ~Threads() override { orv_log_set_listener(nullptr, nullptr); }
