@@ -10,6 +10,14 @@
 
 namespace orv::scene {
 
+/// What a host is made with for a single paint, which needs nothing twice: what it is done with goes.
+inline orvScene_options forOnePaint() {
+  orvScene_options options;
+  options.imageCacheBytes = 0;
+  options.keepBlocks = false;
+  return options;
+}
+
 /// Paints one scene after another, each with as little work as possible: pictures and the sky's tables are
 /// kept, and while the background and the size stay the same, only pins are painted. The maps are the bytes
 /// that a new session would paint.

@@ -50,7 +50,7 @@ ExitStatus preview(const PreviewArguments& arguments) {
     return done;
   }
   const scene::Scene read = scene::readScene(arguments.scene);
-  scene::Session session(arguments.painter);
+  scene::Session session(arguments.painter, scene::forOnePaint());
   scene::OutputFile file(arguments.output);
   ProgressBar bar(!arguments.quiet);
   scene::PaintOptions options;

@@ -116,12 +116,7 @@ class JobRun {
   }
 
  private:
-  orvScene_options hostOptions() const {
-    orvScene_options options;
-    // One paint needs no picture twice: its pixels go when the map has them.
-    if (count_ == 1) options.imageCacheBytes = 0;
-    return options;
-  }
+  orvScene_options hostOptions() const { return count_ == 1 ? scene::forOnePaint() : orvScene_options{}; }
 
   void fail(const scene::Job& job, const std::string& reason, ExitStatus status) {
     printMessage(single_ ? reason : job.outputs.front() + ": not painted: " + reason);

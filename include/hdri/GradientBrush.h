@@ -38,9 +38,9 @@ class GradientBrush final : public Brush {
   GradientBrush() = default;
 
   const std::vector<GradientStop>& stops() const { return stops_; }
-  void setStops(std::vector<GradientStop> stops) { stops_ = std::move(stops); }
+  void setStops(std::vector<GradientStop> stops);
   const std::vector<CurveStop>& curve() const { return curve_; }
-  void setCurve(std::vector<CurveStop> curve) { curve_ = std::move(curve); }
+  void setCurve(std::vector<CurveStop> curve);
   /// Direction of the gradient in a pin's plane, degrees.
   float angle() const { return angle_; }
   void setAngle(float degrees) { angle_ = degrees; }
@@ -60,6 +60,8 @@ class GradientBrush final : public Brush {
   std::vector<GradientStop> stops_;
   std::vector<CurveStop> curve_;
   float angle_ = 0;
+  std::uint8_t stopsAscend_ = 1;  ///< whether no stop lies before the one in front of it, so that they can be
+  std::uint8_t curveAscends_ = 1;  ///< searched by halves
 };
 
 }  // namespace orv::hdri

@@ -9,13 +9,7 @@ namespace {
 
 constexpr float kNeutralTolerance = 1e-5f;
 
-constexpr float kMost = std::numeric_limits<float>::max();
-
 bool differs(float value, float neutral) { return std::abs(value - neutral) > kNeutralTolerance; }
-
-/// A product that overflowed as the largest finite float of its sign; a NaN stays one.
-float limited(float product) { return std::min(std::max(product, -kMost), kMost); }
-Float8 limited(Float8 product) { return min(splat(kMost), max(splat(-kMost), product)); }
 
 /// Loads a block's planes, lets `step` change them and stores them back.
 template <typename Step>
@@ -34,14 +28,14 @@ void forEachBlock(Block* blocks, std::size_t count, Step step) {
 /// m = max(r, g, b); c' = max(c - (m - c) s, 0).
 inline void saturate(Float8& r, Float8& g, Float8& b, Float8 s) {
   const Float8 m = max(max(r, g), b);
-  r = max(fnma(m - r, s, r), zero8());
-  g = max(fnma(m - g, s, g), zero8());
-  b = max(fnma(m - b, s, b), zero8());
+  r = min(max(fnma(m - r, s, r), zero8()), splat(kMost));
+  g = min(max(fnma(m - g, s, g), zero8()), splat(kMost));
+  b = min(max(fnma(m - b, s, b), zero8()), splat(kMost));
 }
 
 /// ((clamp(ramp, 0, 1) - 1) S + 1) V.
 inline Float8 channelOfHue(Float8 ramp, Float8 saturation, Float8 value) {
-  return fma(clamp01(ramp) - splat(1.0f), saturation, splat(1.0f)) * value;
+  return limited(fma(clamp01(ramp) - splat(1.0f), saturation, splat(1.0f)) * value);
 }
 
 /// To hue, chroma and value by two ordered swaps, around by `shift` (a fraction of a turn), and back.
@@ -57,12 +51,13 @@ inline void shiftHue(Float8& r, Float8& g, Float8& b, Float8 shift) {
   const Float8 qz = select(redBelow, pw, pz);
   const Float8 qw = select(redBelow, r, px);
 
-  const Float8 chroma = qx - min(qw, py);
+  const Float8 chroma = limited(qx - min(qw, py));
   const Float8 value = qx;
   const Float8 tiny = splat(1e-20f);
-  const Float8 saturation = chroma / (value + tiny);
+  // Of negative colours either may overflow: limited, they can not make a NaN.
+  const Float8 saturation = limited(chroma / (value + tiny));
   const Float8 six = splat(6.0f);
-  Float8 hue = abs((qw - py) / fma(six, chroma, tiny) + qz) + shift;
+  Float8 hue = abs(limited((qw - py) / limited(fma(six, chroma, tiny))) + qz) + shift;
   hue = hue - keep(hue > splat(1.0f), splat(1.0f));
 
   r = channelOfHue(abs(fma(six, hue, splat(-3.0f))) - splat(1.0f), saturation, value);
@@ -143,6 +138,7 @@ ColorAdjustment::ColorAdjustment(const Adjustments& a) {
     const float scale = a.brightness * tint[i];
     scale_[i] = splat(limited(scale));
     scaleOn_ = scaleOn_ || differs(scale, 1.0f);
+    negates_ = negates_ || scale < 0.0f;
   }
 }
 

@@ -24,6 +24,8 @@ class ColorAdjustment {
   bool hueOn() const { return hueOn_; }
   bool scaleOn() const { return scaleOn_; }
   bool gammaOn() const { return gammaOn_; }
+  /// Whether brightness and tint turn the sign of a channel.
+  bool negates() const { return negates_; }
 
   /// Adjusts `count` blocks in place. Steps run one after the other over all of them, so that each is a short
   /// loop: a few dozen blocks a call stay in the first-level cache.
@@ -38,6 +40,7 @@ class ColorAdjustment {
   bool saturationOn_;
   bool hueOn_;
   bool scaleOn_;
+  bool negates_ = false;
 };
 
 /// c^exponent of each lane for a positive exponent; 0 for c below the smallest normal float or not a number,

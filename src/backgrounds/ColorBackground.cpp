@@ -8,8 +8,8 @@
 namespace orv::hdri::blockedAVX2 {
 
 ColorBackground::ColorBackground(const ColorBrush& brush)
-    : color_{brush.color().r * brush.brightness(), brush.color().g * brush.brightness(),
-             brush.color().b * brush.brightness()} {}
+    : color_{limited(brush.color().r * brush.brightness()), limited(brush.color().g * brush.brightness()),
+             limited(brush.color().b * brush.brightness())} {}
 
 bool ColorBackground::prepare(const PaintContext&) { return true; }
 

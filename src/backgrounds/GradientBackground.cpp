@@ -2,22 +2,14 @@
 
 #include <algorithm>
 
+#include "backgrounds/shared_brush.h"
 #include "hdri/GradientBrush.h"
 #include "simd/Float8.h"
 
 namespace orv::hdri::blockedAVX2 {
-namespace {
-
-std::shared_ptr<const GradientBrush> shareOrClone(const GradientBrush& brush) {
-  std::shared_ptr<const Brush> shared = brush.weak_from_this().lock();
-  if (!shared) shared = brush.clone();
-  return std::static_pointer_cast<const GradientBrush>(shared);
-}
-
-}  // namespace
 
 GradientBackground::GradientBackground(const GradientBrush& brush)
-    : brush_(shareOrClone(brush)), table_(*brush_), adjustment_(brush.adjustments()) {}
+    : brush_(sharedOrCloned(brush)), table_(*brush_), adjustment_(brush.adjustments()) {}
 
 bool GradientBackground::prepare(const PaintContext&) {
   table_ = GradientTable(*brush_);

@@ -1,5 +1,6 @@
 #include "backgrounds/GradientTable.h"
 
+#include <algorithm>
 #include <limits>
 
 #include "hdri/GradientBrush.h"
@@ -37,6 +38,9 @@ inline Int8 segmentAt(Float8 t, const float* positions, std::size_t count) {
   return (index - behindFirst) & behindFirst;
 }
 
+/// So many stops are counted one by one; of more, halves are searched.
+constexpr std::size_t kMostCounted = 31;
+
 /// Permutations of a few vectors: a gather costs more than a dozen of them.
 inline Float8 lookUpIn(const std::vector<float>& table, Int8 index) {
   Float8 value = lookUp(loadUnaligned(table.data()), index);
@@ -47,12 +51,35 @@ inline Float8 lookUpIn(const std::vector<float>& table, Int8 index) {
   return value;
 }
 
+/// As `segmentAt`, lane by lane.
+struct SegmentLanes {
+  alignas(32) int index[kLanes];
+
+  SegmentLanes(Float8 t, const float* positions, std::size_t count) {
+    alignas(32) float lanes[kLanes];
+    store(lanes, t);
+    for (int i = 0; i < kLanes; ++i) {
+      const bool behindFirst = lanes[i] > positions[0];
+      index[i] = behindFirst
+                     ? static_cast<int>(std::upper_bound(positions, positions + count, lanes[i]) - positions)
+                     : 0;
+    }
+  }
+
+  Float8 lookUpIn(const std::vector<float>& table) const {
+    alignas(32) float lanes[kLanes];
+    for (int i = 0; i < kLanes; ++i) lanes[i] = table[static_cast<std::size_t>(index[i])];
+    return load(lanes);
+  }
+};
+
 }  // namespace
 
 template <std::size_t channels>
 template <typename Stop, typename Value>
 void GradientTable::Segments<channels>::build(const std::vector<Stop>& stops, const Value& valueOf) {
   const std::size_t n = stops.size();
+  count = n;
   for (const Stop& stop : stops) positions.push_back(stop.position);
   // Written so that a NaN does not count as ascending.
   for (std::size_t i = 0; i < n; ++i)
@@ -85,7 +112,7 @@ void GradientTable::Segments<channels>::build(const std::vector<Stop>& stops, co
     setBase(i, a);
     const std::array<float, channels> from = valueOf(a);
     const std::array<float, channels> to = valueOf(b);
-    for (std::size_t c = 0; c < channels; ++c) change[c][i] = to[c] - from[c];
+    for (std::size_t c = 0; c < channels; ++c) change[c][i] = limited(to[c] - from[c]);
   }
 }
 
@@ -93,6 +120,7 @@ template <std::size_t channels>
 template <typename Store>
 void GradientTable::Segments<channels>::evaluate(const float* t, std::size_t blocks,
                                                  const Store& storeValues) const {
+  if (count > kMostCounted) return evaluateBySearch(t, blocks, storeValues);
   if (positions.size() > kLanes) return evaluateMany(t, blocks, storeValues);
   // The fifth position is NaN where there are at most four.
   if (!(positions[4] == positions[4])) return evaluateFour(t, blocks, storeValues);
@@ -125,8 +153,8 @@ void GradientTable::Segments<channels>::evaluateFour(const float* t, std::size_t
                              position);
     Float8 values[channels];
     for (std::size_t c = 0; c < channels; ++c)
-      values[c] =
-          select(behindFirst, lookUpInHalves(from[c], index) + lookUpInHalves(by[c], index) * s, first[c]);
+      values[c] = select(
+          behindFirst, limited(lookUpInHalves(from[c], index) + lookUpInHalves(by[c], index) * s), first[c]);
     storeValues(block, values);
   }
 }
@@ -154,7 +182,8 @@ void GradientTable::Segments<channels>::evaluateSeven(const float* t, std::size_
                  lookUp(table.square, index), lookUp(table.linear, index)},
                 position);
     Float8 values[channels];
-    for (std::size_t c = 0; c < channels; ++c) values[c] = lookUp(from[c], index) + lookUp(by[c], index) * s;
+    for (std::size_t c = 0; c < channels; ++c)
+      values[c] = limited(lookUp(from[c], index) + lookUp(by[c], index) * s);
     storeValues(block, values);
   }
 }
@@ -171,14 +200,32 @@ void GradientTable::Segments<channels>::evaluateMany(const float* t, std::size_t
                              position);
     Float8 values[channels];
     for (std::size_t c = 0; c < channels; ++c)
-      values[c] = lookUpIn(base[c], index) + lookUpIn(change[c], index) * s;
+      values[c] = limited(lookUpIn(base[c], index) + lookUpIn(change[c], index) * s);
+    storeValues(block, values);
+  }
+}
+
+template <std::size_t channels>
+template <typename Store>
+void GradientTable::Segments<channels>::evaluateBySearch(const float* t, std::size_t blocks,
+                                                         const Store& storeValues) const {
+  for (std::size_t block = 0; block < blocks; ++block) {
+    const Float8 position = load(t + 8 * block);
+    const SegmentLanes at(position, positions.data(), count);
+    const Float8 s = blendAt({at.lookUpIn(start), at.lookUpIn(invLength), at.lookUpIn(cubic),
+                              at.lookUpIn(square), at.lookUpIn(linear)},
+                             position);
+    Float8 values[channels];
+    for (std::size_t c = 0; c < channels; ++c)
+      values[c] = limited(at.lookUpIn(base[c]) + at.lookUpIn(change[c]) * s);
     storeValues(block, values);
   }
 }
 
 GradientTable::GradientTable(const GradientBrush& brush) : opaque_(brush.curve().empty()) {
   color_.build(brush.stops(), [](const GradientStop& stop) {
-    return std::array<float, 3>{stop.r * stop.intensity, stop.g * stop.intensity, stop.b * stop.intensity};
+    return std::array<float, 3>{limited(stop.r * stop.intensity), limited(stop.g * stop.intensity),
+                                limited(stop.b * stop.intensity)};
   });
   opacity_.build(brush.curve(), [](const CurveStop& stop) { return std::array<float, 1>{stop.value}; });
 }

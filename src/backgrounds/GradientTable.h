@@ -37,6 +37,7 @@ class GradientTable {
   template <std::size_t channels>
   struct Segments {
     bool ascending = true;
+    std::size_t count = 0;         ///< of the stops
     std::vector<float> positions;  ///< of the stops, padded by NaN, which no position lies behind
     std::vector<float> start;      ///< position of the segment's first stop
     std::vector<float> invLength;  ///< 1 / its length
@@ -56,6 +57,8 @@ class GradientTable {
     void evaluateSeven(const float* t, std::size_t blocks, const Store& storeValues) const;
     template <typename Store>
     void evaluateMany(const float* t, std::size_t blocks, const Store& storeValues) const;
+    template <typename Store>
+    void evaluateBySearch(const float* t, std::size_t blocks, const Store& storeValues) const;
   };
 
   Segments<3> color_;

@@ -20,6 +20,8 @@ class MapBackground : public BackgroundSource {
 
   BlockedMap& preparedMap() { return preparedMap_; }
   const BlockedMap& preparedMap() const { return preparedMap_; }
+  /// Whether the adjustment can have made negative channels.
+  bool canBeNegative() const { return adjustment_.negates(); }
   InterleavedMap& samplingCopy() { return samplingCopy_; }
   const InterleavedMap& samplingCopy() const { return samplingCopy_; }
 

@@ -6,6 +6,7 @@
 #include "backgrounds/PaintContext.h"
 #include "backgrounds/adjustments.h"
 #include "backgrounds/conversion.h"
+#include "backgrounds/shared_brush.h"
 #include "hdri/EnvImage.h"
 #include "hdri/SunSkyBrush.h"
 #include "host/orvSky.h"
@@ -14,10 +15,7 @@
 namespace orv::hdri::blockedAVX2 {
 
 SunSkyBackground::SunSkyBackground(const SunSkyBrush& brush, orvSky& sky)
-    : MapBackground(brush.adjustments()),
-      sky_(&sky),
-      description_(&brush.settings()),
-      brush_(brush.weak_from_this().lock()) {}
+    : MapBackground(brush.adjustments()), sky_(&sky), brush_(sharedOrCloned(brush)) {}
 
 bool SunSkyBackground::prepare(const PaintContext& context) {
   checkedPixelCount(context.width, context.height);
@@ -29,7 +27,7 @@ bool SunSkyBackground::prepare(const PaintContext& context) {
   std::fill_n(rgb.data(), count, 0.0f);
 
   context.progressText("Sun & Sky");
-  sky_->render(description_, rgb.data(), width, height);
+  sky_->render(&brush_->settings(), rgb.data(), width, height);
 
   renewPreparedMap(context);
   context.progressText("Sun & Sky Adjustments");

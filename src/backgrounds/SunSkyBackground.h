@@ -15,9 +15,10 @@ namespace orv::hdri::blockedAVX2 {
 /// The host's sky, rendered at the map's size on each `prepare`.
 class SunSkyBackground final : public MapBackground {
  public:
-  /// @param brush its settings are the sky description that the host is handed back; the brush is kept alive
-  ///        where a shared pointer owns it, else it must outlive the background or the host must not look.
-  /// @param sky the host's, whose settings were written already.
+  /// @param brush its settings are the sky description that the host is handed back: those of the brush
+  /// itself
+  ///        where a shared pointer owns it, else of a copy.
+  /// @param sky the host's, whose settings were written already. @throws std::bad_alloc.
   SunSkyBackground(const SunSkyBrush& brush, orvSky& sky);
 
   /// Renders, converts and adjusts the sky. @return true. @throws std::length_error, std::bad_alloc.
@@ -25,8 +26,7 @@ class SunSkyBackground final : public MapBackground {
 
  private:
   orvSky* sky_;
-  const void* description_;
-  std::shared_ptr<const Brush> brush_;  // for its life alone
+  std::shared_ptr<const SunSkyBrush> brush_;  // whose settings are the description
 };
 
 }  // namespace orv::hdri::blockedAVX2

@@ -9,8 +9,51 @@
 #include "backgrounds/blur.h"
 #include "backgrounds/sphere_blur.h"
 #include "backgrounds/tilt.h"
+#include "maps/row_loop.h"
 
 namespace orv::hdri::blockedAVX2 {
+namespace {
+
+/// Multiplies all channels; what overflows is the largest finite float.
+void scale(BlockedMap& map, float factor) {
+  forEachRow(map.height(), 1, [&](std::uint32_t y) {
+    for (Block& block : map.row(y))
+      for (float* const channel : {block.r, block.g, block.b})
+        store(channel, limited(load(channel) * splat(factor)));
+  });
+}
+
+/// The largest absolute value of a channel.
+float magnitude(const BlockedMap& map) {
+  const auto add = [&](std::uint32_t y, Float8& largest) {
+    for (const Block& block : map.row(y))
+      for (const float* const channel : {block.r, block.g, block.b})
+        largest = max(abs(load(channel)), largest);
+  };
+  const auto larger = [](Float8 a, Float8 b) { return max(a, b); };
+  return horizontalMax(reduceOverRows(map.height(), zero8(), add, larger));
+}
+
+/// Divides by four, while it lives, a map so large that sums of its pixels would overflow.
+class Headroom {
+ public:
+  Headroom(BlockedMap& map, float maximum, bool canBeNegative) : map_(map) {
+    if (map.empty()) return;
+    quartered_ = (canBeNegative ? magnitude(map) : maximum) > kMost / 4;
+    if (quartered_) scale(map, 0.25f);
+  }
+  ~Headroom() {
+    if (quartered_) scale(map_, 4.0f);
+  }
+  Headroom(const Headroom&) = delete;
+  Headroom& operator=(const Headroom&) = delete;
+
+ private:
+  BlockedMap& map_;
+  bool quartered_ = false;
+};
+
+}  // namespace
 
 void applyAdjustments(MapBackground& background, const PaintContext& context, float maximum) {
   BlockedMap& map = background.preparedMap();
@@ -19,6 +62,7 @@ void applyAdjustments(MapBackground& background, const PaintContext& context, fl
   BlurSettings blurSettings(context.blurAmount);
   if (blurSettings.amount() > 0.0f) {
     context.progressText("Blur");
+    const Headroom headroom(map, maximum, background.canBeNegative());
     if (context.blurOnSphere) {
       const double columnAngle = 2.0 * std::numbers::pi / map.width();
       if (blurSettings.reachesNeighbours(map.width()))

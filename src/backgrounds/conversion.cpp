@@ -123,6 +123,7 @@ float convertPixels(const float* rgb, const ColorAdjustment& adjustment, Blocked
 }
 
 float convertScaled(const orvImage& image, const ColorAdjustment& adjustment, BlockedMap& map) {
+  if (map.empty()) return 0.0f;
   const std::vector<std::int32_t> columns = sourceIndices(map.width(), map.paddedWidth(), image.width());
   const std::vector<std::int32_t> rows = sourceIndices(map.height(), map.height(), image.height());
   const float* const pixels = image.pixels();

@@ -1,6 +1,9 @@
 #include "hdri/GradientBrush.h"
 
 #include <algorithm>
+#include <functional>
+#include <limits>
+#include <utility>
 
 #include "brushes/host_parameters.h"
 #include "host/orvNode.h"
@@ -28,22 +31,48 @@ float blend(const Stop& a, const Stop& b, float t) {
   return s > 0.0f ? std::min(s, 1.0f) : 0.0f;
 }
 
+/// Written so that a NaN does not count as ascending.
 template <typename Stop>
-Segment<Stop> findSegment(const std::vector<Stop>& stops, float t) {
+bool ascend(const std::vector<Stop>& stops) {
+  for (std::size_t i = 1; i < stops.size(); ++i)
+    if (!(stops[i - 1].position <= stops[i].position)) return false;
+  return true;
+}
+
+/// The first stop but one at least that lies behind `t`, else the last one, whatever the positions are.
+template <typename Stop>
+std::size_t stopBehind(const std::vector<Stop>& stops, float t, bool ascending) {
+  const auto isBehind = [t](const Stop& stop) { return stop.position > t; };
+  const auto last = stops.end() - 1;
+  const auto found = ascending ? std::partition_point(stops.begin() + 1, last, std::not_fn(isBehind))
+                               : std::find_if(stops.begin() + 1, last, isBehind);
+  return static_cast<std::size_t>(found - stops.begin());
+}
+
+template <typename Stop>
+Segment<Stop> findSegment(const std::vector<Stop>& stops, bool ascending, float t) {
   const Stop& first = stops.front();
   const Stop& last = stops.back();
   // Written so that a NaN takes the first stop.
   if (!(t > first.position)) return {first, first, 0.0f};
   if (t >= last.position) return {last, last, 0.0f};
-  // A stop at t starts the segment; the search ends at the last stop whatever the positions are.
-  std::size_t i = 1;
-  while (i + 1 < stops.size() && !(stops[i].position > t)) ++i;
+  // A stop at t starts the segment.
+  const std::size_t i = stopBehind(stops, t, ascending);
   return {stops[i - 1], stops[i], blend(stops[i - 1], stops[i], t)};
 }
 
-Rgb colorOf(const GradientStop& stop) {
-  return {stop.r * stop.intensity, stop.g * stop.intensity, stop.b * stop.intensity};
+/// What overflowed as the largest finite float of its sign.
+float limited(float x) {
+  constexpr float kMost = std::numeric_limits<float>::max();
+  return std::min(std::max(x, -kMost), kMost);
 }
+
+Rgb colorOf(const GradientStop& stop) {
+  return {limited(stop.r * stop.intensity), limited(stop.g * stop.intensity),
+          limited(stop.b * stop.intensity)};
+}
+
+float between(float from, float to, float s) { return limited(from + limited(to - from) * s); }
 
 template <typename Stop, std::size_t n>
 bool exportStops(orvFloat_array& array, const std::vector<Stop>& stops, float Stop::*const (&fields)[n]) {
@@ -56,19 +85,29 @@ bool exportStops(orvFloat_array& array, const std::vector<Stop>& stops, float St
 
 }  // namespace
 
+void GradientBrush::setStops(std::vector<GradientStop> stops) {
+  stops_ = std::move(stops);
+  stopsAscend_ = ascend(stops_) ? 1 : 0;
+}
+
+void GradientBrush::setCurve(std::vector<CurveStop> curve) {
+  curve_ = std::move(curve);
+  curveAscends_ = ascend(curve_) ? 1 : 0;
+}
+
 Rgb GradientBrush::evalColor(float t) const {
   if (stops_.empty()) return {1.0f, 1.0f, 1.0f};
-  const auto [a, b, s] = findSegment(stops_, t);
+  const auto [a, b, s] = findSegment(stops_, stopsAscend_ != 0, t);
   const Rgb from = colorOf(a);
   if (&a == &b) return from;
   const Rgb to = colorOf(b);
-  return {from.r + (to.r - from.r) * s, from.g + (to.g - from.g) * s, from.b + (to.b - from.b) * s};
+  return {between(from.r, to.r, s), between(from.g, to.g, s), between(from.b, to.b, s)};
 }
 
 float GradientBrush::evalCurve(float t) const {
   if (curve_.empty()) return 1.0f;
-  const auto [a, b, s] = findSegment(curve_, t);
-  return &a == &b ? a.value : a.value + (b.value - a.value) * s;
+  const auto [a, b, s] = findSegment(curve_, curveAscends_ != 0, t);
+  return &a == &b ? a.value : between(a.value, b.value, s);
 }
 
 bool GradientBrush::equals(const Brush& other) const {
@@ -80,8 +119,8 @@ bool GradientBrush::equals(const Brush& other) const {
 std::shared_ptr<Brush> GradientBrush::clone() const {
   auto copy = std::make_shared<GradientBrush>();
   copyBaseTo(*copy);
-  copy->stops_ = stops_;
-  copy->curve_ = curve_;
+  copy->setStops(stops_);
+  copy->setCurve(curve_);
   copy->angle_ = angle_;
   return copy;
 }

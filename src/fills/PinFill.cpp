@@ -5,7 +5,10 @@
 namespace orv::hdri::blockedAVX2 {
 namespace {
 
-/// Merges color s of weight w into the pixels d: `blend(d, s, w)` a channel, raised to 0. A pixel whose
+/// A channel raised to 0 and limited to the largest finite float; 0 for a NaN.
+inline Float8 channelOf(Float8 x) { return min(max(x, zero8()), splat(kMost)); }
+
+/// Merges color s of weight w into the pixels d: `blend(d, s, w)` a channel, within its limits. A pixel whose
 /// weight is 0 or no number keeps its color whatever the fill's is, so that a block shows nothing outside
 /// its pin.
 template <typename Blend>
@@ -17,7 +20,7 @@ void merge(const Shading& shading, const PixelBatch& batch, const Blend& blend) 
     const Mask8 painted = abs(w) > zero8();
     const auto channel = [&](float* below, const float* shaded) {
       const Float8 under = load(below);
-      store(below, max(select(painted, blend(under, load(shaded), w), under), zero8()));
+      store(below, channelOf(select(painted, blend(under, load(shaded), w), under)));
     };
     channel(d.r, color->r);
     channel(d.g, color->g);
@@ -31,10 +34,10 @@ bool isPainted(const PixelBatch& batch, std::size_t i) {
 }
 
 /// What `merge` does to blocks without any weight.
-void raiseToZero(Block* blocks, std::size_t count) {
+void limitChannels(Block* blocks, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i)
     for (float* const channel : {blocks[i].r, blocks[i].g, blocks[i].b})
-      store(channel, max(load(channel), zero8()));
+      store(channel, channelOf(load(channel)));
 }
 
 }  // namespace
@@ -59,7 +62,7 @@ void PinFill::composite(const PixelBatch& batch, FillScratch& scratch) const {
     if (painted)
       compositeRun(batch.part(first, end - first), scratch);
     else
-      raiseToZero(batch.color + first, end - first);
+      limitChannels(batch.color + first, end - first);
   }
 }
 

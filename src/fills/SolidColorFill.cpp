@@ -7,9 +7,9 @@ namespace orv::hdri::blockedAVX2 {
 
 SolidColorFill::SolidColorFill(const ColorBrush& brush) : PinFill(brush) {
   const float k = brush.brightness();
-  store(color_.r, splat(brush.color().r * k));
-  store(color_.g, splat(brush.color().g * k));
-  store(color_.b, splat(brush.color().b * k));
+  store(color_.r, splat(limited(brush.color().r * k)));
+  store(color_.g, splat(limited(brush.color().g * k)));
+  store(color_.b, splat(limited(brush.color().b * k)));
 }
 
 Shading SolidColorFill::shade(const PixelBatch& batch, FillScratch&) const {

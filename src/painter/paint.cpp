@@ -18,7 +18,8 @@ std::shared_ptr<EnvImage> BlockedPainter::paint() {
     prepareBackground();
     backgroundValid_ = true;
   }
-  paintPins(context_, *background_, pins_, result.get());
+  // A map without pixels has nothing to paint, however many rows or columns it has.
+  if (result) paintPins(context_, *background_, pins_, *result);
   return result;
 }
 

@@ -20,8 +20,8 @@ void interleaveBlock(const Block& block, Float8& a, Float8& b, Float8& c) {
 }  // namespace
 
 PinRowPainter::PinRowPainter(const PaintContext& context, const BackgroundSource& background,
-                             const PassPlan& plan, EnvImage* result)
-    : context_(&context), background_(&background), plan_(&plan), result_(result), row_(plan.blocks()) {}
+                             const PassPlan& plan, EnvImage& result)
+    : context_(&context), background_(&background), plan_(&plan), result_(&result), row_(plan.blocks()) {}
 
 void PinRowPainter::paintRow(std::uint32_t y) {
   const auto row = static_cast<std::int32_t>(y);
@@ -31,8 +31,8 @@ void PinRowPainter::paintRow(std::uint32_t y) {
   background_->fillRow(y, latitude, row_.all());
   setLatitude(latitude);
   plan_->forEachPinOfRow(row, [&](const PlannedPin& pin) { layPin(pin, latitude); });
-  if (result_) storeRow(y);
-  context_->progressFraction(1.0f, result_ ? static_cast<float>(result_->height) : 0.0f);
+  storeRow(y);
+  context_->progressFraction(1.0f, static_cast<float>(result_->height));
 }
 
 void PinRowPainter::setLatitude(float latitude) {

@@ -22,10 +22,10 @@ struct PaintContext;
 /// buffers from row to row.
 class PinRowPainter {
  public:
-  /// @param result where rows go; null when the map has no pixels.
+  /// @param result where rows go.
   /// All must outlive the painter. @throws std::bad_alloc.
   PinRowPainter(const PaintContext& context, const BackgroundSource& background, const PassPlan& plan,
-                EnvImage* result);
+                EnvImage& result);
 
   /// Paints row `y`: the background, then the pins over it, then the store, then the progress.
   void paintRow(std::uint32_t y);

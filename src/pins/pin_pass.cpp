@@ -42,7 +42,7 @@ class PreparedFills {
 }  // namespace
 
 void paintPins(const PaintContext& context, const BackgroundSource& background, PinList& pins,
-               EnvImage* result) {
+               EnvImage& result) {
   context.progressText("Painting Pins");
   PreparedFills fills(pins);
   fills.prepare(context, background);

@@ -14,9 +14,9 @@ struct PaintContext;
 /// Writes the map: for every row, in parallel, the background and the pins over it. A fill that can not be
 /// prepared is replaced by red, now and for later paints.
 /// @param background prepared already.
-/// @param result where rows go; null when the map has no pixels, the rows are then only run.
+/// @param result where rows go.
 /// @throws std::bad_alloc.
 void paintPins(const PaintContext& context, const BackgroundSource& background, PinList& pins,
-               EnvImage* result);
+               EnvImage& result);
 
 }  // namespace orv::hdri::blockedAVX2

@@ -2,6 +2,10 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
 /// Eight lanes of 32-bit floats, integers and masks. Lane i of a block is the pixel x0 + i of a row. Nothing
 /// converts implicitly: `splat`, `load` and `toFloat` say what happens, and a mask is a type of its own.
 namespace orv::hdri::blockedAVX2 {
@@ -55,6 +59,10 @@ inline Float8 min(Float8 a, Float8 b) { return {_mm256_min_ps(a.v, b.v)}; }
 /// The larger lane; `b` where either is not a number, so `max(x, zero8())` turns a NaN into 0.
 inline Float8 max(Float8 a, Float8 b) { return {_mm256_max_ps(a.v, b.v)}; }
 inline Float8 clamp01(Float8 a) { return min(max(a, zero8()), splat(1.0f)); }
+/// What overflowed as the largest finite float of its sign; a NaN stays one.
+inline constexpr float kMost = std::numeric_limits<float>::max();
+inline float limited(float x) { return std::min(std::max(x, -kMost), kMost); }
+inline Float8 limited(Float8 a) { return min(splat(kMost), max(splat(-kMost), a)); }
 inline Float8 sqrt(Float8 a) { return {_mm256_sqrt_ps(a.v)}; }
 /// Rounds to the nearest whole number, halves to even.
 inline Float8 roundNearest(Float8 a) {
@@ -125,6 +133,18 @@ inline Int8 shiftRight(Int8 a) {
 inline Mask8 operator==(Int8 a, Int8 b) { return {_mm256_castsi256_ps(_mm256_cmpeq_epi32(a.v, b.v))}; }
 inline Mask8 operator>(Int8 a, Int8 b) { return {_mm256_castsi256_ps(_mm256_cmpgt_epi32(a.v, b.v))}; }
 inline void store(int* aligned, Int8 a) { _mm256_store_si256(reinterpret_cast<__m256i*>(aligned), a.v); }
+
+/// Stores a aFactor + b bFactor of each lane as 64-bit integers; a and b are not negative.
+inline void storeWideSum(std::int64_t* aligned, Int8 a, std::uint32_t aFactor, Int8 b,
+                         std::uint32_t bFactor) {
+  const auto put = [=](std::int64_t* to, __m128i aHalf, __m128i bHalf) {
+    const __m256i ofA = _mm256_mul_epu32(_mm256_cvtepu32_epi64(aHalf), _mm256_set1_epi64x(aFactor));
+    const __m256i ofB = _mm256_mul_epu32(_mm256_cvtepu32_epi64(bHalf), _mm256_set1_epi64x(bFactor));
+    _mm256_store_si256(reinterpret_cast<__m256i*>(to), _mm256_add_epi64(ofA, ofB));
+  };
+  put(aligned, _mm256_castsi256_si128(a.v), _mm256_castsi256_si128(b.v));
+  put(aligned + 4, _mm256_extracti128_si256(a.v, 1), _mm256_extracti128_si256(b.v, 1));
+}
 
 /// Rounds to nearest even; lanes out of range give INT_MIN.
 inline Int8 toIntNearest(Float8 a) { return {_mm256_cvtps_epi32(a.v)}; }

@@ -109,6 +109,8 @@ TEST(ColorAdjustment, ValuesWithin1e5OfNeutralCountAsNeutral) {
           Adjustments{.brightness = 1.000009f, .gamma = 0.999992f, .hueShift = 9e-6f, .saturation = -9e-6f})
           .active());
   EXPECT_FALSE(ColorAdjustment(Adjustments{.tintRed = 1.000009f}).active());
+  EXPECT_TRUE(ColorAdjustment(Adjustments{.brightness = 1.000011f}).scaleOn());
+  EXPECT_TRUE(ColorAdjustment(Adjustments{.hueShift = 1.1e-5f}).hueOn());
   EXPECT_TRUE(ColorAdjustment(Adjustments{.brightness = 1.00002f}).scaleOn());
   EXPECT_TRUE(ColorAdjustment(Adjustments{.gamma = 1.00002f}).gammaOn());
   EXPECT_TRUE(ColorAdjustment(Adjustments{.hueShift = 2e-5f}).hueOn());
@@ -140,6 +142,11 @@ TEST(ColorAdjustment, SaturationMinusOneRaisesAllToTheLargestChannel) {
 
 TEST(ColorAdjustment, SaturationOnePushesAwayFromTheLargestAndStopsAtZero) {
   EXPECT_EQ(applied({0.2, 0.5, 1.0}, {.saturation = 1}), (Color{0, 0, 1}));
+}
+
+TEST(ColorAdjustment, SaturationBeyondItsRangeCountsAsItsEnd) {
+  EXPECT_EQ(applied({0.2, 0.5, 1.0}, {.saturation = -3}), (Color{1, 1, 1}));
+  EXPECT_EQ(applied({0.75, 0.5, 1.0}, {.saturation = 3}), (Color{0.5, 0, 1}));
 }
 
 TEST(ColorAdjustment, BlackStaysBlackThroughEveryStep) {

@@ -65,7 +65,8 @@ void makeRandom(GradientBrush& brush, int n) {
 }
 
 TEST(GradientTable, HasTheValuesOfTheBrushForAnyNumberOfStops) {
-  for (const int n : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 40}) {
+  for (const int n :
+       {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 31, 32, 40, 1000}) {
     SCOPED_TRACE(n);
     GradientBrush brush;
     makeRandom(brush, n);

@@ -54,10 +54,27 @@ TEST_F(SunSkyBackgroundTest, BlurAndTiltReportAfterTheAdjustments) {
                            "orv_progress_set(scene, \"Painting Pins\", 0)"));
 }
 
-TEST_F(SunSkyBackgroundTest, TheSkyIsHandedTheBrushsSettingsAsItsDescription) {
-  SunSkyBackground background(brush_, *host_.sky);
+TEST_F(SunSkyBackgroundTest, TheSkyIsHandedTheSettingsOfASharedBrushAsItsDescription) {
+  const auto shared = std::make_shared<SunSkyBrush>();
+  SunSkyBackground background(*shared, *host_.sky);
   background.prepare(painter_->context());
-  EXPECT_EQ(host_.sky->lastDescription, &brush_.settings());
+  EXPECT_EQ(host_.sky->lastDescription, &shared->settings());
+}
+
+TEST_F(SunSkyBackgroundTest, TheDescriptionOutlivesABrushThatNobodyShares) {
+  float turbidity = 0;
+  host_.sky->onRender = [&](float*, std::uint32_t, std::uint32_t) {
+    turbidity = static_cast<const SkySettings*>(host_.sky->lastDescription)->turbidity;
+  };
+  {
+    SunSkyBrush brush;
+    brush.settings().turbidity = 7.5f;
+    ASSERT_TRUE(painter_->setBackground(brush));
+    // What stands in its place when it is gone.
+    brush.settings().turbidity = -1;
+  }
+  painter_->paint();
+  EXPECT_EQ(turbidity, 7.5f);
 }
 
 // The bits of 95 are cleared from 3 w h + 95: 96 becomes 160, 48 becomes 128 and 12 becomes 32.

@@ -139,6 +139,18 @@ TEST(GradientBackground, IsAdjusted) {
   EXPECT_EQ(row[0].b[0], 1.0f);
 }
 
+TEST(GradientBackground, LookUpsAreAdjusted) {
+  const auto brush = redToBlue();
+  brush->adjustments().brightness = 4;
+  brush->adjustments().tintBlue = 0.5f;
+  alignas(32) float v[8];
+  std::fill_n(v, 8, 0.5f);
+  Block out;
+  GradientBackground(*brush).sampleBlock({&out, 1}, v, v);
+  EXPECT_EQ(out.r[0], 2.0f);
+  EXPECT_EQ(out.b[0], 1.0f);
+}
+
 TEST(GradientBackground, AnEmptyRowIsLeftAlone) {
   const auto brush = redToBlue();
   GradientBackground(*brush).fillRow(0, 0.0f, {});

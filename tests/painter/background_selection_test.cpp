@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
+#include <vector>
 
 #include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
@@ -86,6 +88,23 @@ TEST_F(BackgroundSelection, ASkyThatTheSceneDoesNotHaveShowsAsRed) {
   EXPECT_EQ(firstPixel(), (Rgb{1, 0, 0}));
 }
 
+TEST_F(BackgroundSelection, WithoutMemoryForTheRedOfAMissingSkyThereIsNoBackground) {
+  ASSERT_TRUE(painter_->setBackground(ColorBrush(1, 1, 1)));
+  host_.failAllocation(1);
+  EXPECT_FALSE(painter_->setBackground(SunSkyBrush()));
+  EXPECT_FALSE(painter_->hasBackground());
+  EXPECT_FALSE(painter_->paint());
+}
+
+TEST_F(BackgroundSelection, WithoutMemoryForTheWhiteOfAMissingImageThePaintThrowsAndTheNextHasNone) {
+  ASSERT_TRUE(painter_->setBackground(ImageBrush("gone.exr")));
+  host_.failAllocation(1);
+  EXPECT_THROW(painter_->paint(), std::bad_alloc);
+  EXPECT_FALSE(painter_->hasBackground());
+  EXPECT_FALSE(painter_->isValid());
+  EXPECT_FALSE(painter_->paint());
+}
+
 TEST_F(BackgroundSelection, AGradientIsSharedWithItsOwner) {
   auto brush = std::make_shared<GradientBrush>();
   EXPECT_TRUE(painter_->setBackground(*brush));
@@ -122,6 +141,17 @@ TEST_F(BackgroundSelection, TheSizeOfAnImageOfTheSameSizeKeepsValidity) {
   painter_->paint();
   ASSERT_TRUE(painter_->setSizeFromImage("map.exr"));
   EXPECT_TRUE(painter_->isValid());
+}
+
+TEST_F(BackgroundSelection, ASizeThatIsNoSignedNumberOf32BitsCountsAsNone) {
+  host_.images["wide.exr"] = std::make_unique<FakeImage>(3000000000u, 7, std::vector<float>(3));
+  host_.images["high.exr"] = std::make_unique<FakeImage>(7, 3000000000u, std::vector<float>(3));
+  EXPECT_TRUE(painter_->setSizeFromImage("wide.exr"));
+  EXPECT_EQ(painter_->context().width, 0);
+  EXPECT_EQ(painter_->context().height, 7);
+  EXPECT_TRUE(painter_->setSizeFromImage("high.exr"));
+  EXPECT_EQ(painter_->context().width, 7);
+  EXPECT_EQ(painter_->context().height, 0);
 }
 
 TEST_F(BackgroundSelection, AMissingImageLeavesTheSize) {

@@ -11,9 +11,13 @@
 #include <memory>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
+#include "hdri/BackgroundBrush.h"
 #include "hdri/ColorBrush.h"
+#include "hdri/GradientBrush.h"
 #include "hdri/ImageBrush.h"
+#include "hdri/SunSkyBrush.h"
 #include "painter/BlockedPainter.h"
 #include "support/fake_host/FakeHost.h"
 
@@ -76,13 +80,40 @@ TEST_F(Paint, OfZeroSizeRunsTheBackgroundAndIsEmpty) {
   EXPECT_TRUE(host_.progressAmounts().empty());
 }
 
-TEST_F(Paint, OfZeroWidthPassesTheProgressStepOnAsItComesOut) {
+TEST_F(Paint, OfZeroWidthRunsNoRows) {
   painter_->setSize(0, 3);
   painter_->setBackground(ColorBrush(1, 1, 1));
   EXPECT_EQ(painter_->paint(), nullptr);
-  EXPECT_THAT(host_.progressAmounts(),
-              ElementsAre(std::numeric_limits<float>::infinity(), std::numeric_limits<float>::infinity(),
-                          std::numeric_limits<float>::infinity()));
+  EXPECT_TRUE(painter_->isValid());
+  EXPECT_TRUE(host_.progressAmounts().empty());
+}
+
+// Not a test of time, though rows or columns that were run would take minutes, or memory that is not there.
+TEST_F(Paint, OfASideOfZeroIsEmptyHoweverLongTheOtherIs) {
+  constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+  host_.images["map.exr"] = std::make_unique<FakeImage>(4, 2);
+  host_.sky = std::make_unique<FakeSky>();
+  ImageBrush image("map.exr");
+  SunSkyBrush sky;
+  const GradientBrush gradient;
+  for (Brush* brush : {static_cast<Brush*>(&image), static_cast<Brush*>(&sky)}) {
+    brush->setBlurAmount(10);
+    brush->setTiltAngles(30, 20);
+  }
+  for (const bool onSphere : {false, true}) {
+    image.setBlurOnSphere(onSphere);
+    sky.setBlurOnSphere(onSphere);
+    for (const Brush* brush : {static_cast<const Brush*>(&image), static_cast<const Brush*>(&sky),
+                               static_cast<const Brush*>(&gradient)})
+      for (const auto& [width, height] : {std::pair{0, kMost}, std::pair{kMost, 0}}) {
+        painter_->setSize(width, height);
+        ASSERT_TRUE(painter_->setBackground(*brush));
+        ASSERT_TRUE(painter_->addCirclePin({}, ColorBrush(1, 1, 1)));
+        ASSERT_TRUE(painter_->addCirclePin({}, BackgroundBrush(10, 20)));
+        EXPECT_EQ(painter_->paint(), nullptr) << width << " x " << height;
+        painter_->clear();
+      }
+  }
 }
 
 TEST_F(Paint, ReportsItsPhaseAndOneStepARow) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <vector>
@@ -15,6 +16,7 @@ namespace orv::hdri::blockedAVX2 {
 namespace {
 
 constexpr std::size_t kBlocks = 33;
+constexpr float kChange = 3.0f, kNobodys = 7.0f;
 constexpr std::uint32_t kAllNeeds[] = {0x00, 0x10, 0x20, 0x30, 0x40, 0x50, 0x60, 0x70};
 
 /// A row of columns with their tables.
@@ -47,6 +49,22 @@ void expectBatchEqualsBlocks(const PinShape& shape, std::uint32_t needs, float c
   OneBlock row = shape_support::batchAt(needs, 0, elevation);
   auto planes = std::make_unique<BatchPlanes>();
   std::memset(static_cast<void*>(planes.get()), 0, sizeof(BatchPlanes));
+  // Changes are as the pass left them; beyond the batch stand numbers that are nobody's.
+  for (float(&change)[BatchPlanes::kPixels] : planes->changes) std::fill_n(change, 8 * kBlocks, kChange);
+  float* const all[] = {planes->u,
+                        planes->v,
+                        planes->cosAngle,
+                        planes->weight,
+                        planes->dotT1,
+                        planes->dotT2,
+                        planes->changes[0],
+                        planes->changes[1],
+                        planes->changes[2],
+                        planes->changes[3],
+                        planes->directionWorld[0],
+                        planes->directionWorld[1],
+                        planes->directionWorld[2]};
+  for (float* plane : all) std::fill(plane + 8 * kBlocks, plane + BatchPlanes::kPixels, kNobodys);
   PixelBatch many = planes->batch();
   many.needs = needs;
   many.blocks = kBlocks;
@@ -64,6 +82,7 @@ void expectBatchEqualsBlocks(const PinShape& shape, std::uint32_t needs, float c
     OneBlock batch = row;
     const std::size_t x = 8 * block;
     std::memcpy(batch.azimuth, columns.azimuth + x, sizeof batch.azimuth);
+    for (float(&change)[8] : batch.changes) std::fill_n(change, 8, kChange);
     evaluate(shape, batch);
     expectSameBits(planes->u + x, batch.u, "u");
     expectSameBits(planes->v + x, batch.v, "v");
@@ -77,6 +96,10 @@ void expectBatchEqualsBlocks(const PinShape& shape, std::uint32_t needs, float c
       expectSameBits(planes->directionWorld[i] + x, batch.directionWorld[i], "direction");
     }
   }
+  for (const float* plane : all)
+    EXPECT_TRUE(std::all_of(plane + 8 * kBlocks, plane + BatchPlanes::kPixels, [](float x) {
+      return x == kNobodys;
+    })) << "written beyond the batch";
 }
 
 class Batches : public testing::TestWithParam<bool> {

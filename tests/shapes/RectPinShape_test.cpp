@@ -217,6 +217,25 @@ TEST_F(RectShape, TinyCornerRadiusIsSquare) {
   EXPECT_EQ(evaluateAt(shape, 0, at.azimuth, at.elevation).weight[0], 1.0f);
 }
 
+TEST_F(RectShape, CornersAreRoundFromARadiusAboveOneInAHundredThousand) {
+  // A round corner brings its soft edge along: a pixel in the outermost thousandth is half covered.
+  const auto edgeWeight = [](float cornerRadius) {
+    const RectPinShape shape(rect(0, 0, 0.6f, 0.3f, {.cornerRadius = cornerRadius}), 0.002f);
+    return evaluateAt(shape, 0, 0.599f, 0).weight[0];
+  };
+  EXPECT_EQ(edgeWeight(1e-5f), 1.0f);
+  EXPECT_NEAR(edgeWeight(1.1e-5f), 0.5f, 1e-3);
+}
+
+TEST_F(RectShape, AnAxisWithoutWidthHoldsThePixelsOnIt) {
+  // 0 / 0 along the first axis is no number, and not outside.
+  const RectPinShape shape(rect(0, 0, 0, 0.3f), 0.01f);
+  const OneBlock on = evaluateAt(shape, 0, 0, 0.1f);
+  EXPECT_TRUE(std::isnan(on.u[0]));
+  EXPECT_EQ(on.mask[0], 0xffffffffu);
+  EXPECT_EQ(evaluateAt(shape, 0, 0.001f, 0.1f).mask[0], 0u);
+}
+
 TEST_F(RectShape, ChangesAreTheDerivativesTimesThePixelAngle) {
   const float pixelAngle = 0.02f;
   const RectPinShape shape(rect(0.8f, -0.4f, 0.6f, 0.35f, {0.3f}), pixelAngle);

@@ -92,6 +92,19 @@ TEST_F(Falloffs, LinearOfAmountOneIsOneAtTheCentreAlone) {
   }
 }
 
+TEST_F(Falloffs, LinearOfAmountOneFallsByTenToTheTwentyAnAxis) {
+  EXPECT_FLOAT_EQ(weight(*makeCircleFalloff(circle(Falloff::circleLinear, 1)), 5e-21f), 0.5f);
+  EXPECT_FLOAT_EQ(weight(*makeRectFalloff(rect(Falloff::rectLinear, 1)), 0, -1e-15f), 0.0f);
+  EXPECT_EQ(weight(*makeRectFalloff(rect(Falloff::rectLinear, 1)), 0, 0), 1.0f);
+}
+
+TEST_F(Falloffs, CosineOfAmountZeroRisesWithinOneInAHundredThousand) {
+  // cos r = 1/2; halfway up at 5e-6 above it, to the rounding of the cosine.
+  const auto curve = makeCircleFalloff(circle(Falloff::circleCosine, 0, 1.0471976f));
+  EXPECT_NEAR(weight(*curve, 0.5f, 0, 0.500005f), 0.5f, 2e-2);
+  EXPECT_EQ(weight(*curve, 0.5f, 0, 0.50002f), 1.0f);
+}
+
 TEST_F(Falloffs, QuadraticOfAmountZeroBulges) {
   // a = -3: (1 - u)(1 + 3 u); at 1/2 that is 1.25, cut to 1; at 0.9 it is 0.37.
   for (const float amount : {0.0f, -2.0f}) {

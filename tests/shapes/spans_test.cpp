@@ -78,6 +78,15 @@ TEST(AzimuthSpans, AnIntersectionWithAWholeTurnChangesNothing) {
   expectSpans(spans, {{0.5f, 1.0f}});
 }
 
+TEST(AzimuthSpans, AWholeTurnFromAnywhereCutsNothing) {
+  AzimuthSpans spans;
+  spans.addInterval(-1.0f, 3.0f);
+  spans.intersect(-4.0f, kTwoPi - 4.0f);  // cut at 2.28 if it were not a whole turn
+  expectSpans(spans, {{-1.0f, 3.0f}});
+  spans.intersect(-4.0f, 5.0f);
+  expectSpans(spans, {{-1.0f, 3.0f}});
+}
+
 TEST(AzimuthSpans, DropsPartsWithoutLength) {
   AzimuthSpans spans;
   spans.addInterval(0.5f, 1.0f);
@@ -157,6 +166,16 @@ TEST(RowCrossing, OfACapAtThePoleIsWhole) {
   const AzimuthSpan interval = crossing(capAround(0.3f, kHalfPi, 0.2f), 0.1f, crosses);
   EXPECT_TRUE(crosses);
   EXPECT_EQ(interval, (AzimuthSpan{-kPi, kPi}));
+}
+
+TEST(RowCrossing, IsWholeWhereTheProductOfTheCosinesIsBelowOneInAMillion) {
+  // A half space about the equator meets each row in half a turn.
+  const SphereCap cap = halfSpace({1, 0, 0});
+  AzimuthSpan interval;
+  EXPECT_TRUE(rowCrossing(cap, 0.99e-6f, 0, interval));
+  EXPECT_EQ(interval, (AzimuthSpan{-kPi, kPi}));
+  EXPECT_TRUE(rowCrossing(cap, 1.01e-6f, 0, interval));
+  EXPECT_NEAR(interval.end, kHalfPi, 1e-6);
 }
 
 TEST(RowCrossing, OfARowWithinTheCapIsWhole) {

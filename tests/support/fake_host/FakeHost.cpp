@@ -14,6 +14,7 @@
 struct FakeHost::State {
   mutable std::mutex mutex;
   std::vector<std::string> calls;
+  std::vector<std::string> callsAndSteps;
   std::vector<float> progressAmounts;
   std::vector<std::string> log;
   std::atomic<std::int64_t> liveBlocks{0};
@@ -159,6 +160,7 @@ void FakeHost::reset() {
   giveNodes = true;
   const std::lock_guard lock(state_->mutex);
   state_->calls.clear();
+  state_->callsAndSteps.clear();
   state_->progressAmounts.clear();
   state_->log.clear();
   state_->failAt = 0;
@@ -167,6 +169,11 @@ void FakeHost::reset() {
 std::vector<std::string> FakeHost::calls() const {
   const std::lock_guard lock(state_->mutex);
   return state_->calls;
+}
+
+std::vector<std::string> FakeHost::callsAndSteps() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->callsAndSteps;
 }
 
 std::vector<float> FakeHost::progressAmounts() const {
@@ -189,6 +196,7 @@ void FakeHost::failAllocation(std::int64_t n) { state_->failAt = n; }
 
 void FakeHost::record(std::string call) {
   const std::lock_guard lock(state_->mutex);
+  state_->callsAndSteps.push_back(call);
   state_->calls.push_back(std::move(call));
 }
 
@@ -229,8 +237,11 @@ void orv_progress_set(orvScene* scene, const char* text, float amount) {
   FakeHost::instance().record(call.str());
 }
 
-void orv_progress_add(orvScene*, float amount) {
+void orv_progress_add(orvScene* scene, float amount) {
+  std::ostringstream step;
+  step << "orv_progress_add(" << nameOf(scene) << ", " << amount << ")";
   const std::lock_guard lock(FakeHostAccess::state().mutex);
+  FakeHostAccess::state().callsAndSteps.push_back(step.str());
   FakeHostAccess::state().progressAmounts.push_back(amount);
 }
 

@@ -94,6 +94,8 @@ class FakeHost {
 
   /// Recorded calls in order; progress_add calls are kept apart, for they come from many threads.
   std::vector<std::string> calls() const;
+  /// All calls, progress_add among them, in order of arrival.
+  std::vector<std::string> callsAndSteps() const;
   /// Amounts of orv_progress_add, in order of arrival.
   std::vector<float> progressAmounts() const;
   /// Lines of the log.
