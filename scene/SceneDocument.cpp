@@ -74,7 +74,7 @@ Scene SceneDocument::read(std::optional<double> frame) const {
   Problems problems = problems_;
   Scene scene;
   const JsonPath root;
-  if (keyFrames(document_).empty()) {
+  if (!isAnimated(document_)) {
     ObjectReader(problems).readObject(kSceneKeys, {document_, root}, scene);
     problems.throwIfAny();
     return scene;

@@ -87,7 +87,7 @@ class Resolver {
     }
     auto* object = std::get_if<JsonObject>(&value.data);
     if (!object) return;
-    if (memberOf(*object, "keys")) {
+    if (path.step != JsonPath::Step::root && memberOf(*object, "keys")) {
       const std::optional<Keys> keys = keysOf(value, *object, path);
       if (!keys) return;
       JsonValue now = valueOf(*keys, positionOf(frame_, keys->frames), keys->values, isAzimuth(path.key));
@@ -157,7 +157,7 @@ class Resolver {
       for (const JsonValue* value : values) numbers.push_back(value->asDouble());
       if (azimuth) unwind(numbers);
       const double now = between(at, keys, numbers);
-      return {azimuth ? std::fmod(now, 360.0) : now, last.order};
+      return {azimuth ? std::fmod(now, 360.0) + 0.0 : now, last.order};
     }
     if (const auto* items = std::get_if<JsonArray>(&last.data)) {
       const auto alike = [&](const JsonValue* value) {
@@ -217,6 +217,20 @@ void collectFrames(const JsonValue& value, bool atRoot, std::vector<double>& fra
 void resolveAnimations(JsonValue& document, double frame, Problems& problems) {
   const JsonPath root;
   Resolver(frame, problems).resolve(document, root);
+}
+
+bool isAnimated(const JsonValue& document) {
+  const auto anyIn = [](const auto& self, const JsonValue& value, bool atRoot) -> bool {
+    if (const auto* array = std::get_if<JsonArray>(&value.data))
+      return std::any_of(array->begin(), array->end(),
+                         [&](const JsonValue& item) { return self(self, item, false); });
+    const auto* object = std::get_if<JsonObject>(&value.data);
+    return object && std::any_of(object->begin(), object->end(), [&](const JsonMember& member) {
+             if (atRoot && member.key == "view") return false;
+             return (!atRoot && member.key == "keys") || self(self, member.value, false);
+           });
+  };
+  return anyIn(anyIn, document, true);
 }
 
 std::vector<double> keyFrames(const JsonValue& document) {

@@ -20,6 +20,9 @@ namespace orv::scene {
 /// Puts the values at `frame` in the place of all animations. What is wrong goes to `problems`.
 void resolveAnimations(JsonValue& document, double frame, Problems& problems);
 
+/// Whether any value of the document changes with time.
+bool isAnimated(const JsonValue& document);
+
 /// The frames of all keys, ascending, each once. Empty for a scene that does not move.
 std::vector<double> keyFrames(const JsonValue& document);
 

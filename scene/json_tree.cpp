@@ -167,12 +167,13 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
   /// What is wrong with a comma, if one is.
   std::optional<std::string> commaFinding(std::size_t position, const std::string& token,
                                           std::string_view message) const {
-    if (token.empty() || token.size() > position || position > text_.size()) return std::nullopt;
-    const std::string_view before = text_.substr(0, position - token.size());
+    if (token.empty() || position == 0 || position > text_.size()) return std::nullopt;
+    const char end = text_[position - 1];
+    const std::string_view before = text_.substr(0, position - 1);
     const std::size_t last = before.find_last_not_of(" \t\r\n");
     const bool afterComma = last != std::string_view::npos && before[last] == ',';
-    if (afterComma && (token == "}" || token == "]"))
-      return "nothing follows the comma before this " + token + "; remove the comma";
+    if (afterComma && (end == '}' || end == ']'))
+      return std::string("nothing follows the comma before this ") + end + "; remove the comma";
     const bool wantsEnd = message.ends_with("; expected '}'") || message.ends_with("; expected ']'");
     if (wantsEnd && message.find("unexpected end of input") == std::string_view::npos)
       return "a comma is missing before " +

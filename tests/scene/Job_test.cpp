@@ -160,7 +160,7 @@ TEST(OutputNames, TwoMapsOfOneNameAreWrongHoweverItIsWritten) {
   EXPECT_NO_THROW(checkNames({"a.exr", "b.exr", "../a.exr"}));
   EXPECT_THROW(checkNames({"a.exr", "b.exr", "a.exr"}), SettingError);
   EXPECT_THROW(checkNames({"a.exr", "./a.exr"}), SettingError);
-  EXPECT_THROW(checkNames({"no such folder/a.exr"}), SettingError);
+  EXPECT_THROW(checkNames({"no such folder/a.exr", "b.exr"}), SettingError);
 }
 
 }  // namespace

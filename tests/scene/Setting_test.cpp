@@ -41,7 +41,8 @@ TEST(Setting, NamesAnItemByItsNumberOrItsName) {
 
 TEST(Setting, AddsWhatIsMissing) {
   const Scene scene =
-      sceneWith({"background.type=sunSky", "background.rotation.azimuth=90", "smoothing=false"});
+      sceneWith({R"(background={"type": "sunSky"})", "background.rotation.azimuth=90", "smoothing=false"});
+  EXPECT_EQ(std::get<SunSkyBackground>(scene.background.paint).map.rotation.azimuth, 90);
   EXPECT_EQ(scene.smoothing, false);
   EXPECT_EQ(sceneWith({"pins.key.enabled=false"}).pins[0].enabled, false);
 }

@@ -144,10 +144,10 @@ TEST(SceneErrors, RefuseKeysThatTheTypeOrTheUseDoesNotKnow) {
         gradient + R"("angle": 1})", gradient + R"("blur": 1})", color + R"("blur": 1})",
         color + R"("gamma": 1})", color + R"("tint": [1, 1, 1]})", image + R"("turn": 1})",
         image + R"("sky": {}})", color + R"("rotation": {}})"})
-    EXPECT_THAT(errorsOf(withBackground(background)), HasSubstr("not a key of a ")) << background;
+    EXPECT_THAT(errorsOf(withBackground(background)), HasSubstr("not a key of a")) << background;
   for (const std::string& fill : {image + R"("blur": 1})", image + R"("rotation": {}})",
                                   color + R"("hue": 0})", color + R"("stops": []})"})
-    EXPECT_THAT(errorsOf(withPin(kCircle, fill)), HasSubstr("not a key of a ")) << fill;
+    EXPECT_THAT(errorsOf(withPin(kCircle, fill)), HasSubstr("not a key of a")) << fill;
   EXPECT_THAT(errorsOf(withPin(kCircle + R"(, "halfWidth": 1)", kWhite)),
               HasSubstr("s.json: pins[0].halfWidth: not a key of a circle pin"));
   EXPECT_THAT(errorsOf(withPin(kRect + R"(, "radius": 1)", kWhite)),
