@@ -24,7 +24,7 @@ ScenePainting::ScenePainting(const SceneArguments& arguments)
     : arguments_(arguments),
       scene_(scene::readScene(arguments.scene)),
       library_(arguments.painter),
-      host_(orv_scene_create({})) {
+      host_(orv_scene_create({.maxImagePixels = arguments.maxImagePixels})) {
   if (!host_) throw std::bad_alloc();
 }
 
@@ -45,9 +45,10 @@ std::shared_ptr<orv::hdri::EnvImage> ScenePainting::paint(ProgressBar& bar) cons
   if (!arguments_.quiet || result.fellBack)
     for (const std::string& line : result.messages) printMessage(arguments_.scene + ": " + line);
   if (!result.fellBack || arguments_.allowFallback) return result.map;
-  printMessage(arguments_.scene +
-               ": a visible colour was painted in place of what is missing; no file is written "
-               "(--allow-fallback writes it all the same)");
+  printMessage(
+      arguments_.scene +
+      ": a visible colour, or a worse picture, was painted in place of what is missing; no file is written "
+      "(--allow-fallback writes it all the same)");
   return nullptr;
 }
 
