@@ -27,6 +27,7 @@ struct orvScene_options {
   std::uint32_t maxImageSide = 65536;  ///< larger images are refused before anything is allocated
   std::uint64_t maxImagePixels = std::uint64_t{1} << 29;
   std::uint64_t imageCacheBytes = std::uint64_t{1} << 30;  ///< budget of images kept for the next use
+  bool keepBlocks = true;  ///< big blocks that are given back wait for the next request; false for one paint
 };
 
 extern "C" {

@@ -14,6 +14,14 @@ namespace {
 
 namespace scene = orv::scene;
 
+/// One paint needs nothing twice: what it is done with goes.
+orvScene_options hostOptions() {
+  orvScene_options options;
+  options.imageCacheBytes = 0;
+  options.keepBlocks = false;
+  return options;
+}
+
 void showProgress(void* bar, const char* text, double amount) {
   static_cast<ProgressBar*>(bar)->show(text, amount);
 }
@@ -24,7 +32,7 @@ ScenePainting::ScenePainting(const SceneArguments& arguments)
     : arguments_(arguments),
       scene_(scene::readScene(arguments.scene)),
       library_(arguments.painter),
-      host_(orv_scene_create({})) {
+      host_(orv_scene_create(hostOptions())) {
   if (!host_) throw std::bad_alloc();
 }
 
