@@ -2,24 +2,21 @@
 // memcpy, and a scalar loop with std::pow for the colour adjustments.
 
 #include <benchmark/benchmark.h>
-#include <immintrin.h>
-#include <sys/mman.h>
 #include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <vector>
 
 #include "backgrounds/ColorAdjustment.h"
 #include "backgrounds/conversion.h"
+#include "bench/ArrayImage.h"
 #include "bench/interleaved.h"
+#include "bench/memory.h"
 #include "hdri/ColorBrush.h"
 #include "hdri/GradientBrush.h"
 #include "hdri/IPainter.h"
-#include "host/orvImage.h"
 #include "maps/BlockedMap.h"
 
 namespace {
@@ -41,37 +38,6 @@ Painter painterOf(std::int32_t width, const Brush& background) {
 
 std::size_t bytesOf(std::int64_t width) { return static_cast<std::size_t>(width * width / 2) * 12; }
 
-/// Memory on huge pages, not touched yet.
-struct Fresh {
-  explicit Fresh(std::size_t n) : bytes((n + (2u << 20) - 1) & ~std::size_t{(2u << 20) - 1}) {
-    data = static_cast<float*>(std::aligned_alloc(2u << 20, bytes));
-    madvise(data, bytes, MADV_HUGEPAGE);
-  }
-  ~Fresh() { std::free(data); }
-  Fresh(const Fresh&) = delete;
-  Fresh& operator=(const Fresh&) = delete;
-  std::size_t bytes;
-  float* data;
-};
-
-/// Writes past the caches in parallel, 64 KB a step.
-void writeAll(float* data, std::size_t bytes) {
-  const std::size_t step = 16384, floats = bytes / 4;
-  tbb::parallel_for(std::size_t{0}, (floats + step - 1) / step, [=](std::size_t i) {
-    const __m256 value = _mm256_set1_ps(0.5f);
-    for (std::size_t k = i * step, end = std::min(floats, (i + 1) * step); k + 8 <= end; k += 8)
-      _mm256_stream_ps(data + k, value);
-  });
-}
-
-void copyAll(float* to, const float* from, std::size_t bytes) {
-  const std::size_t step = 65536;
-  tbb::parallel_for(std::size_t{0}, (bytes + step - 1) / step, [=](std::size_t i) {
-    std::memcpy(reinterpret_cast<char*>(to) + i * step, reinterpret_cast<const char*>(from) + i * step,
-                std::min(step, bytes - i * step));
-  });
-}
-
 std::shared_ptr<GradientBrush> gradient() {
   auto brush = std::make_shared<GradientBrush>();
   GradientStop low, high;
@@ -87,11 +53,11 @@ std::shared_ptr<GradientBrush> gradient() {
 void freshMap(benchmark::State& state, const Brush& brush) {
   const std::int64_t width = state.range(0);
   bench::compare(
-      state, "first_touch",
+      state, "first touch",
       [&] { benchmark::DoNotOptimize(painterOf(static_cast<std::int32_t>(width), brush)->paint()); },
       [&] {
-        const Fresh fresh(bytesOf(width));
-        writeAll(fresh.data, bytesOf(width));
+        const bench::Fresh fresh(bytesOf(width));
+        bench::writeAll(fresh.data, bytesOf(width));
       });
   state.counters["GB/s"] = static_cast<double>(bytesOf(width)) / state.counters["own_ms"] * 1e-6;
 }
@@ -100,10 +66,10 @@ void freshMap(benchmark::State& state, const Brush& brush) {
 void repaintedMap(benchmark::State& state, const Brush& brush) {
   const std::int64_t width = state.range(0);
   const Painter painter = painterOf(static_cast<std::int32_t>(width), brush);
-  const Fresh touched(bytesOf(width));
+  const bench::Fresh touched(bytesOf(width));
   bench::compare(
       state, "rewrite", [&] { benchmark::DoNotOptimize(painter->paint()); },
-      [&] { writeAll(touched.data, bytesOf(width)); });
+      [&] { bench::writeAll(touched.data, bytesOf(width)); });
   state.counters["GB/s"] = static_cast<double>(bytesOf(width)) / state.counters["own_ms"] * 1e-6;
 }
 
@@ -123,47 +89,18 @@ void imageConverted(benchmark::State& state) {
   const std::int64_t width = state.range(0);
   const std::vector<float> rgb = picture(width);
   BlockedMap map(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(width / 2));
-  const Fresh copy(bytesOf(width));
+  const bench::Fresh copy(bytesOf(width));
   const ColorAdjustment neutral{Adjustments{}};
   bench::compare(
       state, "memcpy", [&] { benchmark::DoNotOptimize(convertPixels(rgb.data(), neutral, map)); },
-      [&] { copyAll(copy.data, rgb.data(), bytesOf(width)); });
+      [&] { bench::copyAll(copy.data, rgb.data(), bytesOf(width)); });
   state.counters["Mpixel/s"] = static_cast<double>(bytesOf(width)) / 12 / state.counters["own_ms"] * 1e-3;
 }
-
-/// A picture in memory, with or without its array of pixels shown.
-class Picture final : public orvImage {
- public:
-  Picture(std::int64_t width, bool showsPixels)
-      : width_(static_cast<std::uint32_t>(width)), rgb_(picture(width)), showsPixels_(showsPixels) {}
-
-  void get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const override {
-    const std::size_t i = static_cast<std::size_t>(y) * width_ + static_cast<std::size_t>(x);
-    std::copy_n(&rgb_[3 * i], 3, rgb);
-  }
-  void set_filter_mode(orvFilter_mode) override {}
-  std::uint32_t width() const override { return width_; }
-  std::uint32_t height() const override { return width_ / 2; }
-  bool has_alpha() const override { return false; }
-  const float* pixels() const override { return showsPixels_ ? rgb_.data() : nullptr; }
-  const char* path() const override { return ""; }
-  orvFilter_mode filter_mode() const override { return orvFilter_mode::bilinear; }
-  void lookup(orvImage_lookup&) const override {}
-  std::uint64_t memory() const override { return rgb_.size() * sizeof(float); }
-  orvTexture_profile profile() const override { return orvTexture_profile::environment; }
-  std::uint32_t mip_levels() const override { return 1; }
-  void lookup_filtered(orvImage_lookup&) const override {}
-
- private:
-  std::uint32_t width_;
-  std::vector<float> rgb_;
-  bool showsPixels_;
-};
 
 /// An image of half the map's size, beside the same read pixel by pixel.
 void imageScaled(benchmark::State& state) {
   const std::int64_t width = state.range(0);
-  const Picture array(width / 2, true), single(width / 2, false);
+  const bench::ArrayImage array(width / 2, true), single(width / 2, false);
   BlockedMap map(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(width / 2));
   const ColorAdjustment neutral{Adjustments{}};
   bench::compare(
@@ -212,7 +149,7 @@ void imageAdjusted(benchmark::State& state) {
   const std::int64_t width = state.range(0);
   const std::vector<float> rgb = picture(width);
   BlockedMap map(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(width / 2));
-  const Fresh out(bytesOf(width));
+  const bench::Fresh out(bytesOf(width));
   const ColorAdjustment all(kAll);
   bench::compare(
       state, "scalar", [&] { benchmark::DoNotOptimize(convertPixels(rgb.data(), all, map)); },
@@ -240,5 +177,3 @@ BENCHMARK(imageScaled) MAP_SIZES;
 BENCHMARK(imageAdjusted) MAP_SIZES;
 
 }  // namespace
-
-BENCHMARK_MAIN();

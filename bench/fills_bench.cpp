@@ -215,9 +215,9 @@ void image(benchmark::State& state) {
 }
 BENCHMARK(image)->ArgName("filtered")->Arg(0)->Arg(1)->Iterations(1)->UseManualTime();
 
-void rotatedBackground(benchmark::State& state) {
+void backgroundFill(benchmark::State& state) {
   Picture picture;
-  BackgroundBrush brush(40.0f, 20.0f);
+  BackgroundBrush brush(static_cast<float>(state.range(0)), static_cast<float>(state.range(1)));
   picture.painter().setBackground(ImageBrush(picture.path()));
   picture.painter().addCirclePin({.radius = 0.1f}, brush);
   picture.painter().paint();
@@ -229,8 +229,11 @@ void rotatedBackground(benchmark::State& state) {
   compareBlocks(
       state, "solid", 400, [&] { row.composite(*fill); }, [&] { row.composite(*peer); });
 }
-BENCHMARK(rotatedBackground)->Iterations(1)->UseManualTime();
+BENCHMARK(backgroundFill)
+    ->ArgNames({"turn", "tilt"})
+    ->Args({40, 0})
+    ->Args({40, 20})
+    ->Iterations(1)
+    ->UseManualTime();
 
 }  // namespace
-
-BENCHMARK_MAIN();

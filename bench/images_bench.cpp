@@ -87,5 +87,3 @@ BENCHMARK(scaleBesideCopy)
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace
-
-BENCHMARK_MAIN();

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "bench/noise.h"
+
 /// Machines are shared and noisy, so a subject and its peer are timed turn about in one run, and their
 /// medians compared.
 namespace bench {
@@ -30,36 +32,61 @@ inline bool smoke() { return std::getenv("ORVHDRI_BENCH_SMOKE") != nullptr; }
 /// Rounds of a comparison: at least 7 for a median.
 inline int rounds() { return smoke() ? 1 : 9; }
 
+/// Times work in the state that its user has, who does it again and again: once untimed, so that caches and
+/// memory hold what its own last run left there and not what the other side's did.
+inline double settledMilliseconds(const auto& work) {
+  // What takes longer does not feel it.
+  constexpr double kLong = 250;
+  const double first = milliseconds(work);
+  return smoke() || first > kLong ? first : milliseconds(work);
+}
+
+/// Notes the slower of the readings before and after a row.
+inline void noteSpeed(benchmark::State& state, const Speed& before) {
+  const Speed after = measureSpeed();
+  state.counters["speed_one"] = std::min(before.oneThread, after.oneThread);
+  state.counters["speed_all"] = std::min(before.allThreads, after.allThreads);
+}
+
 /// Times `subject` and `peer` turn about, after one warm-up of each. Counters: the median milliseconds of
-/// both and `vs_<name>` = subject / peer, below 1 where the subject is faster.
+/// both, `own_ms` and `<name>_ms`.
 inline void compare(benchmark::State& state, const std::string& name, const auto& subject, const auto& peer,
                     int count = rounds()) {
   subject();
   peer();
+  const Speed before = awaitQuiet();
   std::vector<double> own, other;
   for (auto _ : state) {
     for (int i = 0; i < count; ++i) {
-      own.push_back(milliseconds(subject));
-      other.push_back(milliseconds(peer));
+      own.push_back(settledMilliseconds(subject));
+      other.push_back(settledMilliseconds(peer));
     }
     state.SetIterationTime(median(own) * 1e-3);
   }
+  noteSpeed(state, before);
   state.counters["own_ms"] = median(own);
   state.counters[name + "_ms"] = median(other);
-  state.counters["vs_" + name] = median(own) / median(other);
 }
 
-/// Times `subject` alone where its peer is not installed, and says so.
-inline void withoutPeer(benchmark::State& state, const std::string& peer, const auto& subject,
-                        int count = rounds()) {
+/// Times `subject` alone, where there is no peer; `why` is shown.
+inline void alone(benchmark::State& state, const std::string& why, const auto& subject,
+                  int count = rounds()) {
   subject();
+  const Speed before = awaitQuiet();
   std::vector<double> own;
   for (auto _ : state) {
     for (int i = 0; i < count; ++i) own.push_back(milliseconds(subject));
     state.SetIterationTime(median(own) * 1e-3);
   }
+  noteSpeed(state, before);
   state.counters["own_ms"] = median(own);
-  state.SetLabel("alone: " + peer + " is not installed");
+  state.SetLabel(why);
+}
+
+/// Times `subject` alone where its peer is not installed, and says so.
+inline void withoutPeer(benchmark::State& state, const std::string& peer, const auto& subject,
+                        int count = rounds()) {
+  alone(state, peer + " is not installed", subject, count);
 }
 
 }  // namespace bench

@@ -158,6 +158,15 @@ void backgroundCircles(benchmark::State& state, float turn, float tilt) {
   comparePaints(state, *painter, *plain);
 }
 
+/// Circles that lie between the pixels: what the rows take to know that nothing of them is seen.
+void smallCirclesUnseen(benchmark::State& state) {
+  const auto painter = makePainter(), plain = makePainter();
+  constexpr int kCount = 10000;
+  for (int i = 0; i < kCount; ++i) painter->addCirclePin(spot(i, kCount, 1e-4f), ColorBrush(1, 1, 1));
+  bench::compare(
+      state, "no circles", [&] { painter->paint(); }, [&] { plain->paint(); });
+}
+
 void boxes(benchmark::State& state) {
   const auto painter = makePainter();
   const int count = static_cast<int>(state.range(0));
@@ -216,7 +225,7 @@ void circlesBesideScalar(benchmark::State& state) {
       state, "scalar", [&] { painter->paint(); }, [&] { paintScalar(*painter, circles, rgb); });
 }
 
-void registerAll() {
+[[maybe_unused]] const bool kRegistered = [] {
   const auto add = [](const std::string& name, std::initializer_list<int> counts, auto body) {
     for (const int count : counts) {
       benchmark::RegisterBenchmark(name.c_str(), body)
@@ -230,19 +239,17 @@ void registerAll() {
   add("paint/circles_over_all", {1, 16}, [](benchmark::State& s) { circles(s, 3.1415927f); });
   add("paint/gradient_circles", {16, 64}, gradientCircles);
   add("paint/small_circles", {100, 10000}, [](benchmark::State& s) { circles(s, 0.01f); });
+  benchmark::RegisterBenchmark("paint/small_circles_beside_none", smallCirclesUnseen)
+      ->UseManualTime()
+      ->Iterations(1)
+      ->Unit(benchmark::kMillisecond);
   add("paint/sparse_gradients", {64}, sparseGradients);
   add("paint/turned_background", {16}, [](benchmark::State& s) { backgroundCircles(s, 40.0f, 0.0f); });
   add("paint/tilted_background", {16}, [](benchmark::State& s) { backgroundCircles(s, 40.0f, 20.0f); });
   add("paint/boxes", {1, 16, 64, 256}, boxes);
   add("paint/circles_beside_scalar", {16, 64}, circlesBesideScalar);
-}
+  return true;
+}();
 
 }  // namespace
 }  // namespace orv::hdri::blockedAVX2
-
-int main(int argc, char** argv) {
-  orv::hdri::blockedAVX2::registerAll();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
-}

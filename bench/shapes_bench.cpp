@@ -156,7 +156,7 @@ void runFalloff(benchmark::State& state, const PinShape& shape) {
   reportBlocks(state);
 }
 
-void registerAll() {
+[[maybe_unused]] const bool kRegistered = [] {
   static const CirclePinShape circle(circleParams(), kPixelAngle);
   static const RectPinShape rect(rectParams(), kPixelAngle);
   static RectPinParams rounded = rectParams();
@@ -194,14 +194,8 @@ void registerAll() {
       runFalloff(s, RectPinShape(params, kPixelAngle));
     });
   }
-}
+  return true;
+}();
 
 }  // namespace
 }  // namespace orv::hdri::blockedAVX2
-
-int main(int argc, char** argv) {
-  orv::hdri::blockedAVX2::registerAll();
-  benchmark::Initialize(&argc, argv);
-  benchmark::RunSpecifiedBenchmarks();
-  return 0;
-}

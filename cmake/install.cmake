@@ -22,3 +22,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/orvhdriConfigVersion.cmak
   COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/orvhdriConfig.cmake ${PROJECT_BINARY_DIR}/orvhdriConfigVersion.cmake
   DESTINATION ${package_dir})
+
+# The same for builds without CMake. Paths are taken from where the file lies, so that the tree can be moved.
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+file(RELATIVE_PATH prefix_from_pkgconfig /${pkgconfig_dir} /)
+configure_file(cmake/orvhdri.pc.in ${PROJECT_BINARY_DIR}/orvhdri.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/orvhdri.pc DESTINATION ${pkgconfig_dir})

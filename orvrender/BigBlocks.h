@@ -6,8 +6,8 @@
 namespace orv::host {
 
 /// Big blocks of storage, on huge pages. Touching fresh memory costs more than most passes that write into
-/// it, so while a scene lives a few blocks that were given back wait for the next request of about their
-/// size. Thread-safe.
+/// it, so while a scene that wants it lives a few blocks that were given back wait for the next request of
+/// about their size. Thread-safe.
 class BigBlocks {
  public:
   /// Requests from this size on come from here.
@@ -28,7 +28,7 @@ class BigBlocks {
   Block take(std::size_t bytes);
   void giveBack(Block block);
 
-  /// A scene was made, or destroyed; the last one takes the waiting blocks with it.
+  /// A scene that keeps blocks was made, or destroyed; the last one takes the waiting blocks with it.
   void addScene();
   void removeScene();
 

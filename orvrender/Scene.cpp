@@ -8,10 +8,12 @@ orvScene::orvScene(const orvScene_options& given)
     : options(given),
       images({given.maxImageSide, given.maxImagePixels}, given.maxEnvironmentPixels, given.imageCacheBytes),
       sky(given.sky ? std::make_unique<orv::host::ReferenceSky>() : nullptr) {
-  orv::host::BigBlocks::instance().addScene();
+  if (given.keepBlocks) orv::host::BigBlocks::instance().addScene();
 }
 
-orvScene::~orvScene() { orv::host::BigBlocks::instance().removeScene(); }
+orvScene::~orvScene() {
+  if (options.keepBlocks) orv::host::BigBlocks::instance().removeScene();
+}
 
 extern "C" {
 

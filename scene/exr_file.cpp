@@ -22,8 +22,8 @@
 namespace orv::scene {
 namespace {
 
-// More than level 4 takes twice the time for files that are 1 % smaller.
-constexpr int kDeflateLevel = 4;
+// Level 4 takes a tenth more time for files that are at most 1 % smaller, level 1 makes skies 4 % larger.
+constexpr int kDeflateLevel = 2;
 // Rows that one task packs and compresses, where chunks are smaller.
 constexpr int kBandRows = 16;
 

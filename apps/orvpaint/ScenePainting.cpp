@@ -14,6 +14,15 @@ namespace {
 
 namespace scene = orv::scene;
 
+/// One paint needs nothing twice: what it is done with goes.
+orvScene_options hostOptions(const SceneArguments& arguments) {
+  orvScene_options options;
+  options.maxImagePixels = arguments.maxImagePixels;
+  options.imageCacheBytes = 0;
+  options.keepBlocks = false;
+  return options;
+}
+
 void showProgress(void* bar, const char* text, double amount) {
   static_cast<ProgressBar*>(bar)->show(text, amount);
 }
@@ -24,7 +33,7 @@ ScenePainting::ScenePainting(const SceneArguments& arguments)
     : arguments_(arguments),
       scene_(scene::readScene(arguments.scene)),
       library_(arguments.painter),
-      host_(orv_scene_create({.maxImagePixels = arguments.maxImagePixels})) {
+      host_(orv_scene_create(hostOptions(arguments))) {
   if (!host_) throw std::bad_alloc();
 }
 

@@ -10,41 +10,31 @@ namespace orv::host {
 namespace {
 
 /// A coordinate in [0, 1]; 0 for one that is not a number.
-float unit(float coordinate) { return coordinate > 0 ? std::min(coordinate, 1.0f) : 0.0f; }
+float unit(float coordinate) { return lesser(greater(coordinate, 0.0f), 1.0f); }
 
-/// The two pixels around a place on an axis of `size` pixels, whose centres lie at (i + 0.5) / size, and the
-/// second one's weight. Beyond the outer centres both are the outer pixel.
-struct Neighbours {
-  std::size_t first;
-  std::size_t second;
-  float weight;
-};
+constexpr float kMost = std::numeric_limits<float>::max();
 
-Neighbours neighbours(float coordinate, std::uint32_t size) {
-  const float place = std::max(coordinate * static_cast<float>(size) - 0.5f, 0.0f);
-  const auto first = std::min(static_cast<std::uint32_t>(place), size - 1);
-  const auto second = std::min(first + 1, size - 1);
-  return {first, second, place - static_cast<float>(first)};
+Quad madeStraight(Quad associated) {
+  const float alpha = associated[3];
+  if (!(alpha > 0)) return associated;
+  const Quad straight = associated / Quad{alpha, alpha, alpha, 1};
+  return greater(lesser(straight, Quad{} + kMost), Quad{} - kMost);
 }
 
-float mix(float a, float b, float weight) { return a + (b - a) * weight; }
+/// The channels from the first one asked for on; behind the last there is nothing. Alpha is always the
+/// image's.
+Quad shifted(Quad channels, std::uint32_t firstChannel) {
+  float out[8] = {channels[0], channels[1], channels[2], channels[3], 0, 0, 0, 0};
+  Quad color = load(out + std::min(firstChannel, 4u));
+  color[3] = channels[3];
+  return color;
+}
 
 /// Makes colour straight, picks the channels asked for and applies the gains.
-void finish(const float associated[4], bool hasAlpha, orvImage_lookup& lookup) {
-  float channels[4] = {associated[0], associated[1], associated[2], associated[3]};
-  if (hasAlpha && associated[3] > 0) {
-    for (int c = 0; c < 3; ++c) {
-      const float straight = associated[c] / associated[3];
-      constexpr float kMost = std::numeric_limits<float>::max();
-      channels[c] = std::clamp(straight, -kMost, kMost);
-    }
-  }
-  // Behind the last channel there is nothing; alpha is always the image's.
-  for (std::uint32_t c = 0; c < 3; ++c) {
-    const std::uint32_t channel = lookup.firstChannel < 4 ? lookup.firstChannel + c : 4;
-    lookup.rgba[c] = lookup.gain[c] * (channel < 4 ? channels[channel] : 0.0f);
-  }
-  lookup.rgba[3] = lookup.gain[3] * channels[3];
+void finish(Quad channels, bool hasAlpha, orvImage_lookup& lookup) {
+  if (hasAlpha) channels = madeStraight(channels);
+  if (lookup.firstChannel != 0) channels = shifted(channels, lookup.firstChannel);
+  store(lookup.rgba, load(lookup.gain) * channels);
 }
 
 }  // namespace
@@ -72,45 +62,30 @@ void HostImage::get_pixel(std::int32_t x, std::int32_t y, float rgb[3]) const {
 void HostImage::set_filter_mode(orvFilter_mode mode) {
   mode_ = mode;
   content();
-  if (mode == orvFilter_mode::anisotropic && !filtered_) filtered_ = library_.filtered(*this);
+  if (mode == orvFilter_mode::anisotropic && !pyramid_) pyramid_ = library_.pyramidFor(*this);
+}
+
+[[gnu::always_inline]] inline Quad HostImage::samplePlain(float s, float t) const {
+  const Pixels& pixels = content().pixels;
+  if (!pixels.rgb) return Quad{0, 0, 0, 1};
+  Quad color = bilinear(viewOf(pixels), s, t);
+  if (!pixels.alpha) color[3] = 1;
+  return color;
 }
 
 void HostImage::lookup(orvImage_lookup& lookup) const {
-  float rgba[4];
-  sampleBilinear(unit(lookup.u), 1.0f - unit(lookup.v), rgba);
-  finish(rgba, has_alpha(), lookup);
+  // The sampler keeps to the image on its own; a v that is no number counts as 0.
+  finish(samplePlain(lookup.u, 1.0f - greater(lookup.v, 0.0f)), has_alpha(), lookup);
 }
 
 void HostImage::lookup_filtered(orvImage_lookup& lookup) const {
   const float s = unit(lookup.u);
   const float t = 1.0f - unit(lookup.v);
-  float rgba[4];
-  if (!filtered_ || !filtered_->sample(s, t, lookup, rgba)) sampleBilinear(s, t, rgba);
-  finish(rgba, has_alpha(), lookup);
+  finish(pyramid_ ? pyramid_->sample(s, t, lookup) : samplePlain(s, t), has_alpha(), lookup);
 }
 
 std::uint64_t HostImage::memory() const { return library_.bytesOf(*this); }
 
 std::uint32_t HostImage::mip_levels() const { return mipLevels(header_.width, header_.height); }
-
-void HostImage::sampleBilinear(float s, float t, float rgba[4]) const {
-  const Pixels& pixels = content().pixels;
-  if (!pixels.rgb) {
-    std::fill_n(rgba, 3, 0.0f);
-    rgba[3] = 1;
-    return;
-  }
-  const Neighbours column = neighbours(s, pixels.width);
-  const Neighbours row = neighbours(t, pixels.height);
-  const std::size_t upper = row.first * pixels.width;
-  const std::size_t lower = row.second * pixels.width;
-  const auto between = [&](const float* plane, std::size_t channels, std::size_t c) {
-    const auto at = [&](std::size_t start, std::size_t x) { return plane[(start + x) * channels + c]; };
-    return mix(mix(at(upper, column.first), at(upper, column.second), column.weight),
-               mix(at(lower, column.first), at(lower, column.second), column.weight), row.weight);
-  };
-  for (std::size_t c = 0; c < 3; ++c) rgba[c] = between(pixels.rgb.get(), 3, c);
-  rgba[3] = pixels.alpha ? between(pixels.alpha.get(), 1, 0) : 1.0f;
-}
 
 }  // namespace orv::host

@@ -7,7 +7,7 @@
 
 #include "host/orvImage.h"
 #include "orvrender/files/Pixels.h"
-#include "orvrender/images/ImageModule.h"
+#include "orvrender/images/MipPyramid.h"
 
 namespace orv::host {
 
@@ -31,10 +31,10 @@ struct ImageSize {
 
 /// What the users of one image share.
 struct ImageContent {
-  Pixels pixels;                             ///< `rgb` null: black, for want of memory
-  std::unique_ptr<FilteredLookup> filtered;  ///< once a user has chosen `anisotropic`
+  Pixels pixels;                        ///< `rgb` null: black, for want of memory
+  std::unique_ptr<MipPyramid> pyramid;  ///< once a user has chosen `anisotropic`
 
-  std::size_t bytes() const { return pixels.bytes() + (filtered ? filtered->bytes() : 0); }
+  std::size_t bytes() const { return pixels.bytes() + (pyramid ? pyramid->bytes() : 0); }
 };
 
 /// An image of the reference host as one of its users has it: its size and pixels are those of the file, or
@@ -90,14 +90,14 @@ class HostImage final : public orvImage {
   }
   const ImageContent& askLibrary() const;
   const Pixels& askLibraryToScale() const;
-  void sampleBilinear(float s, float t, float rgba[4]) const;
+  Quad samplePlain(float s, float t) const;
 
   ImageLibrary& library_;
   const ImageHeader& header_;
   const ImageSize size_;
   mutable std::atomic<const ImageContent*> content_{nullptr};  // null until asked for
   mutable std::atomic<const Pixels*> scaled_{nullptr};         // null until asked for
-  const FilteredLookup* filtered_ = nullptr;
+  const MipPyramid* pyramid_ = nullptr;
   orvFilter_mode mode_ = orvFilter_mode::bilinear;
 };
 

@@ -211,22 +211,20 @@ void ImageLibrary::readAgain(Entry& entry) const {
   entry.content.reset(new (std::nothrow) ImageContent{std::move(black), nullptr});
 }
 
-const FilteredLookup* ImageLibrary::filtered(const HostImage& image) {
+const MipPyramid* ImageLibrary::pyramidFor(const HostImage& image) {
   const std::lock_guard lock(mutex_);
   const Entry& entry = *entryOf(&image);
   if (!entry.content) return nullptr;
   ImageContent& content = *entry.content;
   try {
-    if (!content.filtered) {
-      tbb::this_task_arena::isolate([&] { content.filtered = orv_image_module()->filter(content.pixels); });
+    if (!content.pyramid) {
+      tbb::this_task_arena::isolate([&] { content.pyramid = std::make_unique<MipPyramid>(content.pixels); });
     }
   } catch (const std::bad_alloc&) {
     orv_critical("%s: there is no memory to filter it, so it is looked up without; close other programs\n",
                  entry.header.path.c_str());
-  } catch (const ImageError& error) {
-    orv_critical("%s: it is looked up without filtering: %s\n", entry.header.path.c_str(), error.what());
   }
-  return content.filtered.get();
+  return content.pyramid.get();
 }
 
 std::uint64_t ImageLibrary::bytesOf(const HostImage& image) {

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "orvrender/files/image_checks.h"
 #include "orvrender/images/HostImage.h"
 
 namespace orv::host {
@@ -63,7 +64,7 @@ class ImageLibrary {
 
   /// The smaller copies of an image that has its pixels; null, with a line in the log, when there is no
   /// memory for them.
-  const FilteredLookup* filtered(const HostImage& image);
+  const MipPyramid* pyramidFor(const HostImage& image);
 
   std::uint64_t bytesOf(const HostImage& image);
 

@@ -13,19 +13,6 @@
 
 namespace orv::host {
 
-/// Filtered look-ups into an image. Callable from many threads.
-class FilteredLookup {
- public:
-  virtual ~FilteredLookup() = default;
-
-  /// The image over the footprint: red, green, blue (associated) and alpha, 1 without one.
-  /// @param s, t in [0, 1], t downward.
-  /// @return false when there is nothing to be found.
-  virtual bool sample(float s, float t, const orvImage_lookup& lookup, float rgba[4]) const = 0;
-  /// What the smaller copies take.
-  virtual std::size_t bytes() const = 0;
-};
-
 /// A picture to be written: packed rows of RGB, the top one first.
 struct PictureToWrite {
   std::string path;    ///< for messages
@@ -54,8 +41,6 @@ class ImageModule {
   /// nothing. Throws ImageError.
   virtual FilePixels read(const std::string& path, const FileFacts& file, orvTexture_profile profile,
                           const ImageLimits& limits) const = 0;
-  /// @param pixels must outlive the look-ups. Throws std::bad_alloc.
-  virtual std::unique_ptr<FilteredLookup> filter(const Pixels& pixels) const = 0;
   /// The header of any such file, of its first part. Throws ImageError.
   virtual FileHeader describe(const std::string& path) const = 0;
   /// @return why the picture could not be written; empty when it was.

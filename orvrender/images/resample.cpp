@@ -10,26 +10,10 @@
 #include <vector>
 
 #include "orvrender/files/image_rows.h"
+#include "orvrender/images/Quad.h"
 
 namespace orv::host {
 namespace {
-
-/// A pixel and the first channel of the next.
-typedef float Quad __attribute__((vector_size(16)));
-
-Quad load(const float* p) {
-  Quad out;
-  std::memcpy(&out, p, sizeof out);
-  return out;
-}
-
-void store(float* p, Quad x) { std::memcpy(p, &x, sizeof x); }
-
-// The second where an argument is NaN.
-Quad lesser(Quad a, Quad b) { return a < b ? a : b; }
-Quad greater(Quad a, Quad b) { return a > b ? a : b; }
-float lesser(float a, float b) { return a < b ? a : b; }
-float greater(float a, float b) { return a > b ? a : b; }
 
 /// Values below 0 are no light: the painter raises them, so that they must not darken their neighbours first.
 float lightOf(float x) { return greater(x, 0.0f); }

@@ -4,7 +4,6 @@
 
 #include "orvrender/files/ImageError.h"
 #include "orvrender/images/ImageModule.h"
-#include "orvrender/openimageio/TextureLookup.h"
 #include "orvrender/openimageio/read_picture.h"
 #include "orvrender/openimageio/write_picture.h"
 
@@ -25,10 +24,6 @@ class OpenImageIoModule final : public ImageModule {
                   const ImageLimits& limits) const override {
     limitThreads();
     return readPicture(path, file, profile, limits);
-  }
-
-  std::unique_ptr<FilteredLookup> filter(const Pixels& pixels) const override {
-    return std::make_unique<TextureLookup>(pixels);
   }
 
   FileHeader describe(const std::string& path) const override {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <xmmintrin.h>
+
 #include <cstdint>
 #include <cstring>
 
@@ -29,11 +31,22 @@ bool hasAvx2();
   std::memcpy(&out, p, sizeof out);
   return out;
 }
+[[gnu::always_inline]] inline IntLanes load(const std::uint8_t (&bytes)[8]) {
+  return IntLanes{bytes[0], bytes[1], bytes[2], bytes[3], bytes[4], bytes[5], bytes[6], bytes[7]};
+}
 [[gnu::always_inline]] inline Lanes load(const Spectrum& s) { return load(s.v); }
 
 [[gnu::always_inline]] inline void store(float* p, Lanes x) { std::memcpy(p, &x, sizeof x); }
 [[gnu::always_inline]] inline void store(Spectrum& s, Lanes x) { store(s.v, x); }
 [[gnu::always_inline]] inline void store(std::int32_t* p, IntLanes x) { std::memcpy(p, &x, sizeof x); }
+
+/// Stores past the caches, to an address of whole Quads; `finishStreaming` orders it before the data is
+/// handed over. Any x86-64 processor does it four at a time.
+[[gnu::always_inline]] inline void storeStreaming(float* p, Lanes x) {
+  _mm_stream_ps(p, __builtin_shufflevector(x, x, 0, 1, 2, 3));
+  _mm_stream_ps(p + 4, __builtin_shufflevector(x, x, 4, 5, 6, 7));
+}
+inline void finishStreaming() { _mm_sfence(); }
 
 // The first where an argument is NaN.
 [[gnu::always_inline]] inline Lanes max(Lanes a, Lanes b) { return b > a ? b : a; }

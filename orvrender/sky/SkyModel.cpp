@@ -11,93 +11,137 @@ namespace orv::host {
 namespace {
 
 constexpr int kNodes = SkyView::kWidth;
+constexpr std::size_t kStreamedFloats = std::size_t{1} << 23;
 
-/// What the columns of a map share in every row: their place between the view's azimuths and the cosine of
-/// their azimuth from the sun. Padded to whole blocks of 8.
+/// What eight neighbouring columns of a map share in every row: their places between the view's azimuths and
+/// the cosines of their azimuths from the sun.
 struct Columns {
-  Columns(std::uint32_t width, double sunAzimuth);
-  std::vector<std::int32_t> node;
-  std::vector<float> fraction;
-  std::vector<float> cosine;
+  float fraction[8];
+  float cosine[8];
+  std::uint8_t node[8];   ///< each column's
+  std::uint8_t nodes[8];  ///< the different ones: one or two, more in small maps
+  std::uint32_t count = 0;
 };
 
-Columns::Columns(std::uint32_t width, double sunAzimuth) {
-  const std::size_t padded = (std::size_t{width} + 7) / 8 * 8;
-  node.resize(padded);
-  fraction.resize(padded);
-  cosine.resize(padded);
-  for (std::size_t x = 0; x < width; ++x) {
+std::vector<Columns> columnsOf(std::uint32_t width, double sunAzimuth) {
+  std::vector<Columns> columns((std::size_t{width} + 7) / 8);
+  for (std::size_t x = 0; x < 8 * columns.size(); ++x) {
     const double azimuth = ((static_cast<double>(x) + 0.5) / width - 0.5) * 2 * kPi;
     const double fromSun = std::abs(std::remainder(azimuth - sunAzimuth, 2 * kPi));
     const double place = std::min(fromSun / kPi, 1.0) * (kNodes - 1);
-    node[x] = std::min(static_cast<std::int32_t>(place), kNodes - 2);
-    fraction[x] = static_cast<float>(place - node[x]);
-    cosine[x] = static_cast<float>(std::cos(fromSun));
+    const auto node = static_cast<std::uint8_t>(std::min(static_cast<int>(place), kNodes - 2));
+    Columns& block = columns[x / 8];
+    block.node[x % 8] = node;
+    block.fraction[x % 8] = static_cast<float>(place - node);
+    block.cosine[x % 8] = static_cast<float>(std::cos(fromSun));
+    std::uint8_t* const end = block.nodes + block.count;
+    if (std::find(block.nodes, end, node) == end) block.nodes[block.count++] = node;
   }
+  return columns;
 }
+
+/// The view between two neighbouring azimuths at a row's elevation, times what dims or brightens it.
+struct Interval {
+  float air[3], aerosol[3];              ///< at the first azimuth
+  float airChange[3], aerosolChange[3];  ///< to the second
+};
 
 /// What the pixels of one row share.
 struct Row {
-  SkyNode nodes[kNodes];  ///< the view at the row's elevation, times what dims or brightens it
-  float base[4];          ///< light that is added everywhere
-  float sineProduct;      ///< sines of the row's and the sun's elevations, multiplied
-  float cosineProduct;    ///< cosines of the same
+  Interval view[kNodes - 1];
+  float base[3];        ///< light that is added everywhere
+  float sineProduct;    ///< sines of the row's and the sun's elevations, multiplied
+  float cosineProduct;  ///< cosines of the same
+  bool isStreamed;      ///< goes past the caches: whole blocks at addresses of whole vectors
 };
 
-// Pixel = base + air + phase(cosine of the angle to the sun) x aerosol.
-[[gnu::always_inline]] inline void paintRow(const Row& row, const Columns& columns, std::uint32_t width,
-                                            float* rgb) {
-  Quad base;
-  std::memcpy(&base, row.base, sizeof base);
-  const float most = std::numeric_limits<float>::max();
-  const Quad zero = {0, 0, 0, 0}, largest = {most, most, most, most};
-  float phase[8];
-  for (std::uint32_t x0 = 0; x0 < width; x0 += 8) {
-    const Lanes c =
-        clamp(row.sineProduct + row.cosineProduct * load(columns.cosine.data() + x0), -1.0f, 1.0f);
-    store(phase, aerosolPhase(c));
-    const std::uint32_t count = std::min(width - x0, 8u);
-    for (std::uint32_t i = 0; i < count; ++i) {
-      const std::uint32_t x = x0 + i;
-      const SkyNode* node = row.nodes + columns.node[x];
-      Lanes left, right;
-      std::memcpy(&left, node, sizeof left);
-      std::memcpy(&right, node + 1, sizeof right);
-      const Lanes value = left + (right - left) * columns.fraction[x];
-      const Quad air = __builtin_shufflevector(value, value, 0, 1, 2, 3);
-      const Quad aerosol = __builtin_shufflevector(value, value, 4, 5, 6, 7);
-      Quad color = base + air + aerosol * phase[i];
-      // Colours may lie outside the gamut until here.
-      color = color > zero ? color : zero;
-      color = color < largest ? color : largest;
-      // The fourth float is the next pixel's first, which follows; the row's last pixel must not write it.
-      std::memcpy(rgb + std::size_t{3} * x, &color, x + 1 < width ? 4 * sizeof(float) : 3 * sizeof(float));
-    }
-  }
+/// Eight pixels from a red, a green and a blue plane.
+[[gnu::always_inline]] inline void interleave(Lanes red, Lanes green, Lanes blue, Lanes (&out)[3]) {
+  const Lanes r = __builtin_shufflevector(red, red, 0, 3, 2, 1, 4, 7, 6, 5);
+  const Lanes g = __builtin_shufflevector(green, green, 1, 0, 3, 2, 5, 4, 7, 6);
+  const Lanes b = __builtin_shufflevector(blue, blue, 2, 1, 0, 3, 6, 5, 4, 7);
+  const Lanes rg = __builtin_shufflevector(r, g, 0, 9, 2, 3, 4, 13, 6, 7);
+  const Lanes gr = __builtin_shufflevector(g, r, 0, 1, 10, 3, 4, 5, 14, 7);
+  const Lanes rgAfter = __builtin_shufflevector(r, g, 0, 1, 10, 3, 4, 5, 14, 7);
+  // r0 g0 b0 r1 | r4 g4 b4 r5, g1 b1 r2 g2 | g5 b5 r6 g6, b2 r3 g3 b3 | b6 r7 g7 b7
+  const Lanes first = __builtin_shufflevector(rg, b, 0, 1, 10, 3, 4, 5, 14, 7);
+  const Lanes second = __builtin_shufflevector(gr, b, 0, 9, 2, 3, 4, 13, 6, 7);
+  const Lanes third = __builtin_shufflevector(rgAfter, b, 8, 1, 2, 11, 12, 5, 6, 15);
+  out[0] = __builtin_shufflevector(first, second, 0, 1, 2, 3, 8, 9, 10, 11);
+  out[1] = __builtin_shufflevector(third, first, 0, 1, 2, 3, 12, 13, 14, 15);
+  out[2] = __builtin_shufflevector(second, third, 4, 5, 6, 7, 12, 13, 14, 15);
 }
 
-[[gnu::target("avx2")]] void paintRowAvx2(const Row& row, const Columns& columns, std::uint32_t width,
+// Pixel = base + air + phase(cosine of the angle to the sun) x aerosol.
+[[gnu::always_inline]] inline void paintRow(const Row& row, const Columns* columns, std::uint32_t width,
+                                            float* rgb) {
+  const float most = std::numeric_limits<float>::max();
+  for (std::uint32_t x0 = 0; x0 < width; x0 += 8, ++columns) {
+    const Lanes c = clamp(row.sineProduct + row.cosineProduct * load(columns->cosine), -1.0f, 1.0f);
+    const Lanes phase = aerosolPhase(c), fraction = load(columns->fraction);
+    const auto channel = [&](const Interval& view, int i) {
+      const Lanes air = view.air[i] + view.airChange[i] * fraction;
+      const Lanes aerosol = view.aerosol[i] + view.aerosolChange[i] * fraction;
+      return row.base[i] + air + aerosol * phase;
+    };
+    const Interval& first = row.view[columns->nodes[0]];
+    Lanes red = channel(first, 0), green = channel(first, 1), blue = channel(first, 2);
+    for (std::uint32_t k = 1; k < columns->count; ++k) {
+      const Interval& other = row.view[columns->nodes[k]];
+      const IntLanes here = load(columns->node) == columns->nodes[k];
+      red = here ? channel(other, 0) : red;
+      green = here ? channel(other, 1) : green;
+      blue = here ? channel(other, 2) : blue;
+    }
+    // Colours may lie outside the gamut until here.
+    red = clamp(red, 0.0f, most);
+    green = clamp(green, 0.0f, most);
+    blue = clamp(blue, 0.0f, most);
+    Lanes pixels[3];
+    interleave(red, green, blue, pixels);
+    float* const out = rgb + std::size_t{3} * x0;
+    if (row.isStreamed) {
+      for (int i = 0; i < 3; ++i) storeStreaming(out + 8 * i, pixels[i]);
+    } else if (width - x0 >= 8) {
+      for (int i = 0; i < 3; ++i) store(out + 8 * i, pixels[i]);
+    } else {
+      float last[24];
+      for (int i = 0; i < 3; ++i) store(last + 8 * i, pixels[i]);
+      std::copy_n(last, 3 * (width - x0), out);
+    }
+  }
+  if (row.isStreamed) finishStreaming();
+}
+
+[[gnu::target("avx2")]] void paintRowAvx2(const Row& row, const Columns* columns, std::uint32_t width,
                                           float* rgb) {
   paintRow(row, columns, width, rgb);
 }
 
-void paintRowAnywhere(const Row& row, const Columns& columns, std::uint32_t width, float* rgb) {
+void paintRowAnywhere(const Row& row, const Columns* columns, std::uint32_t width, float* rgb) {
   paintRow(row, columns, width, rgb);
 }
 
 /// The view at an elevation of at least 0, each colour times its factor.
-void interpolate(const SkyView& view, double elevation, const float (&factors)[3], SkyNode* out) {
+void interpolate(const SkyView& view, double elevation, const float (&factors)[3], Interval* out) {
   const double place = std::sqrt(std::min(elevation / (0.5 * kPi), 1.0)) * (SkyView::kHeight - 1);
   const int y = std::min(static_cast<int>(place), SkyView::kHeight - 2);
   const auto f = static_cast<float>(place - y);
   const SkyNode *top = view.row(y), *bottom = view.row(y + 1);
+  float air[kNodes][3], aerosol[kNodes][3];
   for (int x = 0; x < kNodes; ++x) {
     for (int c = 0; c < 3; ++c) {
-      out[x].air[c] = factors[c] * (top[x].air[c] + (bottom[x].air[c] - top[x].air[c]) * f);
-      out[x].aerosol[c] = factors[c] * (top[x].aerosol[c] + (bottom[x].aerosol[c] - top[x].aerosol[c]) * f);
+      air[x][c] = factors[c] * (top[x].air[c] + (bottom[x].air[c] - top[x].air[c]) * f);
+      aerosol[x][c] = factors[c] * (top[x].aerosol[c] + (bottom[x].aerosol[c] - top[x].aerosol[c]) * f);
     }
-    out[x].air[3] = 0;
-    out[x].aerosol[3] = 0;
+  }
+  for (int x = 0; x + 1 < kNodes; ++x) {
+    for (int c = 0; c < 3; ++c) {
+      out[x].air[c] = air[x][c];
+      out[x].aerosol[c] = aerosol[x][c];
+      out[x].airChange[c] = air[x + 1][c] - air[x][c];
+      out[x].aerosolChange[c] = aerosol[x + 1][c] - aerosol[x][c];
+    }
   }
 }
 
@@ -118,6 +162,7 @@ void SkyModel::renewTables(const SkyConditions& conditions, double sunElevation)
   if (turbidity != turbidity_ || ozone != ozone_ || groundAlbedo != groundAlbedo_) {
     turbidity_ = kNone;
     sunElevation_ = kNone;
+    discSize_ = kNone;
     air_ = Atmosphere(turbidity, ozone, groundAlbedo);
     transmittance_.build(air_);
     multiple_.build(air_, transmittance_);
@@ -128,9 +173,16 @@ void SkyModel::renewTables(const SkyConditions& conditions, double sunElevation)
   }
   if (sunElevation != sunElevation_) {
     sunElevation_ = kNone;
+    discSize_ = kNone;
     view_.build(air_, transmittance_, multiple_, sunElevation);
     ++viewBuilds_;
     sunElevation_ = sunElevation;
+  }
+  const double size = static_cast<double>(conditions.sunSize);
+  if (conditions.sunIntensity > 0 && size != discSize_) {
+    discSize_ = kNone;
+    disc_.emplace(air_, sunElevation, size);
+    discSize_ = size;
   }
 }
 
@@ -149,11 +201,15 @@ void SkyModel::paintSky(const SkyConditions& conditions, const SunPlace& sun, fl
   double extinction[3];
   groundExtinction(air_.turbidity, extinction);
 
-  const Columns columns(width, sun.azimuth);
+  const std::vector<Columns> columns = columnsOf(width, sun.azimuth);
+  // Maps beyond the caches; what reads them next would not find them there.
+  const bool isStreamed = std::size_t{3} * width * height >= kStreamedFloats && width % 8 == 0 &&
+                          reinterpret_cast<std::uintptr_t>(rgb) % sizeof(Quad) == 0;
   const auto paint = hasAvx2() ? paintRowAvx2 : paintRowAnywhere;
   forEachRow(height, 1, [&](std::uint32_t y) {
     const double elevation = (0.5 - (y + 0.5) / height) * kPi;
     Row row;
+    row.isStreamed = isStreamed;
     row.sineProduct = static_cast<float>(std::sin(elevation) * sunSine);
     row.cosineProduct = static_cast<float>(std::cos(elevation) * sunCosine);
     float factors[3];
@@ -164,9 +220,8 @@ void SkyModel::paintSky(const SkyConditions& conditions, const SunPlace& sun, fl
       row.base[c] = static_cast<float>(elevation < 0 ? ground[c] * through : 0);
       factors[c] = static_cast<float>(skyIntensity * (1 - through));
     }
-    row.base[3] = 0;
-    interpolate(view_, std::max(elevation, 0.0), factors, row.nodes);
-    paint(row, columns, width, rgb + std::size_t{3} * width * y);
+    interpolate(view_, std::max(elevation, 0.0), factors, row.view);
+    paint(row, columns.data(), width, rgb + std::size_t{3} * width * y);
   });
 }
 
@@ -176,8 +231,7 @@ void SkyModel::render(const SkyConditions& conditions, const SunPlace& sun, floa
   renewTables(conditions, sun.elevation);
   paintSky(conditions, sun, rgb, width, height);
   if (conditions.sunIntensity > 0)
-    SunDisc(air_, sun, static_cast<double>(conditions.sunSize))
-        .addTo(rgb, width, height, static_cast<double>(conditions.sunIntensity));
+    disc_->addTo(rgb, width, height, sun.azimuth, static_cast<double>(conditions.sunIntensity));
 }
 
 }  // namespace orv::host

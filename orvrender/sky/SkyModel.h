@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "orvrender/sky/SkyConditions.h"
@@ -35,11 +36,13 @@ class SkyModel {
   // What the tables were built for.
   double turbidity_ = kNone, ozone_ = kNone, groundAlbedo_ = kNone;
   double sunElevation_ = kNone;
+  double discSize_ = kNone;
   std::uint32_t airBuilds_ = 0, viewBuilds_ = 0;
 
   TransmittanceTable transmittance_;
   MultipleScatteringTable multiple_;
   SkyView view_;
+  std::optional<SunDisc> disc_;
 };
 
 }  // namespace orv::host

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 #include "maps/row_loop.h"
 
@@ -26,6 +27,12 @@ constexpr Spectrum kLimbExponents = limbExponents();
   return ((p[0] + p[4]) + (p[1] + p[5])) + ((p[2] + p[6]) + (p[3] + p[7]));
 }
 
+[[gnu::always_inline]] inline Quad quadOf(const float (&rgb)[4]) {
+  Quad out;
+  std::memcpy(&out, rgb, sizeof out);
+  return out;
+}
+
 double haversine(double angle) {
   const double s = std::sin(0.5 * angle);
   return s * s;
@@ -40,10 +47,10 @@ void addPixel(float* pixel, const Color3& color) {
 
 }  // namespace
 
-SunDisc::SunDisc(const Atmosphere& air, const SunPlace& sun, double size)
-    : sun_(sun),
+SunDisc::SunDisc(const Atmosphere& air, double elevation, double size)
+    : elevation_(elevation),
       radius_(kSunRadius * size),
-      bottom_(std::max(sun.elevation - radius_, 0.0)),
+      bottom_(std::max(elevation - radius_, 0.0)),
       weights_{},
       profiles_{} {
   // What the limb leaves of each wavelength on each ring; nothing on the outermost.
@@ -54,7 +61,7 @@ SunDisc::SunDisc(const Atmosphere& air, const SunPlace& sun, double size)
     store(limbs[j], exp(load(kLimbExponents) * static_cast<float>(0.5 * std::log(1 - q * q))));
   }
 
-  const double top = sun.elevation + radius_;
+  const double top = elevation + radius_;
   for (std::size_t k = 0; k < kElevations; ++k) {
     const double y = static_cast<double>(k) / (kElevations - 1);
     const Spectrum through = sunTransmittance(air, std::max(bottom_ + (top - bottom_) * y * y, 1e-9));
@@ -72,10 +79,11 @@ SunDisc::SunDisc(const Atmosphere& air, const SunPlace& sun, double size)
                                 std::max(0.0f, dot(weights.b, limb)), 0}};
     }
   }
+  mean_ = meanOfDisc();
 }
 
 SunDisc::Stencil SunDisc::stencilAt(double elevation) const {
-  const double share = (elevation - bottom_) / (sun_.elevation + radius_ - bottom_);
+  const double share = (elevation - bottom_) / (elevation_ + radius_ - bottom_);
   const double place = std::sqrt(std::clamp(share, 0.0, 1.0)) * (kElevations - 1);
   const double first = std::clamp(std::floor(place) - 1, 0.0, double{kElevations - 4});
   // Lagrange's weights for nodes 0 to 3.
@@ -86,18 +94,18 @@ SunDisc::Stencil SunDisc::stencilAt(double elevation) const {
 
 void SunDisc::profileAt(double elevation, Profile& out) const {
   const Stencil stencil = stencilAt(elevation);
-  for (std::size_t j = 0; j <= kRings; ++j)
-    for (std::size_t c = 0; c < 4; ++c) {
-      float sum = 0;
-      for (std::size_t k = 0; k < 4; ++k)
-        sum += stencil.weights[k] * profiles_[stencil.first + k].rings[j].rgb[c];
-      out.rings[j].rgb[c] = std::max(sum, 0.0f);
-    }
+  for (std::size_t j = 0; j <= kRings; ++j) {
+    Quad sum{};
+    for (std::size_t k = 0; k < 4; ++k)
+      sum += stencil.weights[k] * quadOf(profiles_[stencil.first + k].rings[j].rgb);
+    sum = sum > 0 ? sum : Quad{};
+    std::memcpy(out.rings[j].rgb, &sum, sizeof sum);
+  }
 }
 
 // With x = sin theta up from the disc's centre and y = cos theta sin psi across, in radii, the cosine at the
 // limb is cos theta cos psi and an element of area cos^2 theta cos psi.
-Color3 SunDisc::mean() const {
+Color3 SunDisc::meanOfDisc() const {
   constexpr std::size_t kChords = 64, kPoints = 32;
   std::array<Spectrum, kPoints> along;  // the limb's share that depends on psi
   std::array<double, kPoints> lengths;
@@ -106,13 +114,13 @@ Color3 SunDisc::mean() const {
     store(along[j], exp(load(kLimbExponents) * static_cast<float>(std::log(lengths[j]))));
   }
 
-  const double first = std::asin(std::clamp((bottom_ - sun_.elevation) / radius_, -1.0, 1.0));
+  const double first = std::asin(std::clamp((bottom_ - elevation_) / radius_, -1.0, 1.0));
   const double step = (0.5 * kPi - first) / kChords;
   Color3 sum;
   for (std::size_t i = 0; i < kChords; ++i) {
     const double theta = first + (static_cast<double>(i) + 0.5) * step;
     const double cosine = std::cos(theta);
-    const Stencil stencil = stencilAt(sun_.elevation + radius_ * std::sin(theta));
+    const Stencil stencil = stencilAt(elevation_ + radius_ * std::sin(theta));
     const Lanes across = exp(load(kLimbExponents) * static_cast<float>(std::log(cosine)));
     Lanes r = splat(0), g = splat(0), b = splat(0);
     for (std::size_t k = 0; k < 4; ++k) {
@@ -137,21 +145,26 @@ Color3 SunDisc::mean() const {
 /// along a row as across it, so that the narrow pixels near a pole need few.
 class SunDisc::Sampling {
  public:
-  Sampling(const SunDisc& disc, std::uint32_t width, std::uint32_t height)
-      : disc_(disc), width_(width), height_(height), columns_(width), reach_(haversine(disc.radius_)) {
+  Sampling(const SunDisc& disc, double azimuth, std::uint32_t width, std::uint32_t height)
+      : disc_(disc),
+        azimuth_(azimuth),
+        width_(width),
+        height_(height),
+        columns_(width),
+        reach_(haversine(disc.radius_)) {
     const double pixel = kPi / height;
     const double down = std::clamp(std::ceil(4 * pixel / disc.radius_), 4.0, double{kMostSamples});
     samplesDown_ = std::bit_ceil(static_cast<std::uint32_t>(down));
 
-    const double top = disc.sun_.elevation + disc.radius_, bottom = disc.sun_.elevation - disc.radius_;
+    const double top = disc.elevation_ + disc.radius_, bottom = disc.elevation_ - disc.radius_;
     firstRow_ = rowOf(top);
     endRow_ = rowOf(std::max(bottom, 0.0)) + 1;
 
     // The disc's half width in longitude; all of it where the disc holds the pole.
-    const double centre = columnOf(disc.sun_.azimuth);
+    const double centre = columnOf(azimuth);
     firstColumn_ = std::floor(centre - 0.5 * width);
     if (std::max(top, -bottom) < 0.5 * kPi) {
-      const double s = std::sin(disc.radius_) / std::cos(disc.sun_.elevation);
+      const double s = std::sin(disc.radius_) / std::cos(disc.elevation_);
       const double half = (s < 1 ? std::asin(s) : kPi) / (2 * kPi) * width;
       if (2 * half + 2 < width) {
         firstColumn_ = std::floor(centre - half);
@@ -161,19 +174,29 @@ class SunDisc::Sampling {
 
     for (std::uint32_t across = samplesAcross(firstRow_); across <= samplesAcross(endRow_ - 1); across *= 2) {
       std::vector<float>& samples = longitudes_[static_cast<std::size_t>(std::countr_zero(across))];
-      samples.resize(std::size_t{columns_} * across);
+      // Blocks of eight run over the end.
+      samples.resize(std::size_t{columns_} * across + 8);
       for (std::size_t i = 0; i < samples.size(); ++i) {
         const double x = firstColumn_ + (static_cast<double>(i) + 0.5) / across;
-        samples[i] = static_cast<float>(haversine((x / width - 0.5) * 2 * kPi - disc.sun_.azimuth));
+        samples[i] = static_cast<float>(haversine((x / width - 0.5) * 2 * kPi - azimuth));
       }
     }
   }
 
   std::uint32_t firstRow() const { return firstRow_; }
   std::uint32_t rows() const { return endRow_ - firstRow_; }
+  std::uint32_t columns() const { return columns_; }
+  /// The map's column that is the first of `columns`.
+  std::uint32_t firstColumn() const { return wrapped(firstColumn_); }
 
-  /// Calls `pixel(column, mean radiance)` for each pixel of a row that the disc touches.
-  void eachPixel(std::uint32_t y, const auto& pixel) const {
+  /// Columns of a row, counted from `firstColumn`.
+  struct Extent {
+    std::uint32_t begin = 0, end = 0;
+  };
+
+  /// Fills in the mean radiance over those pixels of row `y` that the disc may touch.
+  /// @param means of `columns` pixels. @return which of them are filled in.
+  Extent sampleRow(std::uint32_t y, Quad* means) const {
     // haversine(distance) / haversine(radius) = away + cosines x haversine(longitude from the sun).
     struct Line {
       Profile profile;
@@ -183,47 +206,36 @@ class SunDisc::Sampling {
     double widest = 0;
     for (std::uint32_t j = 0; j < samplesDown_; ++j) {
       const double latitude = (0.5 - (y + (j + 0.5) / samplesDown_) / height_) * kPi;
-      const double away = haversine(latitude - disc_.sun_.elevation) / reach_;
+      const double away = haversine(latitude - disc_.elevation_) / reach_;
       if (!(latitude > 0) || away >= 1) continue;
-      const double cosines = std::cos(latitude) * std::cos(disc_.sun_.elevation) / reach_;
+      const double cosines = std::cos(latitude) * std::cos(disc_.elevation_) / reach_;
       Line& line = lines[lineCount++];
       disc_.profileAt(latitude, line.profile);
       line.away = static_cast<float>(away);
       line.cosines = static_cast<float>(cosines);
       widest = std::max(widest, (1 - away) / cosines);
     }
-    if (lineCount == 0) return;
+    if (lineCount == 0) return {};
 
-    std::uint32_t begin = 0, end = columns_;
+    Extent extent{0, columns_};
     const double half = widest < 1 ? std::asin(std::sqrt(widest)) / kPi * width_ : width_;
     if (2 * half + 2 < width_) {
-      const double centre = columnOf(disc_.sun_.azimuth);
-      begin = static_cast<std::uint32_t>(std::max(std::floor(centre - half) - firstColumn_, 0.0));
-      end = static_cast<std::uint32_t>(
+      const double centre = columnOf(azimuth_);
+      extent.begin = static_cast<std::uint32_t>(std::max(std::floor(centre - half) - firstColumn_, 0.0));
+      extent.end = static_cast<std::uint32_t>(
           std::min(std::floor(centre + half) - firstColumn_ + 1, static_cast<double>(columns_)));
     }
+    if (extent.begin >= extent.end) return {};
 
     const std::uint32_t across = samplesAcross(y);
-    const float* const longitudes = longitudes_[static_cast<std::size_t>(std::countr_zero(across))].data();
+    const int shift = std::countr_zero(across);
+    const float* const longitudes = longitudes_[static_cast<std::size_t>(shift)].data();
+    std::fill(means + extent.begin, means + extent.end, Quad{});
+    for (std::uint32_t l = 0; l < lineCount; ++l)
+      addLine(lines[l].profile, lines[l].away, lines[l].cosines, longitudes, extent, shift, means);
     const float share = 1.0f / static_cast<float>(samplesDown_ * across);
-    std::uint32_t x = wrapped(firstColumn_ + begin);
-    for (std::uint32_t i = begin; i < end; ++i, x = x + 1 < width_ ? x + 1 : 0) {
-      Quad sum = {0, 0, 0, 0};
-      bool touched = false;
-      for (std::uint32_t l = 0; l < lineCount; ++l) {
-        for (std::uint32_t k = 0; k < across; ++k) {
-          const float away = lines[l].away + lines[l].cosines * longitudes[std::size_t{i} * across + k];
-          if (!(away < 1)) continue;
-          sum += radiance(lines[l].profile, away);
-          touched = true;
-        }
-      }
-      sum *= share;
-      if (touched) {
-        pixel(x,
-              Color3{static_cast<double>(sum[0]), static_cast<double>(sum[1]), static_cast<double>(sum[2])});
-      }
-    }
+    for (std::uint32_t i = extent.begin; i < extent.end; ++i) means[i] *= share;
+    return extent;
   }
 
   /// Solid angle of a pixel of row `y`.
@@ -231,21 +243,29 @@ class SunDisc::Sampling {
     return 2 * kPi / width_ * (std::sin(latitudeOfEdge(y)) - std::sin(latitudeOfEdge(y + 1)));
   }
 
-  std::uint32_t centreColumn() const { return wrapped(std::floor(columnOf(disc_.sun_.azimuth))); }
+  std::uint32_t centreColumn() const { return wrapped(std::floor(columnOf(azimuth_))); }
   /// Never below the horizon.
-  std::uint32_t centreRow() const { return std::min(rowOf(disc_.sun_.elevation), (height_ - 1) / 2); }
+  std::uint32_t centreRow() const { return std::min(rowOf(disc_.elevation_), (height_ - 1) / 2); }
 
  private:
   static constexpr std::uint32_t kMostSamples = 32;
 
-  /// @param away haversine(distance) / haversine(radius), in [0, 1).
-  [[gnu::always_inline]] static Quad radiance(const Profile& profile, float away) {
-    const float place = std::sqrt(std::sqrt(1 - away)) * kRings;
-    const std::size_t ring = std::min(static_cast<std::size_t>(place), kRings - 1);
-    Quad a, b;
-    std::memcpy(&a, profile.rings[ring].rgb, sizeof a);
-    std::memcpy(&b, profile.rings[ring + 1].rgb, sizeof b);
-    return a + (b - a) * (place - static_cast<float>(ring));
+  /// Adds the samples of one latitude up. Outside the disc they are the outermost ring's, which is black.
+  static void addLine(const Profile& profile, float away, float cosines, const float* longitudes,
+                      const Extent& extent, int shift, Quad* means) {
+    const std::uint32_t end = extent.end << shift;
+    for (std::uint32_t i0 = extent.begin << shift; i0 < end; i0 += 8) {
+      const Lanes inside = max(1.0f - (away + cosines * load(longitudes + i0)), splat(0));
+      const Lanes place = sqrt(sqrt(inside)) * static_cast<float>(kRings);
+      const IntLanes ring = min(truncate(place), IntLanes{} + static_cast<std::int32_t>(kRings - 1));
+      const Lanes fraction = place - toFloat(ring);
+      const std::uint32_t count = std::min(end - i0, 8u);
+      for (std::uint32_t i = 0; i < count; ++i) {
+        const Profile::Ring* const at = &profile.rings[static_cast<std::size_t>(ring[i])];
+        const Quad a = quadOf(at[0].rgb), b = quadOf(at[1].rgb);
+        means[(i0 + i) >> shift] += a + (b - a) * fraction[i];
+      }
+    }
   }
 
   /// A power of two, the same from some rows on: pixels widen with the cosine of the latitude.
@@ -264,6 +284,7 @@ class SunDisc::Sampling {
   }
 
   const SunDisc& disc_;
+  double azimuth_;
   std::uint32_t width_, height_;
   std::uint32_t samplesDown_;
   std::uint32_t firstRow_ = 0, endRow_ = 0;
@@ -274,22 +295,28 @@ class SunDisc::Sampling {
   std::array<std::vector<float>, 6> longitudes_;
 };
 
-void SunDisc::addTo(float* rgb, std::uint32_t width, std::uint32_t height, double intensity) const {
-  if (width == 0 || height == 0 || sun_.elevation + radius_ <= 0) return;
+void SunDisc::addTo(float* rgb, std::uint32_t width, std::uint32_t height, double azimuth,
+                    double intensity) const {
+  if (width == 0 || height == 0 || elevation_ + radius_ <= 0) return;
   // A larger disc is dimmer, so that its light stays the same: that of a plane facing the sun.
-  const Color3 radianceMean = mean();
-  const Color3 light{radianceMean.r * intensity, radianceMean.g * intensity, radianceMean.b * intensity};
+  const Color3 light{mean_.r * intensity, mean_.g * intensity, mean_.b * intensity};
 
-  const Sampling sampling(*this, width, height);
+  const Sampling sampling(*this, azimuth, width, height);
+  const std::size_t columns = sampling.columns();
+  const auto means = std::make_unique_for_overwrite<Quad[]>(sampling.rows() * columns);
+  std::vector<Sampling::Extent> extents(sampling.rows());
   std::vector<Color3> sums(sampling.rows());
   forEachRow(sampling.rows(), 1, [&](std::uint32_t i) {
+    const std::uint32_t y = sampling.firstRow() + i;
+    const Quad* const row = means.get() + i * columns;
+    extents[i] = sampling.sampleRow(y, means.get() + i * columns);
     Color3 sum;
-    sampling.eachPixel(sampling.firstRow() + i, [&](std::uint32_t, const Color3& value) {
-      sum.r += value.r;
-      sum.g += value.g;
-      sum.b += value.b;
-    });
-    const double omega = sampling.solidAngle(sampling.firstRow() + i);
+    for (std::uint32_t x = extents[i].begin; x < extents[i].end; ++x) {
+      sum.r += static_cast<double>(row[x][0]);
+      sum.g += static_cast<double>(row[x][1]);
+      sum.b += static_cast<double>(row[x][2]);
+    }
+    const double omega = sampling.solidAngle(y);
     sums[i] = {sum.r * omega, sum.g * omega, sum.b * omega};
   });
   Color3 sampled;
@@ -303,10 +330,15 @@ void SunDisc::addTo(float* rgb, std::uint32_t width, std::uint32_t height, doubl
   const auto factor = [](double wanted, double found) { return found > 0 ? wanted / found : 0; };
   const Color3 scale{factor(light.r, sampled.r), factor(light.g, sampled.g), factor(light.b, sampled.b)};
   forEachRow(sampling.rows(), 1, [&](std::uint32_t i) {
-    const std::size_t y = sampling.firstRow() + i;
-    sampling.eachPixel(static_cast<std::uint32_t>(y), [&](std::uint32_t x, const Color3& value) {
-      addPixel(rgb + 3 * (y * width + x), {value.r * scale.r, value.g * scale.g, value.b * scale.b});
-    });
+    float* const out = rgb + std::size_t{3} * width * (sampling.firstRow() + i);
+    const Quad* const row = means.get() + i * columns;
+    std::uint32_t column = (sampling.firstColumn() + extents[i].begin) % width;
+    for (std::uint32_t x = extents[i].begin; x < extents[i].end; ++x) {
+      addPixel(out + std::size_t{3} * column,
+               {static_cast<double>(row[x][0]) * scale.r, static_cast<double>(row[x][1]) * scale.g,
+                static_cast<double>(row[x][2]) * scale.b});
+      column = column + 1 < width ? column + 1 : 0;
+    }
   });
   const std::size_t y = sampling.centreRow();
   const double omega = sampling.solidAngle(sampling.centreRow());

@@ -13,12 +13,14 @@ namespace orv::host {
 /// the ground, cut off by the horizon.
 class SunDisc {
  public:
+  /// @param elevation radians.
   /// @param size the disc's diameter over the true one; its light stays the same.
-  SunDisc(const Atmosphere& air, const SunPlace& sun, double size);
+  SunDisc(const Atmosphere& air, double elevation, double size);
 
   /// Adds the disc, `intensity` times as bright, to a map of RGB floats. The map gains the disc's light to
   /// rounding, however few pixels it covers. Parallel over rows.
-  void addTo(float* rgb, std::uint32_t width, std::uint32_t height, double intensity) const;
+  /// @param azimuth the sun's, radians along the map.
+  void addTo(float* rgb, std::uint32_t width, std::uint32_t height, double azimuth, double intensity) const;
 
  private:
   static constexpr std::size_t kRings = 64;
@@ -47,15 +49,16 @@ class SunDisc {
   Stencil stencilAt(double elevation) const;
   void profileAt(double elevation, Profile& out) const;
   /// The mean over the disc's area: the light on a plane facing the sun.
-  Color3 mean() const;
+  Color3 meanOfDisc() const;
 
-  SunPlace sun_;
+  double elevation_;
   double radius_;
   double bottom_;  // elevation of the lowest part above the horizon
   /// At elevations from there to the top, closer together below, where the air dims more and more steeply:
   /// node k lies at the share (k / (kElevations - 1))^2.
   std::array<Weights, kElevations> weights_;
   std::array<Profile, kElevations> profiles_;
+  Color3 mean_;
 };
 
 }  // namespace orv::host

@@ -25,6 +25,11 @@ float lastIndex(std::uint32_t n) {
   return static_cast<double>(last) > static_cast<double>(n - 1) ? std::nextafter(last, 0.0f) : last;
 }
 
+/// Stores, where `streaming` past the caches.
+inline void put(float* aligned, Float8 a, bool streaming) {
+  streaming ? storeStreaming(aligned, a) : store(aligned, a);
+}
+
 /// The colours between eight pixels and their right neighbours, by `fx`.
 inline void blendRow(const float* const (&from)[8], std::ptrdiff_t offset, Float8 fx, Float8 (&rgb)[3]) {
   // The left pixel's three channels and the right one's red, then the right one's green and blue.
@@ -44,18 +49,23 @@ InterleavedMap::InterleavedMap(const BlockedMap& map)
       lastRow_(lastIndex(map.height())),
       pixels_(stride_ * (map.height() + std::size_t{1})) {
   const std::size_t width = map.width();
+  const bool streaming = map.bytes() >= kStreamingBytes;
   const auto copyRow = [&](std::uint32_t y, Float8& largest) {
     float* out = pixels_.data() + y * stride_;
     const std::span<const Block> row = map.row(y % map.height());
     for (std::size_t block = 0; block < row.size(); ++block) {
       Float8 a, b, c;
       interleave(load(row[block].r), load(row[block].g), load(row[block].b), a, b, c);
-      store(out + 24 * block, a);
-      store(out + 24 * block + 8, b);
-      store(out + 24 * block + 16, c);
+      put(out + 24 * block, a, streaming);
+      put(out + 24 * block + 8, b, streaming);
+      put(out + 24 * block + 16, c, streaming);
       largest = max(max(abs(a), abs(b)), max(abs(c), largest));
     }
-    std::copy_n(out, 3, out + 3 * width);
+    // Made of the map, for what was written past the caches would have to come back.
+    const Block& first = row[0];
+    const float again[3] = {first.r[0], first.g[0], first.b[0]};
+    std::copy_n(again, 3, out + 3 * width);
+    if (streaming) finishStreaming();
   };
   const auto larger = [](Float8 a, Float8 b) { return max(a, b); };
   const Float8 largest = reduceOverRows(map.height() + 1, zero8(), copyRow, larger);
@@ -73,13 +83,13 @@ void InterleavedMap::positions(Float8 u, Float8 v, SamplePositions& out) const {
   // Not negative, so truncation is the floor.
   const Int8 x0 = toIntTruncated(x);
   const Int8 y0 = toIntTruncated(y);
-  store(out.x, x0);
-  store(out.y, y0);
+  // A stride beyond 32 bits has one row, whose y is 0.
+  storeWideSum(out.offsets, y0, static_cast<std::uint32_t>(stride_), x0, 3);
   out.fx = x - toFloat(x0);
   out.fy = y - toFloat(y0);
 }
 
-void InterleavedMap::sample(const SamplePositions& at, Block& out) const {
+void InterleavedMap::sample(const SamplePositions& at, Block& out, bool streaming) const {
   const float* from[8];
   for (int lane = 0; lane < 8; ++lane) from[lane] = pixelAt(at, lane);
   Float8 top[3], bottom[3];
@@ -89,9 +99,9 @@ void InterleavedMap::sample(const SamplePositions& at, Block& out) const {
   for (int c = 0; c < 3; ++c) rgb[c] = lerp(top[c], bottom[c], at.fy);
   if (quartered_)
     for (Float8& channel : rgb) channel = limited(channel * splat(4.0f));
-  store(out.r, rgb[0]);
-  store(out.g, rgb[1]);
-  store(out.b, rgb[2]);
+  put(out.r, rgb[0], streaming);
+  put(out.g, rgb[1], streaming);
+  put(out.b, rgb[2], streaming);
 }
 
 void InterleavedMap::sample(const float* u, const float* v, std::span<Block> out) const {
@@ -99,11 +109,7 @@ void InterleavedMap::sample(const float* u, const float* v, std::span<Block> out
   const auto place = [&](std::size_t block) {
     SamplePositions& at = ring[block % kAhead];
     positions(load(u + 8 * block), load(v + 8 * block), at);
-    for (int lane = 0; lane < 8; ++lane) {
-      const float* const pixel = pixelAt(at, lane);
-      prefetch(pixel);
-      prefetch(pixel + stride_);
-    }
+    fetch(at);
   };
   for (std::size_t block = 0; block < std::min(kAhead, out.size()); ++block) place(block);
   for (std::size_t block = 0; block < out.size(); ++block) {

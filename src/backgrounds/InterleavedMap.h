@@ -12,8 +12,7 @@ namespace orv::hdri::blockedAVX2 {
 
 /// Where eight pixels are looked up: the upper left neighbour, and the weights of the right and lower ones.
 struct SamplePositions {
-  alignas(32) int x[8];
-  alignas(32) int y[8];
+  alignas(32) std::int64_t offsets[8];  ///< floats from the map's first pixel
   Float8 fx;
   Float8 fy;
 };
@@ -33,16 +32,24 @@ class InterleavedMap {
   /// u = 0 hits the centre of the first column and u = 1 that of the last, v likewise from the top row down.
   /// Both are clamped to [0, 1]; a NaN counts as 0.
   void positions(Float8 u, Float8 v, SamplePositions& out) const;
-  /// The bilinear blend of the four neighbours of each position.
-  void sample(const SamplePositions& at, Block& out) const;
+  /// Asks for the pixels of positions ahead of their look-up.
+  void fetch(const SamplePositions& at) const {
+    for (int lane = 0; lane < kLanes; ++lane) {
+      const float* const pixel = pixelAt(at, lane);
+      prefetch(pixel);
+      prefetch(pixel + stride_);
+    }
+  }
+  /// The bilinear blend of the four neighbours of each position. @param streaming whether it is written past
+  /// the caches; `finishStreaming` orders it.
+  void sample(const SamplePositions& at, Block& out, bool streaming = false) const;
   /// Both for `out.size()` blocks at the positions u and v, eight a block, 32-byte aligned: the same bits,
   /// and the pixels of blocks to come are fetched meanwhile.
   void sample(const float* u, const float* v, std::span<Block> out) const;
 
  private:
   const float* pixelAt(const SamplePositions& at, int lane) const {
-    return pixels_.data() + static_cast<std::size_t>(at.y[lane]) * stride_ +
-           3 * static_cast<std::size_t>(at.x[lane]);
+    return pixels_.data() + at.offsets[lane];
   }
 
   std::size_t stride_ = 0;  ///< floats from a pixel to the one below it

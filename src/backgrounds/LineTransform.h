@@ -4,16 +4,11 @@
 #include <cstdint>
 #include <vector>
 
+#include "backgrounds/FastTransform.h"
 #include "maps/AlignedArray.h"
-#include "simd/Double4.h"
+#include "simd/Complex4.h"
 
 namespace orv::hdri::blockedAVX2 {
-
-/// Complex numbers of four independent lines.
-struct Complex4 {
-  Double4 re;
-  Double4 im;
-};
 
 /// The discrete Fourier transform of lines of one length, four at a time, for the frequencies up to a highest
 /// one:  Z(m) = sum over x of z(x) exp(-2 pi i m x / length),  and back (not divided by the length).
@@ -37,35 +32,21 @@ class LineTransform {
     AlignedArray<Complex4> points;    ///< point x at `slot(x)`
     AlignedArray<Complex4> positive;  ///< Z(0) ... Z(highest)
     AlignedArray<Complex4> negative;  ///< Z(0), Z(-1) ... Z(-highest)
-    AlignedArray<Complex4> part[2];
     AlignedArray<Complex4> chirped;
   };
 
   /// Where point x lies.
   std::size_t slot(std::uint32_t x) const { return slots_[x]; }
 
-  /// points -> positive and negative. `points` stay as they are.
+  /// points -> positive and negative. The points are used up.
   void forward(Scratch& scratch) const;
   /// positive and negative -> points. Frequencies above the highest count as 0; where the length is twice the
   /// highest frequency, Z(highest) and Z(-highest) are one, and positive holds it.
   void back(Scratch& scratch) const;
 
  private:
-  struct Root {
-    double re;
-    double im;
-  };
-  static Complex4 splatted(const Root& root);
-  /// How a length is divided, and the tables of its transform.
-  struct Parts {
-    std::uint32_t length = 1;  // of a part
-    std::uint32_t count = 1;
-    std::vector<std::uint32_t> radices;  // their product is the part's length
-    std::vector<Root> roots;             // exp(-2 pi i j / (length count))
-  };
-  static Parts partsFor(std::uint32_t length, std::uint32_t highest);
-  /// The transform of the part at `from`; @return where the result lies, one of the two scratch parts.
-  static const Complex4* transformPart(const Parts& parts, const Complex4* from, Scratch& scratch);
+  /// The length of a part; 0 where the frequencies call for a convolution with the chirp.
+  static std::uint32_t partLengthFor(std::uint32_t length, std::uint32_t highest);
 
   void forwardByParts(Scratch& scratch) const;
   void backByParts(Scratch& scratch) const;
@@ -73,16 +54,18 @@ class LineTransform {
   void backByChirp(Scratch& scratch) const;
   void makeChirp();
   Complex4 chirp(std::uint64_t k) const;
-  const Complex4* convolve(Scratch& scratch) const;
+  void convolve(Scratch& scratch) const;
 
   std::uint32_t length_;
   std::uint32_t highest_;
-  bool chirped_ = false;
-  Parts parts_;  // of the length, or of the convolution's
-  std::size_t partStride_ = 1;
-  std::vector<std::uint32_t> slots_;
-  std::vector<Root> chirp_;          // exp(-pi i j / length), j below 2 length
-  std::vector<Root> chirpSpectrum_;  // of exp(pi i k^2 / length)
+  FastTransform part_;       // of a part, or of the convolution
+  std::uint32_t parts_ = 0;  // 0 where a convolution takes their place
+  std::size_t partStride_ = 0;
+  std::vector<std::uint32_t> slots_;      // of the points
+  std::vector<std::uint32_t> partSlots_;  // of a part's frequencies
+  std::vector<Root> roots_;               // exp(-2 pi i j / length)
+  std::vector<Root> chirp_;               // exp(-pi i j / length), j below 2 length
+  std::vector<Root> chirpSpectrum_;       // of exp(pi i k^2 / length), at the frequencies' slots
 };
 
 }  // namespace orv::hdri::blockedAVX2

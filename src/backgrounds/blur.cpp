@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <vector>
 
 #include "backgrounds/PaintContext.h"
+#include "backgrounds/SpectralFilter.h"
 #include "backgrounds/symmetric_filter.h"
 #include "maps/row_loop.h"
 #include "simd/transpose.h"
@@ -17,6 +19,9 @@ namespace {
 
 /// Block columns that a task packs at once: 384 consecutive bytes of each row, whole cache lines.
 constexpr std::uint32_t kColumns = 4;
+
+/// Rows that are asked for ahead while columns are packed.
+constexpr std::size_t kAhead = 8;
 
 /// Rows of blocks, `stride` floats apart.
 struct BlockRows {
@@ -30,12 +35,13 @@ struct BlockRows {
 /// filtered lines of one block column.
 class Scratch {
  public:
-  Scratch(std::size_t count, std::size_t radius)
+  Scratch(std::size_t count, std::size_t radius, std::size_t points)
       : count_(count),
         radius_(radius),
         lineFloats_(8 * (count + 2 * radius + kFilterOutputs)),
         resultFloats_(8 * (count + kFilterOutputs + 8)),
-        floats_(3 * (kColumns * lineFloats_ + resultFloats_)) {
+        floats_(3 * (kColumns * lineFloats_ + resultFloats_)),
+        points_(points) {
     std::memset(floats_.data(), 0, floats_.size() * sizeof(float));
   }
 
@@ -48,11 +54,18 @@ class Scratch {
     return floats_.data() + 3 * kColumns * lineFloats_ + channel * resultFloats_;
   }
 
+  /// What the spectral filter works on.
+  Complex4* points() { return points_.data(); }
+
   /// Packs the halves of values: the sum of two of them can not overflow.
   void pack(const BlockRows& source, std::uint32_t firstColumn, std::uint32_t columns) {
     const Float8 half = splat(0.5f);
     for (std::size_t p = 0; p < count_; ++p) {
       const float* block = source.data + p * source.stride + std::size_t{24} * firstColumn;
+      // The caches do not foresee steps of a row.
+      if (p + kAhead < count_)
+        for (std::size_t i = 0; i < std::size_t{24} * columns; i += 16)
+          prefetch(block + kAhead * source.stride + i);
       for (std::uint32_t column = 0; column < columns; ++column) {
         for (std::size_t channel = 0; channel < 3; ++channel, block += 8)
           store(line(column, channel) + 8 * p, half * load(block));
@@ -76,27 +89,38 @@ class Scratch {
   std::size_t lineFloats_;
   std::size_t resultFloats_;
   AlignedFloats floats_;
+  AlignedArray<Complex4> points_;
 };
 
-/// Writes the filtered lines of one block column as up to eight rows of blocks.
+/// Writes the filtered lines of one block column as up to eight rows of blocks, two blocks of each row at a
+/// time: whole cache lines, so that they can be written past the caches.
+template <bool streaming>
 void storeTransposed(Scratch& scratch, std::size_t count, const BlockRows& destination,
                      std::uint32_t firstRow) {
   const std::uint32_t rows = std::min(8u, destination.rows - firstRow);
   const Float8 most = splat(std::numeric_limits<float>::max());
-  for (std::size_t block = 0; block < blocksFor(static_cast<std::uint32_t>(count)); ++block) {
-    float* out = destination.data + firstRow * destination.stride + 24 * block;
-    for (std::size_t channel = 0; channel < 3; ++channel, out += 8) {
+  const std::size_t blocks = blocksFor(static_cast<std::uint32_t>(count));
+  for (std::size_t block = 0; block < blocks; block += 2) {
+    alignas(64) float staged[8][48];
+    const std::size_t vectors = 3 * std::min<std::size_t>(2, blocks - block);
+    for (std::size_t v = 0; v < vectors; ++v) {
+      const float* lines = scratch.result(v % 3) + 64 * (block + v / 3);
       Float8 values[8];
-      for (std::size_t i = 0; i < 8; ++i)
-        values[i] = min(most, load(scratch.result(channel) + 64 * block + 8 * i));
+      for (std::size_t i = 0; i < 8; ++i) values[i] = min(most, load(lines + 8 * i));
       transpose(values);
-      for (std::size_t row = 0; row < rows; ++row) store(out + row * destination.stride, values[row]);
+      for (std::size_t row = 0; row < 8; ++row) store(staged[row] + 8 * v, values[row]);
     }
+    float* out = destination.data + firstRow * destination.stride + 24 * block;
+    for (std::size_t row = 0; row < rows; ++row, out += destination.stride)
+      for (std::size_t v = 0; v < vectors; ++v) {
+        if constexpr (streaming)
+          storeStreaming(out + 8 * v, load(staged[row] + 8 * v));
+        else
+          store(out + 8 * v, load(staged[row] + 8 * v));
+      }
   }
+  if constexpr (streaming) finishStreaming();
 }
-
-/// What happens past the ends of a line.
-enum class Ends { truncated, wrapped };
 
 /// Filters every block column of `source` (its lines have `count` values, one a row) and writes column c as
 /// the rows 8 c to 8 c + 7 of `destination`. `scale`, where not null, has a factor for each value of a line.
@@ -106,7 +130,11 @@ template <typename Finish>
 void filterColumns(const BlockRows& source, std::uint32_t count, const BlockRows& destination,
                    const AlignedFloats& doubled, Ends ends, const float* scale, const Finish& finish) {
   const std::size_t radius = doubled.size() - 1;
-  tbb::enumerable_thread_specific<Scratch> scratches([=] { return Scratch(count, radius); });
+  const bool streaming = destination.rows * destination.stride * sizeof(float) >= kStreamingBytes;
+  std::optional<SpectralFilter> spectral;
+  if (radius >= SpectralFilter::kLeastRadius) spectral.emplace(doubled, count, ends);
+  tbb::enumerable_thread_specific<Scratch> scratches(
+      [&] { return Scratch(count, radius, spectral ? spectral->points() : 0); });
   forEachRow(source.columns, kColumns, [&](std::uint32_t firstColumn) {
     Scratch& scratch = scratches.local();
     const std::uint32_t columns = std::min(kColumns, source.columns - firstColumn);
@@ -115,15 +143,20 @@ void filterColumns(const BlockRows& source, std::uint32_t count, const BlockRows
       for (std::size_t channel = 0; channel < 3; ++channel) {
         float* line = scratch.line(column, channel);
         float* result = scratch.result(channel);
-        if (ends == Ends::wrapped) scratch.wrap(line);
-        filterLine(line, count, doubled.data(), radius, ends == Ends::truncated, result);
-        if (scale) {
-          for (std::size_t p = 0; p < count; ++p)
-            store(result + 8 * p, load(result + 8 * p) * splat(scale[p]));
+        if (!spectral || !spectral->filter(line, scale, scratch.points(), result)) {
+          if (ends == Ends::wrapped) scratch.wrap(line);
+          filterLine(line, count, doubled.data(), radius, ends == Ends::truncated, result);
+          if (scale) {
+            for (std::size_t p = 0; p < count; ++p)
+              store(result + 8 * p, load(result + 8 * p) * splat(scale[p]));
+          }
         }
         scratch.clearTail(result);
       }
-      storeTransposed(scratch, count, destination, 8 * (firstColumn + column));
+      if (streaming)
+        storeTransposed<true>(scratch, count, destination, 8 * (firstColumn + column));
+      else
+        storeTransposed<false>(scratch, count, destination, 8 * (firstColumn + column));
       finish(firstColumn + column);
     }
   });

@@ -5,6 +5,9 @@
 
 namespace orv::hdri::blockedAVX2 {
 
+/// What is past the ends of a line: nothing, or the line from its other end.
+enum class Ends { truncated, wrapped };
+
 /// Outputs that one step of `filterLine` makes.
 inline constexpr std::size_t kFilterOutputs = 6;
 

@@ -95,6 +95,7 @@ class Rotation {
 
 void rotateSphere(BlockedMap& map, const InterleavedMap& source, const TiltSettings& settings) {
   const Rotation rotation(map, settings);
+  const bool streaming = map.bytes() >= kStreamingBytes;
 
   // Tiles, so that what neighbouring rows look up stays in the caches.
   constexpr std::uint32_t kTileRows = 64, kTileBlocks = 8;
@@ -105,13 +106,23 @@ void rotateSphere(BlockedMap& map, const InterleavedMap& source, const TiltSetti
     const std::uint32_t firstRow = tile / tilesAcross * kTileRows;
     const std::uint32_t firstBlock = tile % tilesAcross * kTileBlocks;
     const std::uint32_t count = std::min(kTileBlocks, blocks - firstBlock);
-    for (std::uint32_t y = firstRow; y < std::min(firstRow + kTileRows, map.height()); ++y) {
+    // The pixels of a row are on their way from memory while the one above is blended.
+    SamplePositions positions[2][kTileBlocks];
+    const auto place = [&](std::uint32_t y) {
       const SinCos8 theta = rotation.polarAngle(y);
-      SamplePositions positions[kTileBlocks];
+      for (std::uint32_t i = 0; i < count; ++i) {
+        rotation.positions(source, firstBlock + i, theta, positions[y % 2][i]);
+        source.fetch(positions[y % 2][i]);
+      }
+    };
+    const std::uint32_t endRow = std::min(firstRow + kTileRows, map.height());
+    place(firstRow);
+    for (std::uint32_t y = firstRow; y < endRow; ++y) {
+      if (y + 1 < endRow) place(y + 1);
       for (std::uint32_t i = 0; i < count; ++i)
-        rotation.positions(source, firstBlock + i, theta, positions[i]);
-      for (std::uint32_t i = 0; i < count; ++i) source.sample(positions[i], map.row(y)[firstBlock + i]);
+        source.sample(positions[y % 2][i], map.row(y)[firstBlock + i], streaming);
     }
+    if (streaming) finishStreaming();
   });
 }
 

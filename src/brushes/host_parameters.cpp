@@ -55,7 +55,6 @@ bool setFloatArray(orvFloat_array& array, std::span<const float> values) {
   if (array.count < count) {
     auto* block = static_cast<float*>(orv_malloc(count * sizeof(float)));
     if (!block) return false;
-    std::copy_n(array.data, array.count, block);
     orv_free(array.data);
     array.data = block;
   }

@@ -26,7 +26,7 @@ orvNode* createHostNode(const Brush& brush, orvScene* scene, const char* typeNam
 void applySunAndSky(const SunSkyBrush& brush, orvSky& sky);
 
 /// Sets a host float array to `values`. Storage that is large enough is kept; else a block of exactly that
-/// many floats takes its place, with the old values copied over and the old block given back.
+/// many floats takes its place, and the old block is given back.
 /// @return false, and the array as it was, when there is no memory.
 bool setFloatArray(orvFloat_array& array, std::span<const float> values);
 

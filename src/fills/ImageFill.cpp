@@ -1,11 +1,12 @@
 #include "fills/ImageFill.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "backgrounds/PaintContext.h"
 #include "hdri/ImageBrush.h"
 #include "host/orvImage.h"
-#include "simd/Float8.h"
+#include "simd/transpose.h"
 
 namespace orv::hdri::blockedAVX2 {
 
@@ -38,27 +39,39 @@ void ImageFill::lookUpBlock(const PixelBatch& batch, std::size_t block, FillScra
   alignas(32) float v[kLanes];
   store(u, toUnit(batch.u));
   store(v, toUnit(batch.v));
+  alignas(32) float changes[4][kLanes];
+  // Texture rows grow downward, the pin's second coordinate upward.
+  for (int i = 0; i < 4; ++i) store(changes[i], load(batch.changes[i] + first) * splat(i < 2 ? 0.5f : -0.5f));
 
-  Block& color = scratch.color[block];
+  alignas(32) float answers[kLanes][4];
+  const orvImage* const image = image_.get();
+  const auto lookUp = lookup_;
+  const float* const weight = batch.weight + first;
+  orvImage_lookup lookup;
   for (std::size_t lane = 0; lane < kLanes; ++lane) {
-    const std::size_t pixel = first + lane;
-    const float weight = batch.weight[pixel];
-    orvImage_lookup lookup;
-    if (image_ && std::abs(weight) > 0.0f) {
-      lookup.u = u[lane];
-      lookup.v = v[lane];
-      // Texture rows grow downward, the pin's second coordinate upward.
-      lookup.dsdx = batch.changes[0][pixel] * 0.5f;
-      lookup.dsdy = batch.changes[1][pixel] * 0.5f;
-      lookup.dtdx = batch.changes[2][pixel] * -0.5f;
-      lookup.dtdy = batch.changes[3][pixel] * -0.5f;
-      (image_.get()->*lookup_)(lookup);
+    float* const answer = answers[lane];
+    if (!image || !(std::abs(weight[lane]) > 0.0f)) {
+      answer[0] = answer[1] = answer[2] = answer[3] = 0;
+      continue;
     }
-    color.r[lane] = lookup.rgba[0];
-    color.g[lane] = lookup.rgba[1];
-    color.b[lane] = lookup.rgba[2];
-    scratch.weight[pixel] = weight * lookup.rgba[3];
+    lookup.u = u[lane];
+    lookup.v = v[lane];
+    lookup.dsdx = changes[0][lane];
+    lookup.dsdy = changes[1][lane];
+    lookup.dtdx = changes[2][lane];
+    lookup.dtdy = changes[3][lane];
+    (image->*lookUp)(lookup);
+    std::memcpy(answer, lookup.rgba, sizeof lookup.rgba);
   }
+  Float8 rgba[4];
+  loadColumns(
+      {answers[0], answers[1], answers[2], answers[3], answers[4], answers[5], answers[6], answers[7]}, 0,
+      rgba);
+  Block& color = scratch.color[block];
+  store(color.r, rgba[0]);
+  store(color.g, rgba[1]);
+  store(color.b, rgba[2]);
+  store(scratch.weight + first, load(weight) * rgba[3]);
 }
 
 }  // namespace orv::hdri::blockedAVX2

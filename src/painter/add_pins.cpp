@@ -19,11 +19,13 @@ float BlockedPainter::softEdgeWidth() const {
 
 bool BlockedPainter::addRectPin(const RectPinParams& params, const Brush& fill) {
   std::unique_ptr<PinShape> shape(new (std::nothrow) RectPinShape(params, softEdgeWidth()));
+  if (shape && !shape->hasCurve() && isRectFalloff(params.falloffKind)) return false;
   return addPin(std::move(shape), fill, true);
 }
 
 bool BlockedPainter::addCirclePin(const CirclePinParams& params, const Brush& fill) {
   std::unique_ptr<PinShape> shape(new (std::nothrow) CirclePinShape(params, softEdgeWidth()));
+  if (shape && !shape->hasCurve() && isCircleFalloff(params.falloffKind)) return false;
   return addPin(std::move(shape), fill, false);
 }
 

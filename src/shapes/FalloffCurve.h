@@ -30,4 +30,14 @@ std::unique_ptr<FalloffCurve> makeCircleFalloff(const CirclePinParams& params);
 /// memory.
 std::unique_ptr<FalloffCurve> makeRectFalloff(const RectPinParams& params);
 
+/// Whether circles, or rectangles, have a curve of this name: where one is null then, memory ran out.
+constexpr bool isCircleFalloff(Falloff kind) {
+  return kind == Falloff::outline || kind == Falloff::solid ||
+         (kind >= Falloff::circleCosine && kind <= Falloff::circleGaussianEdge);
+}
+constexpr bool isRectFalloff(Falloff kind) {
+  return kind == Falloff::outline || kind == Falloff::solid ||
+         (kind >= Falloff::rectCosine && kind <= Falloff::rectBoxGaussian);
+}
+
 }  // namespace orv::hdri::blockedAVX2

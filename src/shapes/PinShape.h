@@ -38,6 +38,8 @@ class PinShape : public AlignedObject {
 
   /// The falloff; a solid one where the parameters name none.
   const FalloffCurve& curve() const;
+  /// Whether the falloff is one of the shape's own, not the solid one in place of none.
+  bool hasCurve() const { return curve_ != nullptr; }
 
  protected:
   explicit PinShape(std::unique_ptr<FalloffCurve> curve) : curve_(std::move(curve)) {}

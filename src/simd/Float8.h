@@ -3,6 +3,7 @@
 #include <immintrin.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <limits>
 
 /// Eight lanes of 32-bit floats, integers and masks. Lane i of a block is the pixel x0 + i of a row. Nothing
@@ -132,6 +133,18 @@ inline Int8 shiftRight(Int8 a) {
 inline Mask8 operator==(Int8 a, Int8 b) { return {_mm256_castsi256_ps(_mm256_cmpeq_epi32(a.v, b.v))}; }
 inline Mask8 operator>(Int8 a, Int8 b) { return {_mm256_castsi256_ps(_mm256_cmpgt_epi32(a.v, b.v))}; }
 inline void store(int* aligned, Int8 a) { _mm256_store_si256(reinterpret_cast<__m256i*>(aligned), a.v); }
+
+/// Stores a aFactor + b bFactor of each lane as 64-bit integers; a and b are not negative.
+inline void storeWideSum(std::int64_t* aligned, Int8 a, std::uint32_t aFactor, Int8 b,
+                         std::uint32_t bFactor) {
+  const auto put = [=](std::int64_t* to, __m128i aHalf, __m128i bHalf) {
+    const __m256i ofA = _mm256_mul_epu32(_mm256_cvtepu32_epi64(aHalf), _mm256_set1_epi64x(aFactor));
+    const __m256i ofB = _mm256_mul_epu32(_mm256_cvtepu32_epi64(bHalf), _mm256_set1_epi64x(bFactor));
+    _mm256_store_si256(reinterpret_cast<__m256i*>(to), _mm256_add_epi64(ofA, ofB));
+  };
+  put(aligned, _mm256_castsi256_si128(a.v), _mm256_castsi256_si128(b.v));
+  put(aligned + 4, _mm256_extracti128_si256(a.v, 1), _mm256_extracti128_si256(b.v, 1));
+}
 
 /// Rounds to nearest even; lanes out of range give INT_MIN.
 inline Int8 toIntNearest(Float8 a) { return {_mm256_cvtps_epi32(a.v)}; }

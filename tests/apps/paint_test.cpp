@@ -414,6 +414,12 @@ TEST_F(PaintTest, WithoutTheModuleOfOpenImageIoOnlyItsFormatsFail) {
   const auto alone = [&] { ::setenv("LD_LIBRARY_PATH", path.c_str(), 1); };
   const Outcome exr = Program({"paint", scene_, "-q", "-o", folder_ / "a.exr"}).prepared(alone).run();
   EXPECT_EQ(exr.status, 0) << exr.err;
+  const std::string pin = folder_.put("pin.json", R"({"version": 1, "size": [64, 32],
+      "background": {"type": "color", "color": [0, 0, 0]}, "pins": [{"shape": "circle", "azimuth": 0,
+      "elevation": 0, "radius": 40, "fill": {"type": "image", "path": "a.exr"}}]})");
+  const Outcome filled = Program({"paint", pin, "-q", "-o", folder_ / "b.exr"}).prepared(alone).run();
+  EXPECT_EQ(filled.status, 0);
+  EXPECT_EQ(filled.err, "");
   const Outcome png = Program({"paint", scene_, "-q", "-o", folder_ / "a.png"}).prepared(alone).run();
   EXPECT_EQ(png.status, 1);
   EXPECT_THAT(png.err,

@@ -4,40 +4,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <complex>
-#include <numbers>
-#include <vector>
 
-#include "backgrounds/maps.h"
+#include "backgrounds/lanes.h"
 
 namespace orv::hdri::blockedAVX2 {
 namespace {
-
-using Complex = std::complex<double>;
-
-/// exp(i turns 2 pi / length)
-Complex rootOf(std::uint64_t turns, std::uint64_t length) {
-  const double angle =
-      2 * std::numbers::pi * static_cast<double>(turns % length) / static_cast<double>(length);
-  return {std::cos(angle), std::sin(angle)};
-}
-
-Complex lane(const Complex4& z, std::size_t i) {
-  alignas(32) double re[4], im[4];
-  store(re, z.re);
-  store(im, z.im);
-  return {re[i], im[i]};
-}
-
-/// Repeatable lanes, different for each index.
-Complex4 sample(std::uint32_t index) {
-  alignas(32) double re[4], im[4];
-  for (int i = 0; i < 4; ++i) {
-    re[i] = noise(static_cast<int>(index), i)[0] - 0.5;
-    im[i] = noise(static_cast<int>(index), i)[1] - 0.5;
-  }
-  return {load(re), load(im)};
-}
 
 /// Lengths of every radix, products of them, lengths with larger primes, and the highest frequencies asked
 /// for.

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <tuple>
 #include <vector>
 
 #include "backgrounds/maps.h"
@@ -144,6 +145,86 @@ TEST_F(Blur, AgreesWithTheReferenceOnFlatAndOnNarrowMaps) {
   expectReference(3, 3, 2);
 }
 
+/// The largest error of a pixel, relative to it, against the sums in double precision with the weights of the
+/// 32-bit sigma.
+double worstErrorOfLongBlur(int width, int height, int radius, float maximum, const auto& color) {
+  BlockedMap map = mapOf(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), color);
+  const reference::Map before = referenceOf(map);
+  const double reach = std::sqrt(-2.0 * std::log(0.1 / static_cast<double>(maximum)));
+  BlurSettings settings(static_cast<float>((radius - 0.5) / reach * 200.0 / width));
+  settings.makeKernel(map.width(), map.height(), maximum);
+  const double sigma = static_cast<double>(settings.sigma(map.width()));
+  std::vector<double> kernel;
+  double sum = -1;
+  for (int i = 0; i <= static_cast<int>(settings.radius()); ++i) {
+    kernel.push_back(std::exp(-i * i / (2 * sigma * sigma)));
+    sum += 2 * kernel.back();
+  }
+  for (double& w : kernel) w /= sum;
+  const reference::Map expected = reference::blurred(before, kernel);
+  blur(map, settings, PaintContext());
+  EXPECT_TRUE(paddingRepeatsTheRow(map)) << width << " x " << height;
+  double worst = 0;
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x)
+      for (std::size_t c = 0; c < 3; ++c)
+        worst = std::max(worst, std::abs(pixelOf(map, x, y)[c] / expected.at(x, y)[c] - 1.0));
+  return worst;
+}
+
+TEST_F(Blur, LongKernelsAgreeWithDoublePrecisionBesideASun) {
+  for (const auto& [width, height, radius] :
+       {std::tuple{512, 256, 100}, {512, 256, 255}, {331, 120, 119}, {203, 97, 80}, {70, 300, 69}}) {
+    // At the seam and next to the pole.
+    const auto sun = [w = width](int x, int y) {
+      return x == w - 1 && y == 1 ? reference::Color{1e5, 5e4, 100} : reference::Color{0.5, 1, 0.001};
+    };
+    EXPECT_LT(worstErrorOfLongBlur(width, height, radius, 1e5f, sun), 5e-7) << width << ", " << radius;
+    EXPECT_LT(worstErrorOfLongBlur(width, height, radius, 1, noise), 5e-7) << width << ", " << radius;
+  }
+}
+
+TEST_F(Blur, ARadiusBeyondTheMapReachesFromPoleToPole) {
+  EXPECT_LT(worstErrorOfLongBlur(300, 100, 5000, 1, noise), 5e-7);
+}
+
+TEST_F(Blur, MapsWrittenPastTheCachesAgreeWithTheSumOfBothKernels) {
+  constexpr int kWidth = 2368, kHeight = 1184;
+  for (const int radius : {5, 70}) {
+    BlockedMap map = mapOf(kWidth, kHeight, noise);
+    ASSERT_GE(map.bytes(), kStreamingBytes);
+    ASSERT_NO_FATAL_FAILURE(blurBy(map, radius));
+    const std::vector<double> w = reference::blurKernel(kWidth, kHeight, static_cast<double>(amount_), 1);
+    const auto weight = [&](int d) { return w[static_cast<std::size_t>(std::abs(d))]; };
+    for (const auto& [x, y] : {std::pair{0, 600}, {2367, 71}, {1180, 1110}, {1187, 1112}, {5, 500}})
+      for (std::size_t c = 0; c < 3; ++c) {
+        double expected = 0;
+        for (int dy = -radius; dy <= radius; ++dy)
+          for (int dx = -radius; dx <= radius; ++dx)
+            expected += weight(dx) * weight(dy) * noise((x + dx + kWidth) % kWidth, y + dy)[c];
+        EXPECT_NEAR(pixelOf(map, x, y)[c] / expected, 1, 1e-6) << radius << ": " << x << ", " << y;
+      }
+  }
+}
+
+TEST_F(Blur, PixelsThatAreNotNumbersSpoilOnlyWhatTheKernelReaches) {
+  const int radius = 70;
+  const auto broken = [](int x, int y) {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    return x == 100 && y == 80 ? reference::Color{nan, 1, nan} : noise(x, y);
+  };
+  BlockedMap map = mapOf(256, 160, broken), whole = mapOf(256, 160, noise);
+  ASSERT_NO_FATAL_FAILURE(blurBy(map, radius));
+  ASSERT_NO_FATAL_FAILURE(blurBy(whole, radius));
+  for (int y = 0; y < 160; ++y)
+    for (int x = 0; x < 256; ++x) {
+      const bool reached = std::abs(x - 100) <= radius && std::abs(y - 80) <= radius;
+      EXPECT_EQ(std::isnan(pixelOf(map, x, y)[0]), reached) << x << ", " << y;
+      if (reached) continue;
+      EXPECT_NEAR(pixelOf(map, x, y)[0], pixelOf(whole, x, y)[0], 1e-6) << x << ", " << y;
+    }
+}
+
 TEST_F(Blur, OneRowOrOneColumnStaysAsItIs) {
   for (const auto& [width, height] : {std::pair{17u, 1u}, {1u, 17u}, {1u, 1u}}) {
     BlockedMap map = mapOf(width, height, noise);
@@ -251,11 +332,12 @@ TEST_F(Blur, BytesAreEqualWithOneTwoAndSevenThreads) {
   std::vector<BlockedMap> results;
   for (const std::size_t threads : {1u, 2u, 7u}) {
     const tbb::global_control limit(tbb::global_control::max_allowed_parallelism, threads);
-    results.push_back(mapOf(203, 97, noise));
-    blurBy(results.back(), 23);
+    for (const int radius : {23, 70}) {
+      results.push_back(mapOf(203, 97, noise));
+      blurBy(results.back(), radius);
+    }
   }
-  EXPECT_TRUE(sameBytes(results[0], results[1]));
-  EXPECT_TRUE(sameBytes(results[0], results[2]));
+  for (const std::size_t i : {2u, 3u, 4u, 5u}) EXPECT_TRUE(sameBytes(results[i % 2], results[i]));
 }
 
 TEST_F(Blur, ProgressAdvancesByBlockColumnsThenByGroupsOfRows) {

@@ -8,6 +8,7 @@
 #include <limits>
 #include <new>
 #include <numbers>
+#include <utility>
 #include <vector>
 
 #include "backgrounds/maps.h"
@@ -114,6 +115,12 @@ void expectReference(BlockedMap map, float azimuth, float tiltAngle) {
   EXPECT_LT(worst, 2e-4) << width << " x " << height << ", " << azimuth << ", " << tiltAngle;
   EXPECT_LT(skipped, 2 * width + 2 * height);
   EXPECT_TRUE(paddingRepeatsTheRow(map));
+}
+
+TEST(Tilt, MapsWrittenPastTheCachesAgreeWithTheReference) {
+  BlockedMap map = smooth(2368, 1184);
+  ASSERT_GE(map.bytes(), kStreamingBytes);
+  expectReference(std::move(map), 0.5f, 0.3f);
 }
 
 TEST(Tilt, FullRotationAgreesWithTheReference) {

@@ -136,7 +136,10 @@ TEST(GradientFill, LeavesBrokenPositionsToTheBrush) {
     GradientBrush brush;
     brush.setStops({{0.0f, 1, 1, 1, 0, 0, 1}, {position, 1, 1, 0, 1, 0, 1}, {1.0f, 1, 1, 0, 0, 1, 1}});
     const Shaded out = shade(*makeFill<GradientFill>(brush, false), kAcross, all(0.0f));
-    for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(out.color.b[i], brush.evalColor(kAcross[i]).b) << i;
+    for (std::size_t i = 0; i < 8; ++i) {
+      const Rgb expected = brush.evalColor(kAcross[i]);
+      EXPECT_EQ((Rgb{out.color.r[i], out.color.g[i], out.color.b[i]}), expected) << i;
+    }
   }
 }
 

@@ -53,6 +53,9 @@ TEST_F(BlockedMapTest, ReleaseGivesTheStorageBack) {
   map.release();
   EXPECT_EQ(FakeHost::instance().liveBlocks(), before);
   EXPECT_TRUE(map.empty());
+  EXPECT_EQ(map.width(), 0u);
+  EXPECT_EQ(map.height(), 0u);
+  EXPECT_EQ(map.paddedWidth(), 0u);
 }
 
 TEST_F(BlockedMapTest, MoveAssignmentTakesTheOthersStorageAndFreesItsOwn) {

@@ -95,6 +95,12 @@ TEST(PixelMemory, AnotherSizeReplacesWhatWasKept) {
   memory.detach();
 }
 
+TEST(PixelMemory, IsItselfAndNoOther) {
+  const blockedAVX2::PixelMemory& memory = blockedAVX2::PixelMemory::instance();
+  EXPECT_TRUE(memory.is_equal(memory));
+  EXPECT_FALSE(memory.is_equal(*std::pmr::new_delete_resource()));
+}
+
 TEST(PixelMemory, SmallBlocksAreNeverKept) {
   blockedAVX2::PixelMemory& memory = blockedAVX2::PixelMemory::instance();
   memory.attach();

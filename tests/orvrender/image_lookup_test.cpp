@@ -7,6 +7,7 @@
 #include <limits>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "host/orvMemory.h"
@@ -319,6 +320,166 @@ TEST_F(StripesTest, TheWidthScalesTheFootprint) {
   lookup.widthS = lookup.widthT = 100;
   made->lookup_filtered(lookup);
   EXPECT_NEAR(lookup.rgba[0], 0.5f, 0.05f);
+}
+
+TEST_F(ImageLookupTest, InsideAPixelFilteredIsPlainToTheBit) {
+  orvImage* const made = filtered(37, 23, noise(37 * 23));
+  for (float u = 0; u <= 1; u += 0.043f) {
+    for (float v = 0; v <= 1; v += 0.071f)
+      ASSERT_EQ(over(*made, u, v, 0.7f / 37, 0.7f / 23), at(*made, u, v)[0]) << u << ' ' << v;
+  }
+}
+
+TEST_F(ImageLookupTest, OddSizesHalveIntoPixelsThatShareTheOneBetween) {
+  // 5 x 3 becomes 2 x 1, pixels of 2.5 x 3: the middle column counts half on either side.
+  std::vector<float> values = noise(15);
+  orvImage* const made = filtered(5, 3, values);
+  double left = 0, right = 0;
+  for (std::size_t y = 0; y < 3; ++y) {
+    const auto pixel = [&](std::size_t x) { return static_cast<double>(values[5 * y + x]); };
+    left += (pixel(0) + pixel(1) + 0.5 * pixel(2)) / 7.5;
+    right += (0.5 * pixel(2) + pixel(3) + pixel(4)) / 7.5;
+  }
+  EXPECT_NEAR(over(*made, 0.25f, 0.5f, 2.0f / 5, 2.0f / 3), left, 1e-6);
+  EXPECT_NEAR(over(*made, 0.75f, 0.5f, 2.0f / 5, 2.0f / 3), right, 1e-6);
+}
+
+TEST_F(ImageLookupTest, ASingleRowOrColumnFiltersToItsMean) {
+  // As many probes as pixels, each on a centre.
+  for (const int count : {2, 5, 8}) {
+    const std::vector<float> values = noise(static_cast<std::size_t>(count));
+    double mean = 0;
+    for (const float value : values) mean += static_cast<double>(value) / count;
+    EXPECT_NEAR(over(*filtered(count, 1, values), 0.5f, 0.5f, 1, 1), mean, 1e-6) << count;
+    EXPECT_NEAR(over(*filtered(1, count, values), 0.5f, 0.5f, 1, 1), mean, 1e-6) << count;
+  }
+}
+
+TEST_F(ImageLookupTest, ARowOfManyPixelsHasLevelsToo) {
+  // Pixels 8 to 15 of a row are one pixel of the third level, and so they are of a column.
+  std::vector<float> values = noise(64);
+  double mean = 0;
+  for (std::size_t i = 8; i < 16; ++i) mean += static_cast<double>(values[i]) / 8;
+  orvImage_lookup lookup;
+  lookup.maxAnisotropy = 1;
+  lookup.u = 12.0f / 64;
+  lookup.v = 0.5f;
+  lookup.dsdx = 8.0f / 64;
+  filtered(64, 1, values)->lookup_filtered(lookup);
+  EXPECT_NEAR(lookup.rgba[0], mean, 1e-6);
+  std::swap(lookup.u, lookup.v);
+  lookup.v = 1 - lookup.v;
+  std::swap(lookup.dsdx, lookup.dtdx);
+  filtered(1, 64, values)->lookup_filtered(lookup);
+  EXPECT_NEAR(lookup.rgba[0], mean, 1e-6);
+}
+
+TEST_F(ImageLookupTest, HugeFootprintsGiveTheMeanOfAll) {
+  const std::vector<float> values = noise(40 * 40);
+  double mean = 0;
+  for (const float value : values) mean += static_cast<double>(value) / 1600;
+  orvImage* const made = filtered(40, 40, values);
+  orvImage_lookup lookup;
+  for (const float size : {1.0f, 1e10f, 3.4e38f}) {
+    lookup.u = 0.3f;
+    lookup.v = 0.9f;
+    lookup.dsdx = size;
+    lookup.dtdy = -size;
+    lookup.widthS = lookup.widthT = size;
+    made->lookup_filtered(lookup);
+    EXPECT_NEAR(lookup.rgba[0], mean, 1e-5) << size;
+  }
+}
+
+TEST_F(ImageLookupTest, AFlatFootprintFiltersToTheMeanOfItsArea) {
+  // 64 x 16 pixels that are four of the fourth level.
+  const std::vector<float> values = noise(512 * 512);
+  double mean = 0;
+  for (std::size_t y = 112; y < 128; ++y) {
+    for (std::size_t x = 224; x < 288; ++x) mean += static_cast<double>(values[512 * y + x]) / 1024;
+  }
+  orvImage* const made = filtered(512, 512, values);
+  EXPECT_NEAR(over(*made, 256.0f / 512, 1 - 120.0f / 512, 64.0f / 512, 16.0f / 512), mean, 1e-5);
+}
+
+TEST_F(ImageLookupTest, WidthsBetweenPowersOfTwoLieBetweenLevels) {
+  const std::vector<float> values = noise(64 * 64);
+  orvImage* const made = filtered(64, 64, values);
+  const auto width = [&](float pixels) { return over(*made, 0.5625f, 0.4375f, pixels / 64, pixels / 64); };
+  EXPECT_NEAR(width(5), 0.75f * width(4) + 0.25f * width(8), 1e-6f);
+  EXPECT_NEAR(width(7), 0.25f * width(4) + 0.75f * width(8), 1e-6f);
+}
+
+TEST_F(ImageLookupTest, AFootprintWithoutAnAreaIsALine) {
+  std::vector<float> ramp(128 * 64);
+  for (std::size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<float>(i % 128) - 63.5f;
+  orvImage* const made = filtered(128, 64, ramp);
+  orvImage_lookup lookup;
+  lookup.u = 0.5f;
+  lookup.v = 0.5f;
+  // Both changes the same way: the mean of a ramp about its middle.
+  lookup.dsdx = lookup.dsdy = 4.0f / 128;
+  lookup.dtdx = lookup.dtdy = 4.0f / 64;
+  made->lookup_filtered(lookup);
+  EXPECT_NEAR(lookup.rgba[0], 0, 1e-4f);
+}
+
+TEST_F(ImageLookupTest, NegativePixelsCountInTheMean) {
+  orvImage* const made = filtered(2, 2, {-4, 1, 1, 1});
+  EXPECT_EQ(over(*made, 0.5f, 0.5f, 1, 1), -0.25f);
+}
+
+TEST_F(ImageLookupTest, TheLargestFloatsFilterToThemselves) {
+  constexpr float kMost = std::numeric_limits<float>::max();
+  orvImage* const made = filtered(7, 5, std::vector<float>(35, kMost));
+  for (const float size : {0.0f, 0.3f, 0.5f, 1.0f, 2.0f})
+    EXPECT_FLOAT_EQ(over(*made, 0.4f, 0.6f, size, size), kMost) << size;
+}
+
+TEST_F(ImageLookupTest, CoordinatesThatAreNotNumbersAreFilteredAtZero) {
+  orvImage* const made = filtered(64, 64, noise(64 * 64));
+  EXPECT_EQ(over(*made, kNaN, kNaN, 0.1f, 0.2f), over(*made, 0, 0, 0.1f, 0.2f));
+  EXPECT_EQ(over(*made, kInfinity, -kInfinity, 0.1f, 0.2f), over(*made, 1, 0, 0.1f, 0.2f));
+}
+
+/// Stripes along the picture's diagonal: 1 where (x - y) mod 8 is below 4, so that (x - y) of 1 and 2 are the
+/// middle of a white one.
+class DiagonalTest : public ImageLookupTest {
+ protected:
+  /// Red over a footprint of `along` x 1 pixels, turned to run down the diagonal or up across it.
+  float over(float along, bool across, std::uint32_t most, bool conservative) {
+    std::vector<float> values(256 * 256);
+    for (std::size_t i = 0; i < values.size(); ++i)
+      values[i] = (256 + i % 256 - i / 256) % 8 < 4 ? 1.0f : 0.0f;
+    orvImage_lookup lookup;
+    // Between pixels (129, 128) and (130, 128), where x - y is 1 and 2.
+    lookup.u = 130.0f / 256;
+    lookup.v = 1 - 128.5f / 256;
+    const float side = std::sqrt(0.5f) / 256;
+    lookup.dsdx = along * side;
+    lookup.dtdx = across ? -along * side : along * side;
+    lookup.dsdy = side;
+    lookup.dtdy = across ? side : -side;
+    lookup.maxAnisotropy = most;
+    lookup.conservative = conservative ? 1 : 0;
+    filtered(256, 256, values)->lookup_filtered(lookup);
+    return lookup.rgba[0];
+  }
+};
+
+TEST_F(DiagonalTest, DownTheStripesAFootprintStaysWhite) {
+  EXPECT_NEAR(over(16, false, 16, true), 1.0f, 1e-5f);
+}
+
+TEST_F(DiagonalTest, AcrossTwoStripesAFootprintIsGrey) {
+  // A period is 8 / sqrt(2) pixels long.
+  EXPECT_NEAR(over(2 * 8 * std::sqrt(0.5f), true, 16, true), 0.5f, 0.05f);
+}
+
+TEST_F(DiagonalTest, ALongFootprintGetsWiderProbes) { EXPECT_LT(over(64, false, 4, true), 0.7f); }
+
+TEST_F(DiagonalTest, ALongFootprintIsCutWhereItNeedNotBeConservative) {
+  EXPECT_NEAR(over(64, false, 4, false), 1.0f, 1e-5f);
 }
 
 TEST_F(ImageLookupTest, FilteringDoesNotWrap) {

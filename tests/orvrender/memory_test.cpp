@@ -135,6 +135,21 @@ TEST(Memory, BigBlocksComeBackWhileASceneLives) {
   orv_scene_destroy(scene);
 }
 
+TEST(Memory, BigBlocksGoBackToTheSystemWhereTheSceneKeepsNone) {
+  orvScene_options options;
+  options.keepBlocks = false;
+  orvScene* const scene = orv_scene_create(options);
+  auto* const first = static_cast<unsigned char*>(orv_malloc_aligned(kBig, 32));
+  first[kBig - 1] = 0x77;
+  orv_free_aligned(first);
+  auto* const second = static_cast<unsigned char*>(orv_malloc_aligned(kBig, 32));
+#if !defined(__SANITIZE_ADDRESS__)
+  EXPECT_EQ(second[kBig - 1], 0) << "the system's pages are zero";
+#endif
+  orv_free_aligned(second);
+  orv_scene_destroy(scene);
+}
+
 TEST(Memory, BigBlocksGoBackToTheSystemWithoutAScene) {
 #if defined(__SANITIZE_ADDRESS__)
   GTEST_SKIP() << "the address sanitizer's blocks are the C library's";

@@ -58,7 +58,7 @@ Rgb3 light(double elevation, double radius) {
 /// The disc alone on a black map.
 SkyMap discMap(double azimuth, double elevation, double size, std::uint32_t width) {
   SkyMap map{width, width / 2, std::vector<float>(std::size_t{3} * width * (width / 2))};
-  SunDisc(air(), {azimuth, elevation}, size).addTo(map.rgb.data(), map.width, map.height, 1);
+  SunDisc(air(), elevation, size).addTo(map.rgb.data(), map.width, map.height, azimuth, 1);
   return map;
 }
 

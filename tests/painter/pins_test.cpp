@@ -94,7 +94,7 @@ TEST_F(Pins, RefuseASkyAndLeaveNothing) {
 }
 
 TEST_F(Pins, AreRefusedWhenAnyAllocationFailsAndLeaveNothing) {
-  // Shape and fill; a curve that is missing counts as solid.
+  // Curve, shape and fill.
   const std::int64_t live = host().liveBlocks();
   int refused = 0;
   for (const std::int64_t n : {1, 2, 3}) {
@@ -106,7 +106,7 @@ TEST_F(Pins, AreRefusedWhenAnyAllocationFailsAndLeaveNothing) {
     painter->setBackground(ColorBrush(0.25f, 0.5f, 0.75f));
     EXPECT_EQ(host().liveBlocks(), live) << n;
   }
-  EXPECT_GE(refused, 2);
+  EXPECT_EQ(refused, 3);
 }
 
 TEST_F(Pins, GoWithClearAlsoWhenTheBackgroundIsKept) {

@@ -24,11 +24,11 @@ class DevTest : public testing::Test {
     fs::create_directories(folder_ / "build/release/bin");
     fs::create_directories(folder_ / "tools");
     fs::copy_file(fs::path(ORVHDRI_SOURCE_DIR) / "dev", folder_ / "dev");
-    program("tools/dpkg-query", "printf installed");
+    program("tools/dpkg-query", R"(for package in "$@"; do printf '%s:installed ' "$package"; done)");
     // Each tells that it was called; configuring makes a build file.
     program("tools/cmake", R"(echo "cmake $*" >>calls && touch build/release/build.ninja)");
     program("tools/ninja", R"(echo "ninja $*" >>calls)");
-    program("build/release/bin/some_bench", R"(echo "bench $*" >>calls)");
+    program("build/release/bin/orvhdri_bench", R"(echo "bench $*" >>calls)");
   }
   ~DevTest() override { fs::remove_all(folder_); }
 
@@ -68,7 +68,19 @@ TEST_F(DevTest, BenchKeepsABuildThatHasItsPeer) {
   const std::string calls = dev("bench");
   EXPECT_THAT(calls, HasSubstr("exit 0\n"));
   EXPECT_THAT(calls, Not(HasSubstr("cmake")));
-  EXPECT_THAT(calls, HasSubstr("ninja -C build/release\n"));
+  EXPECT_THAT(calls, HasSubstr("ninja -C build/release orvhdri_bench\n"));
+}
+
+TEST_F(DevTest, BenchWritesItsReportWhereItsCallerStands) {
+  write("build/release/build.ninja", "");
+  EXPECT_THAT(dev("bench tilt --report table.md"),
+              AllOf(HasSubstr("bench --benchmark_filter=tilt --report=/"), HasSubstr("/table.md\n")));
+}
+
+TEST_F(DevTest, BenchNeedsTheReportsFile) {
+  const std::string said = dev("bench --report");
+  EXPECT_THAT(said, HasSubstr("dev: --report takes the file to write"));
+  EXPECT_THAT(said, Not(HasSubstr("exit 0\n")));
 }
 
 TEST_F(DevTest, AnUnknownCommandIsToldBesideTheKnownOnes) {

@@ -11,9 +11,20 @@ cmake --install "$binary_dir" --prefix "$work/prefix" >"$work/log" 2>&1 || { cat
 cmake -S "$source_dir/examples/minimal_host" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$work/prefix" \
   -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_CXX_COMPILER_LAUNCHER= >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
 cmake --build "$work/build" >"$work/log" 2>&1 || { cat "$work/log"; exit 1; }
-said=$("$work/build/minimal_host")
 # Row 0 of 512 lies at t = 1 - 1/1024 of a gradient from 0.05 to (0.6, 1.5, 3).
-[ "$said" = "1024 x 512, zenith 0.599 1.499 2.997" ] || { echo "the host said: $said"; exit 1; }
+expected="1024 x 512, zenith 0.599 1.499 2.997"
+said=$("$work/build/minimal_host")
+[ "$said" = "$expected" ] || { echo "the host said: $said"; exit 1; }
+
+# The same host by pkg-config, from a tree that was moved after it was installed.
+mkdir "$work/elsewhere"
+cp -r "$work/prefix" "$work/elsewhere/moved"
+pc=$(find "$work/elsewhere/moved" -name orvhdri.pc)
+export PKG_CONFIG_PATH=${pc%/*}
+read -ra flags <<<"$(pkg-config --cflags --libs orvhdri)"
+"$cxx" -std=c++20 "$source_dir/examples/minimal_host/main.cpp" -o "$work/pc_host" "${flags[@]}"
+said=$(LD_LIBRARY_PATH=$(pkg-config --variable=libdir orvhdri) "$work/pc_host")
+[ "$said" = "$expected" ] || { echo "the host of pkg-config said: $said"; exit 1; }
 "$work/prefix/bin/orvpaint" paint "$source_dir/examples/color.json" --size 64x32 -o "$work/map.exr"
 [ -s "$work/map.exr" ]
 
