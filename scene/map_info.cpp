@@ -46,10 +46,10 @@ void measure(const orvImage& image, Layout layout, MapInfo& info) {
 
 }  // namespace
 
-MapInfo readMapInfo(const std::string& path, Layout layout) {
+MapInfo readMapInfo(const std::string& path, Layout layout, std::uint64_t maxPixels) {
   MapInfo info;
   {
-    const HostPicture picture(path);
+    const HostPicture picture(path, maxPixels);
     info.width = static_cast<int>(picture.image().width());
     info.height = static_cast<int>(picture.image().height());
     measure(picture.image(), layout, info);

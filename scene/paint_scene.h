@@ -28,7 +28,9 @@ struct PaintOptions {
 struct PaintResult {
   std::shared_ptr<hdri::EnvImage> map;  ///< never null
   std::vector<std::string> messages;    ///< what the host's log said, line by line
-  bool fellBack = false;  ///< a missing image or sky was painted as a visible colour; the messages say which
+  /// A missing image or sky was painted as a visible colour, or a picture worse than asked for want of
+  /// memory; the messages say which.
+  bool fellBack = false;
 };
 
 /// Paints a scene with a painter and a host: size, options, background, enabled pins in order, paint. While

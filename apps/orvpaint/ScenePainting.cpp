@@ -15,8 +15,9 @@ namespace {
 namespace scene = orv::scene;
 
 /// One paint needs nothing twice: what it is done with goes.
-orvScene_options hostOptions() {
+orvScene_options hostOptions(const SceneArguments& arguments) {
   orvScene_options options;
+  options.maxImagePixels = arguments.maxImagePixels;
   options.imageCacheBytes = 0;
   options.keepBlocks = false;
   return options;
@@ -32,7 +33,7 @@ ScenePainting::ScenePainting(const SceneArguments& arguments)
     : arguments_(arguments),
       scene_(scene::readScene(arguments.scene)),
       library_(arguments.painter),
-      host_(orv_scene_create(hostOptions())) {
+      host_(orv_scene_create(hostOptions(arguments))) {
   if (!host_) throw std::bad_alloc();
 }
 
@@ -53,9 +54,10 @@ std::shared_ptr<orv::hdri::EnvImage> ScenePainting::paint(ProgressBar& bar) cons
   if (!arguments_.quiet || result.fellBack)
     for (const std::string& line : result.messages) printMessage(arguments_.scene + ": " + line);
   if (!result.fellBack || arguments_.allowFallback) return result.map;
-  printMessage(arguments_.scene +
-               ": a visible colour was painted in place of what is missing; no file is written "
-               "(--allow-fallback writes it all the same)");
+  printMessage(
+      arguments_.scene +
+      ": a visible colour, or a worse picture, was painted in place of what is missing; no file is written "
+      "(--allow-fallback writes it all the same)");
   return nullptr;
 }
 

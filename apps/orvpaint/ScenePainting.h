@@ -20,7 +20,8 @@ class ScenePainting {
   explicit ScenePainting(const SceneArguments& arguments);
 
   /// Paints the scene and shows what the host says.
-  /// @return null when something missing was painted as a visible colour, which is not allowed; it was told.
+  /// @return null when something missing was painted as a visible colour, or worse than asked for want of
+  ///         memory, which is not allowed; it was told.
   std::shared_ptr<orv::hdri::EnvImage> paint(ProgressBar& bar) const;
 
  private:

@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "console.h"
+#include "orvrender/printable_text.h"
 #include "scene/read_scene.h"
 
 namespace orvpaint {
@@ -12,7 +13,7 @@ ExitStatus check(const std::vector<std::string>& scenes) {
   for (const std::string& path : scenes) {
     try {
       orv::scene::readScene(path);
-      good += path + ": good\n";
+      good += orv::printableText(path) + ": good\n";
     } catch (const orv::scene::SceneErrors& errors) {
       for (const std::string& line : errors.lines()) printLine(line);
       status = callIsWrong;

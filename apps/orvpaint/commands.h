@@ -1,9 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "scene/HostPicture.h"
 #include "scene/Scene.h"
 
 namespace orvpaint {
@@ -13,7 +15,7 @@ enum ExitStatus : int {
   done = 0,
   fileFailed = 1,   ///< a file could not be read or written, or the painter can not run here
   callIsWrong = 2,  ///< the call is wrong or a scene has errors
-  fellBack = 3,     ///< the painter fell back to a visible colour
+  fellBack = 3,     ///< the painter fell back to a visible colour, or to a worse picture
 };
 
 /// What it takes to paint a scene.
@@ -24,6 +26,7 @@ struct SceneArguments {
   std::string painter;
   bool quiet = false;
   bool allowFallback = false;
+  std::uint64_t maxImagePixels = orv::scene::kMaxPicturePixels;  ///< larger pictures are refused
 };
 
 struct PaintArguments : SceneArguments {
@@ -47,7 +50,7 @@ struct PreviewArguments : SceneArguments {
 ExitStatus paint(const PaintArguments& arguments);
 ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
-ExitStatus info(const std::string& file, orv::scene::Layout layout);
+ExitStatus info(const std::string& file, orv::scene::Layout layout, std::uint64_t maxImagePixels);
 
 /// The first of some outputs that is not a preview; empty when there is none.
 std::string firstOfFloats(const std::vector<std::string>& outputs);

@@ -77,9 +77,7 @@ void writeOutputs(const orv::hdri::EnvImage& map, std::vector<std::unique_ptr<sc
     scene::writeDomeLight(*dome, firstOfFloats(arguments.outputs), arguments.layout);
     files.push_back(std::move(dome));
   }
-  // Pipes and devices first: they are the ones that can still fail.
-  std::stable_partition(files.begin(), files.end(), [](const auto& file) { return file->inPlace(); });
-  for (const auto& file : files) file->commit();
+  scene::commitAll(files);
   for (const std::string& line : losses) printMessage(line);
 }
 

@@ -43,7 +43,7 @@ ExitStatus preview(const PreviewArguments& arguments) {
       printMessage("--size: " + arguments.scene + " is a map and has its size already; allowed: a scene");
       return callIsWrong;
     }
-    const orv::hdri::EnvImage map = scene::readMap(arguments.scene);
+    const orv::hdri::EnvImage map = scene::readMap(arguments.scene, arguments.maxImagePixels);
     scene::OutputFile file(arguments.output);
     writeSheet(map, arguments, file);
     return done;

@@ -124,6 +124,17 @@ std::string ExrInput::text(const char* attribute) const {
   return {value, static_cast<std::size_t>(length)};
 }
 
+void ExrInput::checkWeight() const {
+  const std::int64_t length = size(nullptr, const_cast<int*>(&file_));
+  const auto fileBytes = static_cast<std::uint64_t>(std::max<std::int64_t>(length, 0));
+  const auto rows = static_cast<std::uint64_t>(data_.height());
+  host::checkWeight(FileKind::openexr, rows * rowBytes_, kCompressionNames[compression_], fileBytes);
+  // Each chunk has a place in a table, its row and its size.
+  constexpr std::uint64_t kChunkBytes = 16;
+  host::checkWeight(FileKind::openexr, rows / static_cast<std::uint64_t>(chunkRows_) * kChunkBytes, "none",
+                    fileBytes);
+}
+
 FileHeader ExrInput::header() const {
   FileHeader header;
   header.channels = static_cast<int>(channels_.size());

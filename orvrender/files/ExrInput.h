@@ -44,6 +44,8 @@ class ExrInput {
   /// Chunks have this many rows, from the data window's first one on; the last has what is left.
   int chunkRows() const { return chunkRows_; }
   std::size_t rowBytes() const { return rowBytes_; }
+  /// Throws ImageError when the file is too short for what its header claims.
+  void checkWeight() const;
   std::size_t rowsOfChunk(std::int64_t y) const {
     return static_cast<std::size_t>(std::min<std::int64_t>(chunkRows_, data_.y1 - y));
   }
