@@ -41,14 +41,21 @@ Window windowOf(const exr_attr_box2i_t& box) {
 
 }  // namespace
 
-ExrInput::ExrInput(const std::string& path) : file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+// Begun by another constructor, so that the destructor runs where this one throws.
+ExrInput::ExrInput(const std::string& path) : ExrInput() {
+  file_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file_ < 0) return;
   exr_context_initializer_t setup = EXR_DEFAULT_CONTEXT_INITIALIZER;
   setup.error_handler_fn = [](exr_const_context_t, exr_result_t, const char*) {};
   setup.user_data = &file_;
   setup.read_fn = &read;
   setup.size_fn = &size;
-  isPlain_ = exr_start_read(&context_, path.c_str(), &setup) == EXR_ERR_SUCCESS && readHeader();
+  const exr_result_t started = exr_start_read(&context_, path.c_str(), &setup);
+  // A header of which nothing is left is nothing for another library either, which would believe its sizes.
+  if (started == EXR_ERR_OUT_OF_MEMORY || started == EXR_ERR_MISSING_REQ_ATTR ||
+      started == EXR_ERR_FILE_BAD_HEADER)
+    require(started);
+  isPlain_ = started == EXR_ERR_SUCCESS && readHeader();
 }
 
 ExrInput::~ExrInput() {

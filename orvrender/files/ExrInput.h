@@ -24,6 +24,7 @@ struct ExrChannel {
 /// An OpenEXR file that is open for reading, its header read and nothing of its pixels.
 class ExrInput {
  public:
+  /// @throws ImageError when nothing of a header is left; std::bad_alloc.
   explicit ExrInput(const std::string& path);
   ~ExrInput();
   ExrInput(const ExrInput&) = delete;
@@ -53,6 +54,8 @@ class ExrInput {
  private:
   friend class ExrChunkReader;
 
+  ExrInput() = default;
+
   bool readHeader();
   bool readChannels();
   std::string text(const char* attribute) const;
@@ -60,7 +63,7 @@ class ExrInput {
                            std::uint64_t offset, exr_stream_error_func_ptr_t);
   static std::int64_t size(exr_const_context_t, void* file);
 
-  int file_;
+  int file_ = -1;
   exr_context_t context_ = nullptr;
   bool isPlain_ = false;
   Window data_;
