@@ -6,7 +6,7 @@
 
 orvScene::orvScene(const orvScene_options& given)
     : options(given),
-      images({given.maxImageSide, given.maxImagePixels}, given.imageCacheBytes),
+      images({given.maxImageSide, given.maxImagePixels}, given.maxEnvironmentPixels, given.imageCacheBytes),
       sky(given.sky ? std::make_unique<orv::host::ReferenceSky>() : nullptr) {
   if (given.keepBlocks) orv::host::BigBlocks::instance().addScene();
 }

@@ -5,6 +5,7 @@
 
 #include "host/orvLog.h"
 #include "orvrender/orvHost.h"
+#include "orvrender/printable_text.h"
 
 namespace orv::host {
 namespace {
@@ -22,7 +23,7 @@ Log& theLog() {
   return *log;
 }
 
-/// The formatted text as one line: no newline at its end, no other control character that could break it.
+/// The formatted text as one line: no newline at its end, other control characters as escapes.
 std::string formatLine(const char* format, std::va_list arguments) {
   std::va_list again;
   va_copy(again, arguments);
@@ -34,10 +35,7 @@ std::string formatLine(const char* format, std::va_list arguments) {
   // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the caller has started it
   std::vsnprintf(line.data(), line.size() + 1, format, arguments);
   while (!line.empty() && line.back() == '\n') line.pop_back();
-  for (char& c : line) {
-    if ((static_cast<unsigned char>(c) < 0x20 && c != '\t') || c == 0x7F) c = '?';
-  }
-  return line;
+  return printableText(line);
 }
 
 void write(std::string line) {

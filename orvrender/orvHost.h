@@ -25,7 +25,9 @@ struct orvMemory_counters {
 struct orvScene_options {
   bool sky = true;                     ///< whether `orv_get_sky` finds one
   std::uint32_t maxImageSide = 65536;  ///< larger images are refused before anything is allocated
-  std::uint64_t maxImagePixels = std::uint64_t{1} << 29;
+  std::uint64_t maxImagePixels = std::uint64_t{1} << 28;
+  /// Most pixels of a size set with `orv_image_set_environment_size`: the map's, which no file claims.
+  std::uint64_t maxEnvironmentPixels = std::uint64_t{1} << 29;
   std::uint64_t imageCacheBytes = std::uint64_t{1} << 30;  ///< budget of images kept for the next use
   bool keepBlocks = true;  ///< big blocks that are given back wait for the next request; false for one paint
 };

@@ -11,7 +11,8 @@ namespace orv::scene {
 
 void HostPicture::DestroyScene::operator()(orvScene* host) const { orv_scene_destroy(host); }
 
-HostPicture::HostPicture(const std::string& path) : host_(orv_scene_create({})) {
+HostPicture::HostPicture(const std::string& path, std::uint64_t maxPixels)
+    : host_(orv_scene_create({.maxImagePixels = maxPixels})) {
   if (!host_) throw std::bad_alloc();
   LogCollector log;
   image_ = orv_image_load(host_.get(), path.c_str(), orvTexture_profile::environment, false, nullptr);
@@ -22,8 +23,8 @@ HostPicture::HostPicture(const std::string& path) : host_(orv_scene_create({})) 
 
 HostPicture::~HostPicture() { orv_image_free(host_.get(), image_, true); }
 
-hdri::EnvImage readMap(const std::string& path) {
-  const HostPicture picture(path);
+hdri::EnvImage readMap(const std::string& path, std::uint64_t maxPixels) {
+  const HostPicture picture(path, maxPixels);
   const orvImage& image = picture.image();
   hdri::EnvImage map(static_cast<int>(image.width()), static_cast<int>(image.height()));
   const float* channel = image.pixels();

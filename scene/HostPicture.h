@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -11,11 +12,14 @@ class orvScene;
 
 namespace orv::scene {
 
+inline constexpr std::uint64_t kMaxPicturePixels = std::uint64_t{1} << 28;
+
 /// A picture that the host has read as an environment map: linear RGB floats, finite.
 class HostPicture {
  public:
-  /// @param path UTF-8. @throws FileError when it can not be read, with the host's reason.
-  explicit HostPicture(const std::string& path);
+  /// @param path UTF-8. @param maxPixels a larger one is refused.
+  /// @throws FileError when it can not be read, with the host's reason.
+  explicit HostPicture(const std::string& path, std::uint64_t maxPixels = kMaxPicturePixels);
   ~HostPicture();
   HostPicture(const HostPicture&) = delete;
   HostPicture& operator=(const HostPicture&) = delete;
@@ -32,6 +36,6 @@ class HostPicture {
 };
 
 /// The map at `path` (UTF-8). @throws FileError when it can not be read, with the host's reason.
-hdri::EnvImage readMap(const std::string& path);
+hdri::EnvImage readMap(const std::string& path, std::uint64_t maxPixels = kMaxPicturePixels);
 
 }  // namespace orv::scene

@@ -201,7 +201,7 @@ void ObjectReader::checkFinite(const JsonValue& value, const JsonPath& path) {
     for (std::size_t i = 0; i < array->size(); ++i) checkFinite((*array)[i], path.child(i));
   } else if (const auto* object = std::get_if<JsonObject>(&value.data)) {
     for (const JsonMember& member : *object) checkFinite(member.value, path.child(member.key));
-  } else if (std::holds_alternative<OverflowingNumber>(value.data)) {
+  } else if (value.isNumber() && !std::isfinite(value.asDouble())) {
     refuse({value, path}, value.found() + " is not finite");
   }
 }

@@ -1,6 +1,7 @@
 #include "scene/OutputFile.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,9 +9,12 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <string_view>
 #include <utility>
 
 #include "scene/SceneErrors.h"
@@ -34,17 +38,50 @@ int takeSlot(const char* path) {
   return -1;
 }
 
-/// The file that `path` leads to, which need not exist.
-std::string followLinks(const std::string& path) {
+/// The file that `path` leads to, which need not exist; `error` is set where links lead nowhere, as in a
+/// loop.
+std::string followLinks(const std::string& path, int& error) {
   fs::path target(path);
-  std::error_code error;
+  std::error_code ignored;
   // As many links as the system itself would follow.
-  for (int i = 0; i < 40 && fs::is_symlink(fs::symlink_status(target, error)); ++i) {
-    const fs::path next = fs::read_symlink(target, error);
-    if (error) break;
+  for (int i = 0; i <= 40; ++i) {
+    if (!fs::is_symlink(fs::symlink_status(target, ignored))) return target.string();
+    std::error_code unread;
+    const fs::path next = fs::read_symlink(target, unread);
+    if (unread) {
+      error = unread.value();
+      return path;
+    }
     target = target.parent_path() / next;
   }
-  return target.string();
+  error = ELOOP;
+  return path;
+}
+
+constexpr std::string_view kHiddenStart = ".orvpaint-";
+constexpr std::string_view kHiddenEnd = ".tmp";
+
+/// The process that a hidden file's name carries; 0 for any other name.
+pid_t writerOf(std::string_view name) {
+  if (!name.starts_with(kHiddenStart) || !name.ends_with(kHiddenEnd)) return 0;
+  name.remove_prefix(kHiddenStart.size());
+  pid_t writer = 0;
+  const auto [rest, error] = std::from_chars(name.data(), name.data() + name.size(), writer);
+  return error == std::errc() && writer > 0 && rest != name.data() + name.size() && *rest == '-' ? writer : 0;
+}
+
+/// Removes the hidden files of a folder whose writers are gone: there is no such process here, nor any
+/// elsewhere (another machine, another container) that holds the file's lock.
+void removeLeftovers(const fs::path& folder) {
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    const pid_t writer = writerOf(entry->path().filename().string());
+    if (writer == 0 || ::kill(writer, 0) == 0 || errno != ESRCH) continue;
+    const int file = ::open(entry->path().c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (file < 0) continue;
+    if (::flock(file, LOCK_EX | LOCK_NB) == 0) ::unlink(entry->path().c_str());
+    ::close(file);
+  }
 }
 
 bool writeAll(int descriptor, const unsigned char* data, std::size_t size, std::uint64_t offset,
@@ -66,56 +103,108 @@ bool writeAll(int descriptor, const unsigned char* data, std::size_t size, std::
 
 }  // namespace
 
-OutputFile::OutputFile(std::string path) : path_(std::move(path)), target_(followLinks(path_)) {
+OutputFile::OutputFile(std::string path, Kept kept) : path_(std::move(path)) {
   buffer_.reserve(kBufferBytes);
-  struct stat status {};
-  const bool exists = ::stat(target_.c_str(), &status) == 0;
-  if (exists && S_ISDIR(status.st_mode)) fail(EISDIR);
-  if (exists && ::access(target_.c_str(), W_OK) != 0) fail(errno);
-  inPlace_ = exists && !S_ISREG(status.st_mode);
+  checkTarget();
   if (inPlace_)
     openInTemporaryFolder();
   else
-    openBeside();
-  if (!inPlace_ && exists) ::fchmod(descriptor_, status.st_mode & 07777u);
+    openBeside(kept);
 }
 
 OutputFile::~OutputFile() {
+  if (!hidden_.empty()) ::unlink(hidden_.c_str());
   if (descriptor_ >= 0) ::close(descriptor_);
-  if (!temporary_.empty()) ::unlink(temporary_.c_str());
-  giveSlotBack();
+  forgetHiddenName();
 }
 
-void OutputFile::openBeside() {
-  static std::atomic<unsigned> count{0};
-  const fs::path folder = fs::path(target_).parent_path();
+/// Finds out before anything is written what would be refused at the end.
+void OutputFile::checkTarget() {
+  struct stat status {};
+  // The system follows links that have no path to be read, such as those to a pipe.
+  exists_ = ::stat(path_.c_str(), &status) == 0;
+  if (!exists_ && errno != ENOENT && errno != ENOTDIR) fail(errno);
+  inPlace_ = exists_ && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+  target_ = path_;
+  if (!inPlace_) {
+    int error = 0;
+    target_ = followLinks(path_, error);
+    if (error != 0) fail(error);
+  }
+  if (!exists_) return;
+  // An open file that has lost its name is reached through the process that holds it alone.
+  struct stat named {};
+  const bool isNamed = inPlace_ || (::stat(target_.c_str(), &named) == 0 && named.st_dev == status.st_dev &&
+                                    named.st_ino == status.st_ino);
+  if (!isNamed) {
+    inPlace_ = true;
+    target_ = path_;
+  }
+  if (S_ISDIR(status.st_mode)) fail(EISDIR);
+  if (::access(path_.c_str(), W_OK) != 0) fail(errno);
+  if (inPlace_) return;
+  // The permissions of the old file, but none of its special bits: another owner must not inherit those.
+  mode_ = status.st_mode & 0777u;
+  // In a folder such as /tmp only who owns the file or the folder may replace it.
+  struct stat folder {};
+  const std::string parent = fs::path(target_).parent_path().string();
+  if (::stat(parent.empty() ? "." : parent.c_str(), &folder) != 0) fail(errno);
+  const uid_t user = ::geteuid();
+  const bool restricted = (folder.st_mode & S_ISVTX) != 0;
+  if (restricted && user != 0 && user != status.st_uid && user != folder.st_uid) fail(EPERM);
+}
+
+void OutputFile::openBeside(Kept kept) {
+  const fs::path parent = fs::path(target_).parent_path();
+  const std::string folder = parent.empty() ? "." : parent.string();
+  std::error_code ignored;
+  if (!fs::exists(folder, ignored))
+    throw FileError(path_ + ": cannot be written: the folder " + folder + " does not exist");
+  if (kept == Kept::hidden || !openUnnamed(folder)) openHidden(folder);
+  // What the process masks off is given back to a file that had it.
+  if (exists_) ::fchmod(descriptor_, mode_);
+}
+
+/// @return false where the file system has no such files or the system no path by which to link them.
+bool OutputFile::openUnnamed(const std::string& folder) {
+  descriptor_ = ::open(folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, mode_);
+  if (descriptor_ < 0) return false;
+  if (::access(("/proc/self/fd/" + std::to_string(descriptor_)).c_str(), F_OK) == 0) return true;
+  ::close(std::exchange(descriptor_, -1));
+  return false;
+}
+
+void OutputFile::openHidden(const std::string& folder) {
+  removeLeftovers(folder);
   int error = EEXIST;
   // A name that is taken is left by a run that was killed, or by a process of the same number elsewhere.
   for (int attempt = 0; attempt < 100 && error == EEXIST; ++attempt) {
-    const std::string name =
-        ".orvpaint-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + ".tmp";
-    temporary_ = (folder / name).string();
-    // Known to the signal handler before it exists.
-    slot_ = takeSlot(temporary_.c_str());
-    if (slot_ < 0) {
-      temporary_.clear();
-      fail(EMFILE);
+    chooseHiddenName();
+    descriptor_ = ::open(hidden_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode_);
+    if (descriptor_ >= 0) {
+      ::flock(descriptor_, LOCK_EX | LOCK_NB);
+      return;
     }
-    descriptor_ = ::open(temporary_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (descriptor_ >= 0) return;
     error = errno;
-    giveSlotBack();
+    forgetHiddenName();
   }
-  temporary_.clear();
-  const std::string shown = folder.empty() ? "." : folder.string();
-  std::error_code ignored;
-  if (!fs::exists(shown, ignored))
-    throw FileError(path_ + ": cannot be written: the folder " + shown + " does not exist");
   fail(error);
 }
 
-void OutputFile::giveSlotBack() noexcept {
+void OutputFile::chooseHiddenName() {
+  static std::atomic<unsigned> count{0};
+  const std::string name = std::string(kHiddenStart) + std::to_string(::getpid()) + "-" +
+                           std::to_string(++count) + std::string(kHiddenEnd);
+  hidden_ = (fs::path(target_).parent_path() / name).string();
+  slot_ = takeSlot(hidden_.c_str());
+  if (slot_ >= 0) return;
+  hidden_.clear();
+  fail(EMFILE);
+}
+
+void OutputFile::forgetHiddenName() noexcept {
   if (slot_ >= 0) unfinished[static_cast<std::size_t>(std::exchange(slot_, -1))] = nullptr;
+  hidden_.clear();
 }
 
 void OutputFile::openInTemporaryFolder() {
@@ -163,18 +252,38 @@ void OutputFile::flushOrThrow() {
 
 void OutputFile::finish() {
   flushOrThrow();
-  if (inPlace_) return;
-  if (::close(std::exchange(descriptor_, -1)) != 0) fail(errno);
+  // An unnamed file needs its descriptor to get a name. Some file systems tell of failed writes only here;
+  // they know no unnamed files.
+  if (!hidden_.empty() && ::close(std::exchange(descriptor_, -1)) != 0) fail(errno);
 }
 
 void OutputFile::commit() {
-  if (!inPlace_) {
-    if (::rename(temporary_.c_str(), target_.c_str()) != 0) fail(errno);
-    giveSlotBack();
-    temporary_.clear();
-    return;
+  if (inPlace_) return commitInPlace();
+  if (hidden_.empty()) linkHidden();
+  // Linked to the target itself already, where nothing was there.
+  if (!hidden_.empty() && ::rename(hidden_.c_str(), target_.c_str()) != 0) fail(errno);
+  forgetHiddenName();
+}
+
+/// Gives an unnamed file its name: the target's where there is none of that name, else a hidden one.
+void OutputFile::linkHidden() {
+  const std::string self = "/proc/self/fd/" + std::to_string(descriptor_);
+  const auto link = [&](const std::string& name) {
+    return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
+  };
+  int error = link(target_);
+  for (int attempt = 0; attempt < 100 && error == EEXIST; ++attempt) {
+    forgetHiddenName();
+    chooseHiddenName();
+    error = link(hidden_);
   }
-  const int target = ::open(target_.c_str(), O_WRONLY | O_CLOEXEC);
+  if (error == 0) return;
+  forgetHiddenName();
+  fail(error);
+}
+
+void OutputFile::commitInPlace() {
+  const int target = ::open(target_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
   if (target < 0) fail(errno);
   std::vector<unsigned char> chunk(kBufferBytes);
   int error = 0;
@@ -193,6 +302,32 @@ void OutputFile::commit() {
 
 void OutputFile::fail(int error) const {
   throw FileError(path_ + ": cannot be written: " + std::strerror(error));
+}
+
+void commitAll(const std::vector<std::unique_ptr<OutputFile>>& files) {
+  std::string placed;
+  // Pipes and devices first: they are the ones that can still fail.
+  for (const bool inPlace : {true, false}) {
+    for (const auto& file : files) {
+      if (file->inPlace() != inPlace) continue;
+      try {
+        file->commit();
+      } catch (const FileError& error) {
+        throw FileError(error.what() + (placed.empty() ? "" : "; in place already: " + placed));
+      }
+      placed.append(placed.empty() ? "" : ", ").append(file->path());
+    }
+  }
+}
+
+std::string outputTarget(const std::string& path) {
+  std::error_code error;
+  const std::string canonical = fs::canonical(path, error).string();
+  if (!error) return canonical;
+  int unresolved = 0;
+  const fs::path target(followLinks(path, unresolved));
+  const fs::path folder = fs::canonical(target.has_parent_path() ? target.parent_path() : ".", error);
+  return error ? path : (folder / target.filename()).string();
 }
 
 void removeUnfinishedFiles() noexcept {

@@ -2,19 +2,27 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace orv::scene {
 
-/// A file that appears whole or not at all: it is written beside its target and renamed when it is complete.
-/// A target that is no regular file (a pipe, a device) gets its bytes when it is committed. Symbolic links
-/// are followed, so that a link stays a link. One thread.
+/// A file that appears whole or not at all. It has no name while it is written, where the file system can do
+/// that (`O_TMPFILE`), so that nothing is left of it however the program ends; elsewhere it is written under
+/// a hidden name beside its target. When it is complete it is linked in its target's place, or, where there
+/// is a file to be replaced, under a hidden name that is renamed at once. A target that is no regular file (a
+/// pipe, a device) gets its bytes when it is committed. Symbolic links are followed, so that a link stays a
+/// link. One thread.
 class OutputFile {
  public:
-  /// Checks the target and makes the file beside it. @param path UTF-8.
-  /// @throws FileError when the target is a folder or can not be written.
-  explicit OutputFile(std::string path);
+  /// How the file is kept while it is written.
+  enum class Kept { unnamedIfPossible, hidden };
+
+  /// Checks the target and makes the file. Hidden files that runs left which are no more are removed from the
+  /// target's folder. @param path UTF-8.
+  /// @throws FileError when the target is a folder or can not be written or replaced.
+  explicit OutputFile(std::string path, Kept kept = Kept::unnamedIfPossible);
   /// Removes what was not committed.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
@@ -41,16 +49,25 @@ class OutputFile {
   bool inPlace() const { return inPlace_; }
 
  private:
-  void openBeside();
+  void checkTarget();
+  void openBeside(Kept kept);
+  bool openUnnamed(const std::string& folder);
+  void openHidden(const std::string& folder);
   void openInTemporaryFolder();
-  void giveSlotBack() noexcept;
+  /// Makes the next hidden name beside the target, known to `removeUnfinishedFiles` before the file exists.
+  void chooseHiddenName();
+  void forgetHiddenName() noexcept;
+  void linkHidden();
+  void commitInPlace();
   bool flush() noexcept;
   [[noreturn]] void fail(int error) const;
 
   std::string path_;
-  std::string target_;     ///< `path_` with links followed
-  std::string temporary_;  ///< empty once it is gone
+  std::string target_;  ///< `path_` with links followed
+  std::string hidden_;  ///< path of the file beside the target; empty without one
   bool inPlace_ = false;
+  bool exists_ = false;  ///< the target did, when this began
+  unsigned mode_ = 0666;
   int descriptor_ = -1;
   int error_ = 0;  ///< errno of the first failure
   int slot_ = -1;
@@ -58,6 +75,13 @@ class OutputFile {
   std::vector<unsigned char> buffer_;  ///< bytes to be written at `bufferOffset_`
   std::uint64_t bufferOffset_ = 0;
 };
+
+/// Commits finished files. @throws FileError when one is refused; it names those that are in place already.
+void commitAll(const std::vector<std::unique_ptr<OutputFile>>& files);
+
+/// The file that writing to `path` makes or replaces: absolute, with links followed, those of files that do
+/// not exist too; two paths of one output give the same. Of what can not be found out, the path as it is.
+std::string outputTarget(const std::string& path);
 
 /// Removes every file that is still being written. Safe in a signal handler, right before the process ends.
 void removeUnfinishedFiles() noexcept;

@@ -1,5 +1,7 @@
 #include "scene/json_text.h"
 
+#include <cmath>
+
 namespace orv::scene {
 namespace {
 
@@ -54,7 +56,9 @@ void append(const Json& json, std::size_t indent, bool canBeInline, std::string&
 Json toJson(const JsonValue& value) {
   struct Visitor {
     Json operator()(std::monostate) const { return nullptr; }
-    Json operator()(const OverflowingNumber&) const { return nullptr; }
+    Json operator()(const WrittenNumber& number) const {
+      return std::isfinite(number.value) ? Json(number.value) : Json(nullptr);
+    }
     Json operator()(bool flag) const { return flag; }
     Json operator()(std::int64_t integer) const { return integer; }
     Json operator()(std::uint64_t natural) const { return natural; }

@@ -26,6 +26,24 @@ bool isPlainKey(std::string_view key) {
   return !key.empty() && key.size() <= 40 && std::all_of(key.begin(), key.end(), plain);
 }
 
+/// `line 3, column 5` of the last character read, columns counted in characters.
+std::string placeIn(std::string_view text, std::size_t position) {
+  const std::string_view read = text.substr(0, std::min(position, text.size()));
+  std::size_t line = 1;
+  std::size_t column = 0;
+  for (std::size_t i = 0; i < read.size(); ++i) {
+    if (read[i] == '\n' && i + 1 < read.size()) {
+      ++line;
+      column = 0;
+    } else if ((static_cast<unsigned char>(read[i]) & 0xC0u) != 0x80u) {
+      ++column;
+    }
+  }
+  // At the end of the text, the place is behind its last character.
+  if (position > text.size() || column == 0) ++column;
+  return "line " + std::to_string(line) + ", column " + std::to_string(column);
+}
+
 /// Numbers that overflow, by the number of values before them.
 using Overflows = std::map<std::uint32_t, std::string>;
 
@@ -47,7 +65,10 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
   bool boolean(bool value) override { return add(value); }
   bool number_integer(number_integer_t value) override { return addNumber(std::int64_t{value}); }
   bool number_unsigned(number_unsigned_t value) override { return addNumber(std::uint64_t{value}); }
-  bool number_float(number_float_t value, const string_t&) override { return addNumber(value); }
+  bool number_float(number_float_t value, const string_t& text) override {
+    if (text == numberText(value)) return addNumber(value);
+    return addNumber(WrittenNumber{value, text});
+  }
   bool string(string_t& value) override { return add(std::move(value)); }
   bool binary(binary_t&) override { return false; }
   bool start_object(std::size_t) override { return open(JsonObject{}); }
@@ -70,7 +91,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
       overflow_ = {count_, position, token};
       return false;
     }
-    problems_.add(0, place(position),
+    problems_.add(0, placeIn(text_, position),
                   commaFinding(position, token, error.what()).value_or(finding(error.what())));
     return false;
   }
@@ -82,7 +103,10 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
 
   bool addNumber(Data data) {
     const auto overflow = overflows_.find(count_);
-    if (overflow != overflows_.end()) data = OverflowingNumber{overflow->second};
+    if (overflow != overflows_.end()) {
+      const double infinity = std::numeric_limits<double>::infinity();
+      data = WrittenNumber{overflow->second.starts_with('-') ? -infinity : infinity, overflow->second};
+    }
     return add(std::move(data));
   }
 
@@ -146,24 +170,6 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
     return steps[stack_.size() - 1].child(key).text();
   }
 
-  /// `line 3, column 5`, columns counted in characters.
-  std::string place(std::size_t position) const {
-    const std::string_view read = text_.substr(0, std::min(position, text_.size()));
-    std::size_t line = 1;
-    std::size_t column = 0;
-    for (std::size_t i = 0; i < read.size(); ++i) {
-      if (read[i] == '\n' && i + 1 < read.size()) {
-        ++line;
-        column = 0;
-      } else if ((static_cast<unsigned char>(read[i]) & 0xC0u) != 0x80u) {
-        ++column;
-      }
-    }
-    // At the end of the text, the place is behind its last character.
-    if (position > text_.size() || column == 0) ++column;
-    return "line " + std::to_string(line) + ", column " + std::to_string(column);
-  }
-
   /// What is wrong with a comma, if one is.
   std::optional<std::string> commaFinding(std::size_t position, const std::string& token,
                                           std::string_view message) const {
@@ -213,16 +219,15 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
 
 bool JsonValue::isNumber() const {
   return std::holds_alternative<std::int64_t>(data) || std::holds_alternative<std::uint64_t>(data) ||
-         std::holds_alternative<double>(data) || std::holds_alternative<OverflowingNumber>(data);
+         std::holds_alternative<double>(data) || std::holds_alternative<WrittenNumber>(data);
 }
 
 double JsonValue::asDouble() const {
   if (const auto* i = std::get_if<std::int64_t>(&data)) return static_cast<double>(*i);
   if (const auto* u = std::get_if<std::uint64_t>(&data)) return static_cast<double>(*u);
   if (const auto* d = std::get_if<double>(&data)) return *d;
-  const auto* overflowing = std::get_if<OverflowingNumber>(&data);
-  const double infinity = std::numeric_limits<double>::infinity();
-  return overflowing && overflowing->text.starts_with('-') ? -infinity : infinity;
+  const auto* written = std::get_if<WrittenNumber>(&data);
+  return written ? written->value : std::numeric_limits<double>::quiet_NaN();
 }
 
 std::string JsonValue::found() const {
@@ -232,7 +237,9 @@ std::string JsonValue::found() const {
     std::string operator()(std::int64_t i) const { return std::to_string(i); }
     std::string operator()(std::uint64_t u) const { return std::to_string(u); }
     std::string operator()(double d) const { return numberText(d); }
-    std::string operator()(const OverflowingNumber& n) const { return n.text.substr(0, 40); }
+    std::string operator()(const WrittenNumber& n) const {
+      return n.text.size() <= 40 ? n.text : n.text.substr(0, 40) + "...";
+    }
     std::string operator()(const std::string& s) const { return quotedText(s); }
     std::string operator()(const JsonArray& a) const { return "an array of " + std::to_string(a.size()); }
     std::string operator()(const JsonObject&) const { return "an object"; }
@@ -273,6 +280,12 @@ bool parseJson(std::string_view text, JsonValue& document, Problems& problems) {
   if (text.size() > kMaxSceneBytes) {
     problems.add(0, "scene",
                  "the file is longer than the " + std::to_string(kMaxSceneBytes >> 20) + " MiB allowed");
+    return false;
+  }
+  // The parser would take it for the end of the text.
+  const std::size_t nul = text.find('\0');
+  if (nul != std::string_view::npos) {
+    problems.add(0, placeIn(text, nul + 1), "a byte of 0 is no text; save the file as UTF-8");
     return false;
   }
   // The parser stops at a number that overflows. To look at the rest as well, the number's text is exchanged

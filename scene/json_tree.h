@@ -19,8 +19,10 @@ inline constexpr std::size_t kMaxSceneDepth = 64;
 struct JsonValue;
 struct JsonMember;
 
-/// A number whose magnitude no double can hold, as the file writes it.
-struct OverflowingNumber {
+/// A number that a file writes otherwise than as the shortest text of its value, such as `0.50` and `1e400`,
+/// which messages quote as it stands there.
+struct WrittenNumber {
+  double value = 0;  ///< an infinity where no double can hold its magnitude
   std::string text;
 };
 
@@ -29,13 +31,13 @@ using JsonObject = std::vector<JsonMember>;  ///< in the file's order, each key 
 
 /// A value of a JSON document. Nested at most `kMaxSceneDepth` deep.
 struct JsonValue {
-  std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, OverflowingNumber, std::string,
+  std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, WrittenNumber, std::string,
                JsonArray, JsonObject>
       data;
   std::uint32_t order = 0;  ///< how many values stand before it in the file
 
   bool isNumber() const;
-  /// The value of a number; an infinity for one that overflows.
+  /// The value of a number; an infinity for one that overflows. NaN for what is no number.
   double asDouble() const;
   /// What it is and what it holds, for messages: `"abc"`, `-4`, `an array of 3`, `true`.
   std::string found() const;

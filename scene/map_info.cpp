@@ -53,10 +53,10 @@ MapLight lightOf(const hdri::EnvImage& map) {
   return measure(&map.pixels.data()->r, map.width, map.height, Layout::native);
 }
 
-MapInfo readMapInfo(const std::string& path, Layout layout) {
+MapInfo readMapInfo(const std::string& path, Layout layout, std::uint64_t maxPixels) {
   MapInfo info;
   {
-    const HostPicture picture(path);
+    const HostPicture picture(path, maxPixels);
     info.width = static_cast<int>(picture.image().width());
     info.height = static_cast<int>(picture.image().height());
     static_cast<MapLight&>(info) = measure(picture.image().pixels(), info.width, info.height, layout);

@@ -6,6 +6,7 @@
 
 #include "hdri/EnvImage.h"
 #include "orvrender/images/ImageModule.h"
+#include "scene/HostPicture.h"
 #include "scene/SceneErrors.h"
 #include "scene/scene_names.h"
 
@@ -30,8 +31,9 @@ struct MapInfo : MapLight {
 MapLight lightOf(const hdri::EnvImage& map);
 
 /// Reads the map at `path` (UTF-8) through the host's image loader and measures it.
-/// @param layout how it lies.
+/// @param layout how it lies. @param maxPixels a larger one is refused.
 /// @throws FileError when it can not be read, with the host's reason.
-MapInfo readMapInfo(const std::string& path, Layout layout = Layout::native);
+MapInfo readMapInfo(const std::string& path, Layout layout = Layout::native,
+                    std::uint64_t maxPixels = kMaxPicturePixels);
 
 }  // namespace orv::scene

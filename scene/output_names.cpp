@@ -4,7 +4,9 @@
 #include <array>
 #include <filesystem>
 #include <unordered_map>
+#include <unordered_set>
 
+#include "scene/OutputFile.h"
 #include "scene/nearest_name.h"
 
 namespace orv::scene {
@@ -48,37 +50,6 @@ std::string wordText(const std::string& name, std::string_view word, const Job& 
   return padded(*job.frame);
 }
 
-/// Finds the file that a path names, however it is written. Folders are looked at once.
-class FileNames {
- public:
-  explicit FileNames(bool foldersMustBeThere) : foldersMustBeThere_(foldersMustBeThere) {}
-
-  std::string of(const fs::path& path) {
-    std::error_code error;
-    if (fs::is_symlink(fs::symlink_status(path, error))) {
-      const fs::path target = fs::weakly_canonical(path, error);
-      if (!error) return target.string();
-    }
-    return (folderOf(path) / path.filename()).string();
-  }
-
- private:
-  const fs::path& folderOf(const fs::path& path) {
-    const auto [found, isNew] = folders_.try_emplace(path.parent_path().string());
-    if (!isNew) return found->second;
-    std::error_code error;
-    found->second = fs::canonical(fs::path(".") / path.parent_path(), error);
-    if (error && !foldersMustBeThere_) found->second = path.parent_path();
-    if (error && foldersMustBeThere_)
-      throw SettingError(path.string() + ": there is no folder " + path.parent_path().string() +
-                         "; make it first");
-    return found->second;
-  }
-
-  bool foldersMustBeThere_;
-  std::unordered_map<std::string, fs::path> folders_;
-};
-
 }  // namespace
 
 std::string expandName(const std::string& name, const Job& job, std::size_t index, JobScenes& scenes) {
@@ -101,12 +72,25 @@ std::string expandName(const std::string& name, const Job& job, std::size_t inde
 }
 
 void checkOutputs(std::span<const Job> jobs) {
-  // The only map's own failure says more.
-  FileNames names(jobs.size() > 1);
+  std::unordered_set<std::string> scenes;
+  for (const Job& job : jobs)
+    if (!job.scene.empty()) scenes.insert(job.scene);
+  std::unordered_set<std::string> sources;
+  for (const std::string& path : scenes) sources.insert(outputTarget(path));
+  std::unordered_set<std::string> folders;
   std::unordered_map<std::string, const Job*> seen;
   for (const Job& job : jobs) {
     for (const std::string& output : job.outputs) {
-      const auto [found, isNew] = seen.try_emplace(names.of(output), &job);
+      const std::string target = outputTarget(output);
+      if (sources.contains(target))
+        throw SettingError("--output: " + target + " is the scene itself; give another file");
+      const std::string folder = fs::path(output).parent_path().string();
+      std::error_code error;
+      // The only map's own failure says more.
+      if (jobs.size() > 1 && folders.insert(folder).second &&
+          !fs::is_directory(fs::path(".") / folder, error))
+        throw SettingError(output + ": there is no folder " + folder + "; make it first");
+      const auto [found, isNew] = seen.try_emplace(target, &job);
       if (isNew) continue;
       throw SettingError(output + ": two maps would have this name, of " + jobTitle(*found->second) +
                          " and of " + jobTitle(job) + "; put {name}, {frame}, {index} or {size} into it");

@@ -15,8 +15,8 @@ namespace orv::scene {
 ///        FileError, SceneErrors of the scene.
 std::string expandName(const std::string& name, const Job& job, std::size_t index, JobScenes& scenes);
 
-/// @throws SettingError when two outputs are one file, or one of several jobs' is in a folder that is not
-/// there.
+/// @throws SettingError when two outputs are one file, one is a scene that is painted, or one of several
+/// jobs' is in a folder that is not there.
 void checkOutputs(std::span<const Job> jobs);
 
 }  // namespace orv::scene

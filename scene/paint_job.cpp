@@ -31,9 +31,7 @@ class Outputs {
       writeDomeLight(*dome_, firstOfFloats(job_.outputs), options_.layout);
       files_.push_back(std::move(dome_));
     }
-    // Pipes and devices first: they are the ones that can still fail.
-    std::stable_partition(files_.begin(), files_.end(), [](const auto& file) { return file->inPlace(); });
-    for (const auto& file : files_) file->commit();
+    commitAll(files_);
     for (const std::string& line : losses_) options_.tell(line, true);
   }
 
@@ -120,9 +118,10 @@ std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene,
   if (tell)
     for (const std::string& line : painted.messages) tell(options.fileName + ": " + line, painted.fellBack);
   if (painted.fellBack && !allowFallback)
-    throw FallbackError(options.fileName +
-                        ": a visible colour was painted in place of what is missing; no file is written "
-                        "(--allow-fallback writes it all the same)");
+    throw FallbackError(
+        options.fileName +
+        ": a visible colour, or a worse picture, was painted in place of what is missing; no file is written "
+        "(--allow-fallback writes it all the same)");
   return std::move(painted.map);
 }
 

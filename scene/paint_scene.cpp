@@ -1,6 +1,8 @@
 #include "scene/paint_scene.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <new>
 #include <stdexcept>
 #include <string_view>
@@ -14,10 +16,16 @@
 namespace orv::scene {
 namespace {
 
-/// Lines by which the painter tells that it paints a colour in place of what was asked.
+/// Lines by which the painter tells that it paints a colour in place of what was asked, or the host that
+/// pictures are black, unfiltered or unscaled for want of memory or of its module.
 bool tellsOfFallback(std::string_view line) {
+  constexpr std::string_view kDegrades[] = {": there is no memory to ", ": it is looked up without filtering",
+                                            " when it was loaded; load it again", "environment images of "};
   return line.starts_with("Failed to find image ") || line.starts_with("Background painting failed") ||
-         line.starts_with("No skylight api found");
+         line.starts_with("No skylight api found") ||
+         std::any_of(std::begin(kDegrades), std::end(kDegrades), [line](std::string_view degrades) {
+           return line.find(degrades) != std::string_view::npos;
+         });
 }
 
 /// The size of the map.

@@ -34,7 +34,9 @@ struct PaintOptions {
 struct PaintResult {
   std::shared_ptr<hdri::EnvImage> map;  ///< never null
   std::vector<std::string> messages;    ///< what the host's log said, line by line
-  bool fellBack = false;  ///< a missing image or sky was painted as a visible colour; the messages say which
+  /// A missing image or sky was painted as a visible colour, or a picture worse than asked for want of
+  /// memory; the messages say which.
+  bool fellBack = false;
 };
 
 /// The background that a painter holds from one scene to the next, and what it was made of. It belongs to one

@@ -7,6 +7,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "orvrender/printable_text.h"
+
 namespace orvpaint {
 namespace {
 
@@ -28,7 +30,7 @@ std::string clockText(double seconds) {
 std::string progressLine(const std::string& phase, double amount, double seconds) {
   constexpr int kWidth = 24;
   const int full = static_cast<int>(amount * kWidth);
-  std::string line = phase.substr(0, 40);
+  std::string line = orv::printableText(phase).substr(0, 40);
   line.append(" [").append(static_cast<std::size_t>(full), '#');
   line.append(static_cast<std::size_t>(kWidth - full), '.').append("] ");
   line.append(std::to_string(static_cast<int>(amount * 100))).append(" %");

@@ -2,6 +2,7 @@
 
 #include "commands.h"
 #include "console.h"
+#include "orvrender/printable_text.h"
 #include "scene/SceneDocument.h"
 #include "scene/missing_images.h"
 
@@ -16,7 +17,7 @@ ExitStatus check(const std::vector<std::string>& scenes) {
     try {
       const scene::SceneDocument document = scene::SceneDocument::load(path);
       document.check();
-      good += path + ": good\n";
+      good += orv::printableText(path) + ": good\n";
       for (const std::string& line : scene::missingImages(document.read(), document.folder())) {
         printMessage(path + ": " + line);
         status = std::max(status, fileFailed);

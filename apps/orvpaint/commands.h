@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "scene/HostPicture.h"
 #include "scene/Scene.h"
 
 namespace orvpaint {
@@ -14,7 +16,7 @@ enum ExitStatus : int {
   done = 0,
   fileFailed = 1,   ///< a file could not be read or written, or the painter can not run here
   callIsWrong = 2,  ///< the call is wrong or a scene has errors
-  fellBack = 3,     ///< the painter fell back to a visible colour
+  fellBack = 3,     ///< the painter fell back to a visible colour, or to a worse picture
 };
 
 /// What it takes to paint.
@@ -24,6 +26,7 @@ struct PainterArguments {
   std::string painter;
   bool quiet = false;
   bool allowFallback = false;
+  std::uint64_t maxImagePixels = orv::scene::kMaxPicturePixels;  ///< larger pictures are refused
 };
 
 /// One of `count` parts of a call's maps.
@@ -71,7 +74,7 @@ ExitStatus paint(const PaintArguments& arguments);
 ExitStatus batch(const BatchArguments& arguments);
 ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
-ExitStatus info(const std::string& file, orv::scene::Layout layout);
+ExitStatus info(const std::string& file, orv::scene::Layout layout, std::uint64_t maxImagePixels);
 
 /// What is wrong with the name of a map's file, or nothing.
 std::string checkOutput(const std::string& path);

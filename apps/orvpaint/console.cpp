@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "ProgressBar.h"
+#include "orvrender/printable_text.h"
 #include "scene/OutputFile.h"
 #include "scene/SceneErrors.h"
 
@@ -40,7 +41,7 @@ void printResult(const std::string& text) {
 
 void printLine(const std::string& line) {
   ProgressBar::hideAll();
-  std::fprintf(stderr, "%s\n", line.c_str());
+  std::fprintf(stderr, "%s\n", orv::printableText(line).c_str());
 }
 
 void printMessage(const std::string& message) { printLine("orvpaint: " + message); }
@@ -56,13 +57,14 @@ void handleSignals() {
   action.sa_handler = &endBySignal;
   // The handler ends the program by raising its signal anew.
   action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU, SIGABRT}) {
     struct sigaction before {};
     // What a shell or nohup made us ignore stays ignored.
     if (::sigaction(signal, nullptr, &before) == 0 && before.sa_handler == SIG_IGN) continue;
     ::sigaction(signal, &action, nullptr);
   }
   std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
 }
 
 }  // namespace orvpaint

@@ -12,17 +12,17 @@ void openClosedStreams();
 /// Writes a result to standard output. @throws orv::scene::FileError when it can not be written.
 void printResult(const std::string& text);
 
-/// Writes `orvpaint: message` to standard error; a progress bar is taken away first.
+/// Writes `orvpaint: message` to standard error as one line; a progress bar is taken away first.
 void printMessage(const std::string& message);
 
 /// Shows what is said of a map: with `quiet` only what is important.
 std::function<void(const std::string&, bool)> tellUnless(bool quiet);
 
-/// Writes a line that names its file itself to standard error.
+/// Writes a line that names its file itself to standard error, control characters in it as escapes.
 void printLine(const std::string& line);
 
-/// On SIGINT, SIGTERM and SIGHUP removes unfinished files and ends the program by that signal. Writing beyond
-/// a limit of file sizes becomes an ordinary error.
+/// On a signal that ends the program, an abort inside a library among them, removes unfinished files first.
+/// Writing beyond a limit of file sizes, or into a pipe that nobody reads, becomes an ordinary error.
 void handleSignals();
 
 }  // namespace orvpaint

@@ -4,6 +4,7 @@
 
 #include "commands.h"
 #include "console.h"
+#include "orvrender/printable_text.h"
 #include "scene/json_tree.h"
 #include "scene/map_info.h"
 #include "scene/read_scene.h"
@@ -27,9 +28,9 @@ std::string rgbText(double r, double g, double b) {
 }
 
 std::string line(std::string_view label, const std::string& value) {
-  std::string text(label);
+  std::string text = orv::printableText(label);
   text.append(text.size() < 14 ? 14 - text.size() : 1, ' ');
-  return text + value + "\n";
+  return text + orv::printableText(value) + "\n";
 }
 
 std::string imageNote(const std::string& folder, const std::string& path) {
@@ -121,8 +122,8 @@ std::string sceneText(const std::string& path) {
   return text;
 }
 
-std::string mapText(const std::string& path, scene::Layout layout) {
-  const scene::MapInfo info = scene::readMapInfo(path, layout);
+std::string mapText(const std::string& path, scene::Layout layout, std::uint64_t maxImagePixels) {
+  const scene::MapInfo info = scene::readMapInfo(path, layout, maxImagePixels);
   std::string text = line("map", path);
   text += line("size", std::to_string(info.width) + " x " + std::to_string(info.height));
   text +=
@@ -140,8 +141,8 @@ std::string mapText(const std::string& path, scene::Layout layout) {
 
 }  // namespace
 
-ExitStatus info(const std::string& file, scene::Layout layout) {
-  printResult(scene::looksLikeScene(file) ? sceneText(file) : mapText(file, layout));
+ExitStatus info(const std::string& file, scene::Layout layout, std::uint64_t maxImagePixels) {
+  printResult(scene::looksLikeScene(file) ? sceneText(file) : mapText(file, layout, maxImagePixels));
   return done;
 }
 

@@ -9,6 +9,7 @@
 
 #include "commands.h"
 #include "console.h"
+#include "scene/OutputFile.h"
 #include "scene/PainterLibrary.h"
 #include "scene/SceneErrors.h"
 #include "scene/map_file.h"
@@ -37,8 +38,8 @@ constexpr const char* kFooter =
     "  orvpaint check studio.json\n"
     "\n"
     "Exit status: 0 done; 1 a file cannot be read or written, or the processor lacks AVX2 or FMA;\n"
-    "2 the call is wrong or a scene has errors; 3 a missing image or sky was painted as a visible colour\n"
-    "and no file is written.";
+    "2 the call is wrong or a scene has errors; 3 a missing image or sky was painted as a visible colour,\n"
+    "or memory ran short for a picture, and no file is written.";
 
 constexpr float kMostStops = 64.0f;
 
@@ -92,6 +93,16 @@ std::string readLimit(const std::string& text, std::optional<float>& limit) {
   if (!(number > 0 && std::isfinite(number)))
     return "\"" + text + "\" is not a limit; allowed: a number above 0";
   limit = number;
+  return {};
+}
+
+std::string readPixels(const std::string& text, std::uint64_t& pixels) {
+  const char* const end = text.data() + text.size();
+  std::uint64_t number = 0;
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
+  if (error != std::errc() || rest != end || number == 0)
+    return "\"" + text + "\" is not a number of pixels; allowed: a whole number above 0";
+  pixels = number;
   return {};
 }
 
@@ -183,6 +194,11 @@ void addRead(CLI::App* command, const std::string& name, std::string (*read)(con
   command->add_option_function<std::string>(name, set, help)->type_name(type);
 }
 
+void addMaxImagePixels(CLI::App* command, std::uint64_t& pixels) {
+  addRead(command, "--max-image-pixels", readPixels, pixels,
+          "Refuse pictures of more pixels; by default 268435456, which take 3 GB", "N");
+}
+
 /// The options of all commands that paint a scene.
 void addPainter(CLI::App* command, PainterArguments& arguments) {
   addRead(command, "--size", readSize, arguments.size, "Size of the map in pixels, instead of the scene's",
@@ -196,6 +212,7 @@ void addPainter(CLI::App* command, PainterArguments& arguments) {
                     "Go on although a missing image or sky is painted as a visible colour");
   command->add_option("--painter", arguments.painter, "Painter library to load (default: the one installed)")
       ->type_name("PATH");
+  addMaxImagePixels(command, arguments.maxImagePixels);
   command->add_flag("-q,--quiet", arguments.quiet, "No progress and no warnings but of lost light");
 }
 
@@ -302,11 +319,7 @@ void addPreview(CLI::App& app, PreviewArguments& arguments) {
 /// The first of a call's outputs that is given twice; empty for none.
 std::string twiceGiven(const std::vector<std::string>& outputs) {
   std::vector<std::string> targets;
-  for (const std::string& path : outputs) {
-    std::error_code error;
-    targets.push_back(
-        std::filesystem::weakly_canonical(std::filesystem::absolute(path, error), error).string());
-  }
+  for (const std::string& path : outputs) targets.push_back(scene::outputTarget(path));
   std::sort(targets.begin(), targets.end());
   const auto twice = std::adjacent_find(targets.begin(), targets.end());
   return twice == targets.end() ? std::string() : *twice;
@@ -315,7 +328,9 @@ std::string twiceGiven(const std::vector<std::string>& outputs) {
 /// What a call says beyond what its options can check alone; empty when nothing is wrong.
 std::string checkMaps(const MapArguments& arguments) {
   const std::vector<std::string>& outputs = arguments.outputs;
-  const std::string twice = twiceGiven(outputs);
+  std::vector<std::string> files = outputs;
+  if (!arguments.usd.empty()) files.push_back(arguments.usd);
+  const std::string twice = twiceGiven(files);
   if (!twice.empty()) return "--output: " + twice + " is given twice";
   // Job lines may name other files.
   if (outputs.empty()) return {};
@@ -331,6 +346,12 @@ std::string checkMaps(const MapArguments& arguments) {
   if (arguments.half && !any([](const scene::MapFormat& format) { return format.holdsHalves; }))
     return "--half: no output is an EXR file, which alone holds 16-bit floats";
   return {};
+}
+
+std::string checkPreview(const PreviewArguments& arguments) {
+  const std::string target = scene::outputTarget(arguments.output);
+  if (target != scene::outputTarget(arguments.scene)) return {};
+  return "--output: " + target + " is what is to be shown; give another file";
 }
 
 /// What a word that was not expected may have been meant as.
@@ -376,6 +397,8 @@ ExitStatus run(int argc, char** argv) {
   CLI::App* info = app.add_subcommand("info", "Describe a scene or a map");
   info->add_option("FILE", file, "Scene file, or image file of a map")->required();
   addLayout(*info, "--layout-in", layoutIn, "How the map lies, as a renderer reads it");
+  std::uint64_t maxImagePixels = scene::kMaxPicturePixels;
+  addMaxImagePixels(info, maxImagePixels);
 
   try {
     app.parse(argc, argv);
@@ -391,11 +414,13 @@ ExitStatus run(int argc, char** argv) {
     return callIsWrong;
   }
   if (app.got_subcommand("check")) return check(scenes);
-  if (app.got_subcommand("info")) return orvpaint::info(file, layoutIn);
-  if (app.got_subcommand("preview")) return preview(previewArguments);
+  if (app.got_subcommand("info")) return orvpaint::info(file, layoutIn, maxImagePixels);
   const bool isBatch = app.got_subcommand("batch");
+  const bool previews = app.got_subcommand("preview");
   const std::string wrong =
-      checkMaps(isBatch ? static_cast<const MapArguments&>(batchArguments) : paintArguments);
+      previews ? checkPreview(previewArguments)
+               : checkMaps(isBatch ? static_cast<const MapArguments&>(batchArguments) : paintArguments);
+  if (wrong.empty() && previews) return preview(previewArguments);
   if (wrong.empty()) return isBatch ? batch(batchArguments) : paint(paintArguments);
   printMessage(wrong);
   return callIsWrong;

@@ -44,13 +44,15 @@ ExitStatus preview(const PreviewArguments& arguments) {
       printMessage("--size: " + arguments.scene + " is a map and has its size already; allowed: a scene");
       return callIsWrong;
     }
-    const orv::hdri::EnvImage map = scene::readMap(arguments.scene);
+    const orv::hdri::EnvImage map = scene::readMap(arguments.scene, arguments.maxImagePixels);
     scene::OutputFile file(arguments.output);
     writeSheet(map, arguments, file);
     return done;
   }
   const scene::Scene read = scene::readScene(arguments.scene);
-  scene::Session session(arguments.painter, scene::forOnePaint());
+  orvScene_options host = scene::forOnePaint();
+  host.maxImagePixels = arguments.maxImagePixels;
+  scene::Session session(arguments.painter, host);
   scene::OutputFile file(arguments.output);
   ProgressBar bar(!arguments.quiet);
   scene::PaintOptions options;

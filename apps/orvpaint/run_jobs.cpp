@@ -116,7 +116,11 @@ class JobRun {
   }
 
  private:
-  orvScene_options hostOptions() const { return count_ == 1 ? scene::forOnePaint() : orvScene_options{}; }
+  orvScene_options hostOptions() const {
+    orvScene_options options = count_ == 1 ? scene::forOnePaint() : orvScene_options{};
+    options.maxImagePixels = arguments_.maxImagePixels;
+    return options;
+  }
 
   void fail(const scene::Job& job, const std::string& reason, ExitStatus status) {
     printMessage(single_ ? reason : job.outputs.front() + ": not painted: " + reason);

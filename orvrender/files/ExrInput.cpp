@@ -41,14 +41,21 @@ Window windowOf(const exr_attr_box2i_t& box) {
 
 }  // namespace
 
-ExrInput::ExrInput(const std::string& path) : file_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+// Begun by another constructor, so that the destructor runs where this one throws.
+ExrInput::ExrInput(const std::string& path) : ExrInput() {
+  file_ = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (file_ < 0) return;
   exr_context_initializer_t setup = EXR_DEFAULT_CONTEXT_INITIALIZER;
   setup.error_handler_fn = [](exr_const_context_t, exr_result_t, const char*) {};
   setup.user_data = &file_;
   setup.read_fn = &read;
   setup.size_fn = &size;
-  isPlain_ = exr_start_read(&context_, path.c_str(), &setup) == EXR_ERR_SUCCESS && readHeader();
+  const exr_result_t started = exr_start_read(&context_, path.c_str(), &setup);
+  // A header of which nothing is left is nothing for another library either, which would believe its sizes.
+  if (started == EXR_ERR_OUT_OF_MEMORY || started == EXR_ERR_MISSING_REQ_ATTR ||
+      started == EXR_ERR_FILE_BAD_HEADER)
+    require(started);
+  isPlain_ = started == EXR_ERR_SUCCESS && readHeader();
 }
 
 ExrInput::~ExrInput() {
@@ -122,6 +129,17 @@ std::string ExrInput::text(const char* attribute) const {
   const char* value = nullptr;
   if (exr_attr_get_string(context_, 0, attribute, &length, &value) != EXR_ERR_SUCCESS || !value) return {};
   return {value, static_cast<std::size_t>(length)};
+}
+
+void ExrInput::checkWeight() const {
+  const std::int64_t length = size(nullptr, const_cast<int*>(&file_));
+  const auto fileBytes = static_cast<std::uint64_t>(std::max<std::int64_t>(length, 0));
+  const auto rows = static_cast<std::uint64_t>(data_.height());
+  host::checkWeight(FileKind::openexr, rows * rowBytes_, kCompressionNames[compression_], fileBytes);
+  // Each chunk has a place in a table, its row and its size.
+  constexpr std::uint64_t kChunkBytes = 16;
+  host::checkWeight(FileKind::openexr, rows / static_cast<std::uint64_t>(chunkRows_) * kChunkBytes, "none",
+                    fileBytes);
 }
 
 FileHeader ExrInput::header() const {

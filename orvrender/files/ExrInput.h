@@ -24,6 +24,7 @@ struct ExrChannel {
 /// An OpenEXR file that is open for reading, its header read and nothing of its pixels.
 class ExrInput {
  public:
+  /// @throws ImageError when nothing of a header is left; std::bad_alloc.
   explicit ExrInput(const std::string& path);
   ~ExrInput();
   ExrInput(const ExrInput&) = delete;
@@ -44,12 +45,16 @@ class ExrInput {
   /// Chunks have this many rows, from the data window's first one on; the last has what is left.
   int chunkRows() const { return chunkRows_; }
   std::size_t rowBytes() const { return rowBytes_; }
+  /// Throws ImageError when the file is too short for what its header claims.
+  void checkWeight() const;
   std::size_t rowsOfChunk(std::int64_t y) const {
     return static_cast<std::size_t>(std::min<std::int64_t>(chunkRows_, data_.y1 - y));
   }
 
  private:
   friend class ExrChunkReader;
+
+  ExrInput() = default;
 
   bool readHeader();
   bool readChannels();
@@ -58,7 +63,7 @@ class ExrInput {
                            std::uint64_t offset, exr_stream_error_func_ptr_t);
   static std::int64_t size(exr_const_context_t, void* file);
 
-  int file_;
+  int file_ = -1;
   exr_context_t context_ = nullptr;
   bool isPlain_ = false;
   Window data_;

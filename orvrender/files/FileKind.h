@@ -32,7 +32,7 @@ struct FileFacts {
 };
 FileFacts inspectFile(const std::string& path);
 
-/// Whether the JPEG file runs to its end-of-image marker. The decoder fills what is missing with grey.
-bool isCompleteJpeg(const std::string& path);
+/// Whether the header of the Radiance file says that its pixels are CIE XYZ.
+bool holdsXyz(const std::string& path);
 
 }  // namespace orv::host

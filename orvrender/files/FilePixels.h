@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <limits>
 #include <string>
 
 #include "orvrender/files/Pixels.h"
@@ -11,6 +13,9 @@ struct FilePixels {
   Pixels pixels;
   bool isStraight = false;  ///< colour is not associated with alpha yet
   int orientation = 1;      ///< as Exif numbers it: how the pixels have to be turned
+  /// The rows that the file holds, from the first to the one behind the last; all others are black.
+  std::uint32_t firstRow = 0;
+  std::uint32_t endRow = std::numeric_limits<std::uint32_t>::max();
 };
 
 /// What a file's header says of it.

@@ -1,5 +1,9 @@
 #include "orvrender/files/image_checks.h"
 
+#include <sys/mman.h>
+
+#include <cstddef>
+
 #include "orvrender/files/ImageError.h"
 
 namespace orv::host {
@@ -35,6 +39,48 @@ void checkSize(const char* what, const Window& window, const ImageLimits& limits
   }
 }
 
+namespace {
+
+struct Inflation {
+  std::string_view compression;
+  std::uint64_t most;  ///< bytes that one compressed byte can stand for
+};
+
+// Deflate: 258 bytes from two bits. Runs: 128 bytes from two. PIZ: 255 halves from nine bits. PXR24 deflates
+// three bytes of four. B44: 16 halves from 14 bytes, flat ones from three. LZW: strings of up to 3840 bytes
+// from twelve bits. DWA deflates runs of blocks; what is not named here may do as well.
+constexpr Inflation kInflations[] = {{"none", 1},   {"rle", 64},  {"packbits", 64}, {"zips", 1032},
+                                     {"zip", 1032}, {"piz", 512}, {"pxr24", 1376},  {"b44", 3},
+                                     {"b44a", 11},  {"lzw", 2600}};
+constexpr std::uint64_t kMostInflation = 65536;
+
+void blackenFloats(float* floats, std::size_t count) {
+  constexpr std::size_t kWorthwhile = std::size_t{8} << 20;
+  constexpr std::uintptr_t kPage = 4096;
+  auto* const begin = reinterpret_cast<std::byte*>(floats);
+  std::byte* const end = begin + count * sizeof(float);
+  const auto address = reinterpret_cast<std::uintptr_t>(begin);
+  std::byte* const firstPage = begin + (kPage - address % kPage) % kPage;
+  const std::size_t pages =
+      count < kWorthwhile ? 0 : static_cast<std::size_t>(end - firstPage) / kPage * kPage;
+  // Pages that are given back read as zero; where that is refused they are written.
+  const bool givenBack = pages > 0 && ::madvise(firstPage, pages, MADV_DONTNEED) == 0;
+  std::byte* const rest = givenBack ? firstPage + pages : begin;
+  if (givenBack) std::fill(begin, firstPage, std::byte{0});
+  std::fill(rest, end, std::byte{0});
+}
+
+}  // namespace
+
+void checkWeight(FileKind kind, std::uint64_t pixelBytes, std::string_view compression,
+                 std::uint64_t fileBytes) {
+  std::uint64_t most = kMostInflation;
+  for (const Inflation& inflation : kInflations)
+    if (inflation.compression == compression) most = inflation.most;
+  if (pixelBytes / most > fileBytes)
+    failToRead(kind, "its " + std::to_string(fileBytes) + " bytes are too few for its size");
+}
+
 Pixels allocatePixels(const Window& window, bool hasAlpha) {
   Pixels pixels;
   pixels.width = static_cast<std::uint32_t>(window.width());
@@ -49,8 +95,8 @@ Pixels allocatePixels(const Window& window, bool hasAlpha) {
 }
 
 void blacken(Pixels& pixels) {
-  std::fill_n(pixels.rgb.get(), 3 * pixels.count(), 0.0f);
-  if (pixels.alpha) std::fill_n(pixels.alpha.get(), pixels.count(), 0.0f);
+  blackenFloats(pixels.rgb.get(), 3 * pixels.count());
+  if (pixels.alpha) blackenFloats(pixels.alpha.get(), pixels.count());
 }
 
 }  // namespace orv::host

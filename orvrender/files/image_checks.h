@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "orvrender/files/FileKind.h"
 #include "orvrender/files/Pixels.h"
@@ -37,6 +38,14 @@ std::string sizeText(std::int64_t width, std::int64_t height);
 /// Throws ImageError when a window is empty or above the limits. @param what names it, such as "image".
 void checkSize(const char* what, const Window& window, const ImageLimits& limits);
 
+/// Throws ImageError when a file is too short for what its header claims, before anything is allocated for
+/// it.
+/// @param pixelBytes what its pixels take as the format stores them; compression: its name in OpenEXR or
+/// TIFF,
+///        `none` for bytes as they are. The best that it can do is counted, so that no whole file is refused.
+void checkWeight(FileKind kind, std::uint64_t pixelBytes, std::string_view compression,
+                 std::uint64_t fileBytes);
+
 /// Throws ImageError: the file is damaged. @param reason a reader's message, of several lines or none.
 [[noreturn]] void failToRead(FileKind kind, const std::string& reason);
 
@@ -46,7 +55,7 @@ std::string inOneLine(std::string message);
 /// Pixels of that size, not initialised. Throws ImageError when there is no memory.
 Pixels allocatePixels(const Window& window, bool hasAlpha);
 
-/// Makes pixels black and transparent.
+/// Makes pixels black and transparent. Of many, the memory is given back until something is written there.
 void blacken(Pixels& pixels);
 
 /// Whether `data` holds all of `map`.

@@ -140,9 +140,13 @@ std::optional<FilePixels> readExr(const std::string& path, const ImageLimits& li
   checkSize("image", input.display(), limits);
   checkSize("data window", input.data(), limits);
 
+  input.checkWeight();
+
   FilePixels read{allocatePixels(input.display(), channels->alpha >= 0), input.isStraight(), 1};
   const Window wanted = intersection(input.data(), input.display());
   if (!covers(input.data(), input.display())) blacken(read.pixels);
+  read.firstRow = static_cast<std::uint32_t>(wanted.isEmpty() ? 0 : wanted.y0 - input.display().y0);
+  read.endRow = static_cast<std::uint32_t>(wanted.isEmpty() ? 0 : wanted.y1 - input.display().y0);
   if (!wanted.isEmpty()) readChunks(input, *channels, wanted, read.pixels);
   return read;
 }

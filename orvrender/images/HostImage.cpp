@@ -65,8 +65,17 @@ void HostImage::set_filter_mode(orvFilter_mode mode) {
   if (mode == orvFilter_mode::anisotropic && !pyramid_) pyramid_ = library_.pyramidFor(*this);
 }
 
+[[gnu::always_inline]] inline Quad HostImage::samplePlain(float s, float t) const {
+  const Pixels& pixels = content().pixels;
+  if (!pixels.rgb) return Quad{0, 0, 0, 1};
+  Quad color = bilinear(viewOf(pixels), s, t);
+  if (!pixels.alpha) color[3] = 1;
+  return color;
+}
+
 void HostImage::lookup(orvImage_lookup& lookup) const {
-  finish(samplePlain(unit(lookup.u), 1.0f - unit(lookup.v)), has_alpha(), lookup);
+  // The sampler keeps to the image on its own; a v that is no number counts as 0.
+  finish(samplePlain(lookup.u, 1.0f - greater(lookup.v, 0.0f)), has_alpha(), lookup);
 }
 
 void HostImage::lookup_filtered(orvImage_lookup& lookup) const {
@@ -78,13 +87,5 @@ void HostImage::lookup_filtered(orvImage_lookup& lookup) const {
 std::uint64_t HostImage::memory() const { return library_.bytesOf(*this); }
 
 std::uint32_t HostImage::mip_levels() const { return mipLevels(header_.width, header_.height); }
-
-Quad HostImage::samplePlain(float s, float t) const {
-  const Pixels& pixels = content().pixels;
-  if (!pixels.rgb) return Quad{0, 0, 0, 1};
-  Quad color = bilinear(viewOf(pixels), s, t);
-  if (!pixels.alpha) color[3] = 1;
-  return color;
-}
 
 }  // namespace orv::host

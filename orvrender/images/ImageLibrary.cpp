@@ -42,12 +42,12 @@ std::uint64_t ImageLibrary::Entry::bytes() const {
 void ImageLibrary::setEnvironmentSize(const ImageSize& size) {
   const std::lock_guard lock(mutex_);
   const bool fits = std::max(size.width, size.height) <= limits_.side &&
-                    std::uint64_t{size.width} * size.height <= limits_.pixels;
+                    std::uint64_t{size.width} * size.height <= environmentPixels_;
   if (!fits) {
     orv_critical(
         "environment images of %u x %u pixels are above the limits of %u a side and %llu pixels; set a "
         "smaller size\n",
-        size.width, size.height, limits_.side, static_cast<unsigned long long>(limits_.pixels));
+        size.width, size.height, limits_.side, static_cast<unsigned long long>(environmentPixels_));
   }
   const bool isSize = fits && size.width > 0 && size.height > 0;
   environmentSize_ = isSize ? size : ImageSize{};

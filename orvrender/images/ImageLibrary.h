@@ -19,8 +19,9 @@ namespace orv::host {
 /// its users of one size share the scaled pixels, which count and go like the file's own. Thread-safe.
 class ImageLibrary {
  public:
-  ImageLibrary(const ImageLimits& limits, std::uint64_t budgetBytes)
-      : limits_(limits), budget_(budgetBytes) {}
+  /// @param limits of files; environmentPixels: most of a size that `setEnvironmentSize` takes.
+  ImageLibrary(const ImageLimits& limits, std::uint64_t environmentPixels, std::uint64_t budgetBytes)
+      : limits_(limits), environmentPixels_(environmentPixels), budget_(budgetBytes) {}
 
   /// Sets the size at which images of the environment that are loaded from now on show their pixels; 0 x 0:
   /// each at its own; so does one beyond the limits of images, with a line in the log.
@@ -82,6 +83,7 @@ class ImageLibrary {
   void dropUnasked(Entry& entry, std::uint64_t& bytes) const;
 
   const ImageLimits limits_;
+  const std::uint64_t environmentPixels_;
   const std::uint64_t budget_;
   std::mutex mutex_;
   Entries entries_;  // the least recently used first

@@ -44,7 +44,7 @@ inline Place placeOf(float coordinate, std::int32_t size) {
 
 /// Bilinear between the four nearest pixels, clamped at the edges: red, green, blue and alpha, or anything
 /// where there is none.
-/// @param s, t right and down, 0 to 1; places outside are taken for the edge's.
+/// @param s, t right and down, 0 to 1; places outside are taken for the edge's, what is no number for 0.
 inline Quad bilinear(const PixelView& pixels, float s, float t) {
   const Place column = placeOf(s, pixels.width);
   const Place row = placeOf(t, pixels.height);

@@ -54,14 +54,17 @@ std::uint64_t repair(Pixels& pixels, std::size_t begin, std::size_t end, bool is
   return replaced;
 }
 
-/// The same for all pixels, a run that fits the first cache at a time.
-std::uint64_t repair(Pixels& pixels, bool isStraight) {
+/// The same for all pixels that the file holds, a run that fits the first cache at a time.
+std::uint64_t repair(FilePixels& read) {
   constexpr std::size_t kRun = 2048;
   std::atomic<std::uint64_t> replaced{0};
-  const auto runs = static_cast<std::uint32_t>((pixels.count() + kRun - 1) / kRun);
-  forEachImageRow(runs, pixels.count(), [&](std::uint32_t run) {
-    const std::size_t begin = run * kRun;
-    const std::uint64_t found = repair(pixels, begin, std::min(begin + kRun, pixels.count()), isStraight);
+  const std::size_t width = read.pixels.width;
+  const std::size_t first = read.firstRow * width;
+  const std::size_t end = std::min(read.endRow * width, read.pixels.count());
+  const auto runs = static_cast<std::uint32_t>((end - std::min(first, end) + kRun - 1) / kRun);
+  forEachImageRow(runs, end - std::min(first, end), [&](std::uint32_t run) {
+    const std::size_t begin = first + run * kRun;
+    const std::uint64_t found = repair(read.pixels, begin, std::min(begin + kRun, end), read.isStraight);
     if (found > 0) replaced.fetch_add(found, std::memory_order_relaxed);
   });
   return replaced.load(std::memory_order_relaxed);
@@ -79,7 +82,7 @@ FilePixels readFile(const std::string& path, const FileFacts& file, orvTexture_p
 ReadImage readImage(const std::string& path, orvTexture_profile profile, const ImageLimits& limits) {
   const FileFacts file = inspectFile(path);
   FilePixels read = readFile(path, file, profile, limits);
-  const std::uint64_t replaced = repair(read.pixels, read.isStraight);
+  const std::uint64_t replaced = repair(read);
   reorient(read.pixels, read.orientation);
   return {std::move(read.pixels), replaced};
 }

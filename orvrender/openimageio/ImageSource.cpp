@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "orvrender/files/ImageError.h"
+#include "orvrender/openimageio/check_jpeg.h"
 
 namespace orv::host {
 namespace {
@@ -36,13 +37,17 @@ ImageSource::ImageSource(const std::string& path, const FileFacts& file, orvText
   open(path);
   choosePart();
   checkSizes(limits, file.bytes);
+  if (kind_ == FileKind::jpeg) checkJpeg(path);
   if (profile == orvTexture_profile::environment && isCoded(spec_)) encoding_ = encodingOf(spec_);
   isStraight_ = spec_.get_int_attribute("oiio:UnassociatedAlpha") != 0;
 }
 
 void ImageSource::open(const std::string& path) {
-  if (kind_ == FileKind::jpeg && !isCompleteJpeg(path))
-    failToRead(kind_, "it ends before its end-of-image marker");
+  if (kind_ == FileKind::radiance && holdsXyz(path)) {
+    throw ImageError(
+        "its pixels are CIE XYZ (FORMAT=32-bit_rle_xyze), no RGB; convert it, with Radiance's ra_xyze -r for "
+        "example");
+  }
   input_ = OIIO::ImageInput::create(namesOf(kind_).reader);
   if (!input_) {
     throw ImageError(std::string("there is no reader for ") + namesOf(kind_).title + " (" +
@@ -100,13 +105,41 @@ void ImageSource::checkSizes(const ImageLimits& limits, std::size_t fileBytes) c
                      " pixels are too large; save it with smaller ones");
   }
 
-  // A header that promises more pixels than so few bytes can hold must not cost memory. A byte of a PNG's
-  // zlib stream unpacks to at most 1032, and each of those holds at most 8 pixels.
-  const auto pixels = static_cast<std::uint64_t>(data_.width() * data_.height());
-  const bool tooShort =
-      (kind_ == FileKind::png && pixels / (1032 * 8) > fileBytes) ||
-      (kind_ == FileKind::pfm && pixels * 4 * static_cast<std::uint64_t>(spec_.nchannels) > fileBytes);
-  if (tooShort) failToRead(kind_, "its " + std::to_string(fileBytes) + " bytes are too few for its size");
+  // A header that promises more pixels than so few bytes can hold must not cost memory.
+  const auto columns = static_cast<std::uint64_t>(data_.width());
+  const auto rows = static_cast<std::uint64_t>(data_.height());
+  const std::uint64_t pixelBytes = rows * columns * spec_.pixel_bytes(true);
+  const std::string compression = spec_.get_string_attribute("compression", "none");
+  switch (kind_) {
+    case FileKind::png:
+      // Samples of fewer than 8 bits come as 8, and a palette's as several channels.
+      return checkWeight(kind_, spec_.format == OIIO::TypeDesc::UINT16 ? pixelBytes : rows * columns / 8,
+                         "zip", fileBytes);
+    case FileKind::pfm:
+      return checkWeight(kind_, rows * columns * 4 * static_cast<std::uint64_t>(spec_.nchannels), "none",
+                         fileBytes);
+    case FileKind::radiance: {
+      // Rows of some widths are runs of 127 equal bytes at best, each of four channels for itself.
+      const bool hasRuns = columns >= 8 && columns <= 0x7FFF;
+      const std::uint64_t rowBytes = hasRuns ? std::min(4 * columns, 4 + 8 * (columns / 127)) : 4 * columns;
+      return checkWeight(kind_, rows * rowBytes, "none", fileBytes);
+    }
+    case FileKind::jpeg:
+      // A block of 64 pixels takes a bit at least, and blocks of half a picture's size count for more.
+      return checkWeight(kind_, rows * columns / 4096, "none", fileBytes);
+    case FileKind::tiff: {
+      // Some samples are packed in a bit. JPEG has its own measure, as above.
+      const auto bits =
+          static_cast<std::uint64_t>(std::max(spec_.get_int_attribute("oiio:BitsPerSample", 1), 1));
+      const std::uint64_t stored = rows * columns * bits / 8;
+      return compression == "jpeg" ? checkWeight(kind_, rows * columns / 4096, "none", fileBytes)
+                                   : checkWeight(kind_, stored, compression, fileBytes);
+    }
+    case FileKind::openexr:
+      // The lossy compressions have a quality behind their name; sub-sampled channels have a quarter at
+      // least.
+      return checkWeight(kind_, pixelBytes / 4, compression.substr(0, compression.find(':')), fileBytes);
+  }
 }
 
 void ImageSource::require(bool done) {

@@ -161,6 +161,8 @@ FilePixels readPicture(const std::string& path, const FileFacts& file, orvTextur
   FilePixels read{allocatePixels(source.map(), source.channels().alpha >= 0), source.isStraight(), 1};
   const Window wanted = intersection(source.data(), source.map());
   if (!covers(source.data(), source.map())) blacken(read.pixels);
+  read.firstRow = static_cast<std::uint32_t>(wanted.isEmpty() ? 0 : wanted.y0 - source.map().y0);
+  read.endRow = static_cast<std::uint32_t>(wanted.isEmpty() ? 0 : wanted.y1 - source.map().y0);
   if (!wanted.isEmpty() && !readDirectly(source, read.pixels)) readBlocks(source, read.pixels);
   source.finish();
   if (file.kind != FileKind::openexr) {

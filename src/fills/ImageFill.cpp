@@ -44,10 +44,13 @@ void ImageFill::lookUpBlock(const PixelBatch& batch, std::size_t block, FillScra
   for (int i = 0; i < 4; ++i) store(changes[i], load(batch.changes[i] + first) * splat(i < 2 ? 0.5f : -0.5f));
 
   alignas(32) float answers[kLanes][4];
+  const orvImage* const image = image_.get();
+  const auto lookUp = lookup_;
+  const float* const weight = batch.weight + first;
   orvImage_lookup lookup;
   for (std::size_t lane = 0; lane < kLanes; ++lane) {
     float* const answer = answers[lane];
-    if (!image_ || !(std::abs(batch.weight[first + lane]) > 0.0f)) {
+    if (!image || !(std::abs(weight[lane]) > 0.0f)) {
       answer[0] = answer[1] = answer[2] = answer[3] = 0;
       continue;
     }
@@ -57,7 +60,7 @@ void ImageFill::lookUpBlock(const PixelBatch& batch, std::size_t block, FillScra
     lookup.dsdy = changes[1][lane];
     lookup.dtdx = changes[2][lane];
     lookup.dtdy = changes[3][lane];
-    (image_.get()->*lookup_)(lookup);
+    (image->*lookUp)(lookup);
     std::memcpy(answer, lookup.rgba, sizeof lookup.rgba);
   }
   Float8 rgba[4];
@@ -68,7 +71,7 @@ void ImageFill::lookUpBlock(const PixelBatch& batch, std::size_t block, FillScra
   store(color.r, rgba[0]);
   store(color.g, rgba[1]);
   store(color.b, rgba[2]);
-  store(scratch.weight + first, load(batch.weight + first) * rgba[3]);
+  store(scratch.weight + first, load(weight) * rgba[3]);
 }
 
 }  // namespace orv::hdri::blockedAVX2

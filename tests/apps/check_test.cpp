@@ -104,6 +104,32 @@ TEST(Info, NamesPinsAndMissingImages) {
   EXPECT_THAT(run.out, HasSubstr("pins[0] \"rim\" circle at 150/-20, radius 12, solid, add color [1, 2, 3]"));
 }
 
+TEST(Info, ControlCharactersAreShownAsEscapes) {
+  const TestFolder folder;
+  const std::string scene = folder.put("a\x1b]0;b\nc.json", R"({"version": 1,
+    "background": {"type": "image", "path": "\u001b[2Jn\u009bone.exr"},
+    "pins": [{"name": "rim\u001b[31m\u007f", "shape": "circle", "azimuth": 0, "elevation": 0, "radius": 1,
+              "fill": {"type": "color", "color": [1, 2, 3]}}]})");
+  for (const char* const command : {"info", "check"}) {
+    const Outcome run = orvpaint({command, scene});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr(R"(a\x1b]0;b\nc.json)"));
+    for (const char c : run.out) EXPECT_TRUE(c == '\n' || (c >= 0x20 && c != 0x7f)) << run.out;
+  }
+  const Outcome missing = orvpaint({"info", folder / "\x9b\xc2\x9b\xc3\xa9.exr"});
+  EXPECT_EQ(missing.status, 1);
+  EXPECT_THAT(missing.err, HasSubstr("\\x9b\\u009b\xc3\xa9.exr: there is no such file"));
+}
+
+TEST(Info, APictureAboveTheLimitIsAFailure) {
+  const std::string map = ORVHDRI_SOURCE_DIR "/examples/venice.exr";
+  const Outcome refused = orvpaint({"info", map, "--max-image-pixels", "131071"});
+  EXPECT_EQ(refused.status, 1);
+  EXPECT_THAT(refused.err, HasSubstr("its image is 512 x 256, above the limits of 65536 a side and 131071"));
+  EXPECT_EQ(orvpaint({"info", map, "--max-image-pixels", "131072"}).status, 0);
+  EXPECT_EQ(orvpaint({"info", map, "--max-image-pixels", "-1"}).status, 2);
+}
+
 TEST(Info, AMissingFileIsAFailure) {
   const Outcome run = orvpaint({"info", "/nonexistent.exr"});
   EXPECT_EQ(run.status, 1);

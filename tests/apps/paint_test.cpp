@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include <chrono>
 #include <cstring>
@@ -214,6 +215,14 @@ TEST_F(PaintTest, ATruncatedImageIsNamed) {
     expectBrokenImage(folder_, whole.substr(0, length));
 }
 
+TEST_F(PaintTest, APictureAboveTheLimitIsNamed) {
+  const Outcome run = orvpaint({"paint", ORVHDRI_SOURCE_DIR "/examples/venice.json", "-o", folder_ / "a.exr",
+                                "-q", "--size", "64x32", "--max-image-pixels", "1000"});
+  EXPECT_EQ(run.status, 3);
+  EXPECT_THAT(run.err, HasSubstr("venice.exr: its image is 512 x 256, above the limits"));
+  EXPECT_FALSE(fs::exists(folder_ / "a.exr"));
+}
+
 TEST_F(PaintTest, AFolderThatDoesNotExistIsNamed) {
   const Outcome run = paint({"-o", folder_ / "none/a.exr"});
   EXPECT_EQ(run.status, 1);
@@ -272,13 +281,27 @@ TEST_F(PaintTest, ClosedStreamsDoNotHarmTheFile) {
   EXPECT_EQ(readPfm(folder_ / "a.pfm").width, 64);
 }
 
+/// Whether the process has a file open that is to appear in the folder: unnamed ones are shown as `#` and a
+/// number.
+bool hasBegun(pid_t process, const TestFolder& folder) {
+  std::error_code error;
+  const std::string unnamed = folder / "#";
+  const std::string hidden = folder / ".orvpaint-";
+  for (fs::directory_iterator file("/proc/" + std::to_string(process) + "/fd", error), end;
+       !error && file != end; file.increment(error)) {
+    std::error_code closed;
+    const std::string path = fs::read_symlink(file->path(), closed).string();
+    if (path.starts_with(unnamed) || path.starts_with(hidden)) return true;
+  }
+  return false;
+}
+
 /// Waits until the child has begun its file, then sends it the signal.
 std::function<void(pid_t)> interrupt(const TestFolder& folder, int signal) {
   return [&folder, signal](pid_t child) {
     // A minute, for slow machines; the file usually is there at once.
     for (int i = 0; i < 60000; ++i) {
-      for (const std::string& name : folder.names()) {
-        if (!name.starts_with(".orvpaint-")) continue;
+      if (hasBegun(child, folder)) {
         ::kill(child, signal);
         return;
       }
@@ -289,7 +312,7 @@ std::function<void(pid_t)> interrupt(const TestFolder& folder, int signal) {
 }
 
 TEST_F(PaintTest, AnInterruptedRunLeavesNoFile) {
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGALRM, SIGXCPU, SIGABRT}) {
     const Outcome run =
         Program({"paint", scene_, "-o", folder_ / "a.exr", "-o", folder_ / "b.png", "--size", "16384x8192"})
             .meanwhile(interrupt(folder_, signal))
@@ -298,6 +321,82 @@ TEST_F(PaintTest, AnInterruptedRunLeavesNoFile) {
     EXPECT_EQ(run.err, "orvpaint: interrupted; unfinished files are removed\n");
     EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
   }
+}
+
+TEST_F(PaintTest, AKilledRunLeavesNoFile) {
+  for (const int signal : {SIGKILL, SIGSEGV}) {
+    const Outcome run = Program({"paint", scene_, "-o", folder_ / "a.exr", "--size", "16384x8192"})
+                            .meanwhile(interrupt(folder_, signal))
+                            .run();
+    EXPECT_EQ(run.status, 128 + signal);
+    EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
+  }
+}
+
+TEST_F(PaintTest, APipeThatNobodyReadsIsAFailure) {
+  const std::string pipe = folder_ / "a.exr";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  // Its end closes when the program has opened its own.
+  const Outcome run = Program({"paint", scene_, "-o", pipe, "--size", "512x256", "--compression", "none"})
+                          .meanwhile([reader](pid_t) {
+                            char byte = 0;
+                            while (::read(reader, &byte, 1) <= 0)
+                              std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                            ::close(reader);
+                          })
+                          .run();
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "orvpaint: " + pipe + ": cannot be written: Broken pipe\n");
+}
+
+TEST_F(PaintTest, AResultThatNobodyReadsIsAFailure) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  ::close(ends[0]);
+  const Outcome run = Program({"info", scene_}).prepared([&] { ::dup2(ends[1], STDOUT_FILENO); }).run();
+  ::close(ends[1]);
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "orvpaint: standard output: cannot be written: Broken pipe\n");
+}
+
+TEST_F(PaintTest, ALinkAndItsTargetAreOneOutput) {
+  fs::create_symlink("b.exr", folder_ / "a.exr");
+  const Outcome run = paint({"-o", folder_ / "a.exr", "-o", folder_ / "b.exr"});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_THAT(run.err, HasSubstr("is given twice"));
+}
+
+TEST_F(PaintTest, TheSceneIsNoOutput) {
+  const std::string scene = folder_.put("s.exr", kColorScene);
+  fs::create_symlink("s.exr", folder_ / "link.exr");
+  for (const char* const name : {"s.exr", "link.exr"}) {
+    const Outcome run = orvpaint({"paint", scene, "-o", folder_ / name});
+    EXPECT_EQ(run.status, 2);
+    EXPECT_THAT(run.err, HasSubstr("s.exr is the scene itself; give another file"));
+  }
+  EXPECT_EQ(contentsOf(scene), kColorScene);
+  const std::string picture = folder_.put("s.png", kColorScene);
+  const Outcome preview = orvpaint({"preview", picture, "-o", picture});
+  EXPECT_EQ(preview.status, 2);
+  EXPECT_EQ(contentsOf(picture), kColorScene);
+}
+
+TEST_F(PaintTest, ANameThatIsTooLongReplacesNoOther) {
+  const std::string old = folder_.put("a.exr", "old");
+  const std::string name = folder_ / std::string(300, 'n') + ".exr";
+  const Outcome run = paint({"-o", old, "-o", name});
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.err, "orvpaint: " + name + ": cannot be written: File name too long\n");
+  EXPECT_EQ(contentsOf(old), "old");
+}
+
+TEST_F(PaintTest, StandardOutputBehindALinkGetsTheBytes) {
+  fs::create_symlink("/dev/stdout", folder_ / "out.pfm");
+  const Outcome run = paint({"-o", folder_ / "out.pfm", "-q"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_TRUE(run.out.starts_with("PF\n64 32\n"));
+  EXPECT_TRUE(fs::is_symlink(folder_ / "out.pfm"));
 }
 
 TEST_F(PaintTest, AnInterruptThatIsIgnoredStaysIgnored) {

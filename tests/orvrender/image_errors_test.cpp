@@ -7,7 +7,10 @@
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "host/orvMemory.h"
@@ -226,6 +229,7 @@ TEST_F(ImageErrorsTest, ANegativeSize) {
 }
 
 TEST_F(ImageErrorsTest, AHeaderThatPromisesGigabytesCostsNone) {
+  options.maxImagePixels = std::uint64_t{1} << 29;
   // 20000 x 20000 16-bit pixels in 33 + 12 + 12 bytes; the checksums are right.
   const unsigned char header[] = {0x89, 'P', 'N',  'G',  '\r', '\n', 0x1A, '\n', 0,    0,
                                   0,    13,  'I',  'H',  'D',  'R',  0,    0,    0x4E, 0x20,
@@ -242,6 +246,139 @@ TEST_F(ImageErrorsTest, AHeaderThatPromisesGigabytesCostsNone) {
   bytes += std::string("\0\0\0\0IDAT\x35\xAF\x06\x1E", 12);
   writeBytes(path, bytes);
   expectRefused(path, "are too few for its size");
+}
+
+/// A TIFF file of one strip of ten bytes with that header.
+std::string smallTiff(std::uint16_t side, std::uint16_t compression) {
+  std::string bytes("II*\0\x12\0\0\0..........", 18);
+  const auto add = [&bytes](std::uint32_t value, int size) {
+    for (int i = 0; i < size; ++i) bytes += static_cast<char>(value >> (8 * i) & 0xFFu);
+  };
+  const std::pair<std::uint16_t, std::uint32_t> tags[] = {{256, side},        {257, side}, {258, 8},
+                                                          {259, compression}, {262, 1},    {273, 8},
+                                                          {277, 1},           {278, side}, {279, 10}};
+  add(std::size(tags), 2);
+  for (const auto& [tag, value] : tags) {
+    add(tag, 2);
+    add(4, 2);
+    add(1, 4);
+    add(value, 4);
+  }
+  add(0, 4);
+  return bytes;
+}
+
+TEST_F(ImageErrorsTest, ATiffThatClaimsMoreThanItsBytesCanHold) {
+  constexpr std::uint16_t kCompressions[] = {1, 5, 7, 8, 32773};
+  for (const std::uint16_t compression : kCompressions) {
+    writeBytes(path, smallTiff(15000, compression));
+    EXPECT_EQ(load(path), nullptr) << compression;
+  }
+  EXPECT_THAT(log.lines(), testing::SizeIs(5));
+  EXPECT_THAT(log.lines(), testing::Each(HasSubstr("are too few for its size")));
+}
+
+TEST_F(ImageErrorsTest, ARadianceFileThatClaimsMoreThanItsBytesCanHold) {
+  for (const char* const size : {"-Y 15000 +X 15000", "-Y 4000 +X 60000", "-Y 60000 +X 4"}) {
+    writeBytes(path,
+               std::string("#?RADIANCE\nFORMAT=32-bit_rle_rgbe\n\n") + size + "\n" + std::string(100, '\2'));
+    EXPECT_EQ(load(path), nullptr) << size;
+  }
+  EXPECT_THAT(log.lines(), testing::SizeIs(3));
+  EXPECT_THAT(log.lines(), testing::Each(HasSubstr("are too few for its size")));
+}
+
+TEST_F(ImageErrorsTest, AnExrThatClaimsMoreThanItsBytesCanHold) {
+  for (const char* const compression :
+       {"none", "rle", "zips", "zip", "piz", "pxr24", "b44", "b44a", "dwaa"}) {
+    ImageSpec spec = floatSpec(8, 8, 3);
+    spec.attribute("compression", compression);
+    writeImage("openexr", path, spec, noise(192));
+    std::string bytes = readBytes(path);
+    for (const std::string window : {"dataWindow", "displayWindow"}) {
+      const std::size_t box = bytes.find(window + '\0') + window.size() + 1 + 6 + 4;
+      // 15001 columns and rows.
+      for (const std::size_t place : {box + 8, box + 12}) bytes.replace(place, 4, "\x98\x3A\0\0", 4);
+    }
+    writeBytes(path, bytes);
+    EXPECT_EQ(load(path), nullptr) << compression;
+  }
+  EXPECT_THAT(log.lines(), testing::SizeIs(9));
+  EXPECT_THAT(log.lines(), testing::Each(HasSubstr("cannot be read as OpenEXR")));
+}
+
+/// Bytes of memory that the process has touched.
+std::size_t residentBytes() {
+  std::ifstream file("/proc/self/statm");
+  std::size_t all = 0;
+  std::size_t resident = 0;
+  file >> all >> resident;
+  return resident * 4096;
+}
+
+TEST_F(ImageErrorsTest, ASmallDataWindowInALargeDisplayWindowCostsLittle) {
+  ImageSpec spec = floatSpec(2, 2, 3);
+  spec.x = 8000;
+  spec.y = 2000;
+  spec.full_width = 16000;
+  spec.full_height = 4000;
+  writeImage("openexr", path, spec, std::vector<float>(12, 1.0f));
+  orv_image_set_environment_size(scene(), 64, 32);
+  const std::size_t before = residentBytes();
+  const orvImage* const image = load(path);
+  ASSERT_NE(image, nullptr);
+  ASSERT_NE(image->pixels(), nullptr);
+  // Of the display window it would be 768 MB.
+  EXPECT_LT(residentBytes() - before, std::size_t{100} << 20);
+  // Two columns of 250, two rows of 125 next to the equator, where a row's weight is nearly the same for all.
+  const float* const pixel = image->pixels() + 3 * (16 * 64 + 32);
+  EXPECT_NEAR(pixel[0], 2.0 / 250 * 2 / 125, 5e-7);
+  EXPECT_EQ(pixel[3], 0.0f);
+  EXPECT_EQ(image->pixels()[0], 0.0f);
+}
+
+TEST_F(ImageErrorsTest, AProgressiveJpegWithoutItsLaterScans) {
+  ImageSpec spec(64, 64, 3, TypeDesc::UINT8);
+  spec.attribute("jpeg:progressive", 1);
+  writeImage("jpeg", path, spec, noise(64 * 64 * 3));
+  const std::string whole = readBytes(path);
+  ASSERT_NE(whole.find("\xFF\xC2"), std::string::npos) << "it is not progressive";
+  ASSERT_NE(load(path), nullptr);
+  const std::string scan("\xFF\xDA");
+  std::size_t scans = 0;
+  for (std::size_t at = whole.find(scan); (at = whole.find(scan, at + 1)) != std::string::npos; ++scans) {
+    writeBytes(path, whole.substr(0, at) + "\xFF\xD9");
+    EXPECT_EQ(load(path), nullptr) << scans;
+  }
+  EXPECT_GT(scans, 3u);
+  EXPECT_THAT(log.lines(), testing::Each(HasSubstr("cannot be read as JPEG")));
+}
+
+TEST_F(ImageErrorsTest, AJpegWhoseHeaderLiesAboutItsSize) {
+  for (const int progressive : {0, 1}) {
+    ImageSpec spec(64, 64, 3, TypeDesc::UINT8);
+    spec.attribute("jpeg:progressive", progressive);
+    writeImage("jpeg", path, spec, noise(64 * 64 * 3));
+    const std::string whole = readBytes(path);
+    const std::size_t frame = whole.find(progressive ? "\xFF\xC2" : "\xFF\xC0");
+    ASSERT_NE(frame, std::string::npos);
+    // Behind the marker stand the length, two bytes, and the precision, one; then the height and the width.
+    for (const std::size_t side : {frame + 5, frame + 7}) {
+      for (const char* const size : {"\0\x20", "\0\x80", "\x01\0"}) {
+        std::string lying = whole;
+        lying.replace(side, 2, size, 2);
+        writeBytes(path, lying);
+        EXPECT_EQ(load(path), nullptr) << progressive << ' ' << side - frame;
+      }
+    }
+  }
+  EXPECT_THAT(log.lines(), testing::SizeIs(12));
+  EXPECT_THAT(log.lines(), testing::Each(HasSubstr("cannot be read as JPEG")));
+}
+
+TEST_F(ImageErrorsTest, ARadianceFileOfXyz) {
+  writeBytes(path, "#?RADIANCE\nFORMAT=32-bit_rle_xyze\n\n-Y 1 +X 1\n\x80\x80\x80\x81");
+  expectRefused(path, "its pixels are CIE XYZ (FORMAT=32-bit_rle_xyze)");
 }
 
 TEST_F(ImageErrorsTest, NoMemoryForThePixels) {

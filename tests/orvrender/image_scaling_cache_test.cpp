@@ -261,7 +261,7 @@ TEST_F(ScalingCacheTest, WithoutMemoryToScaleSinglePixelsAreTaken) {
 
 TEST_F(ScalingCacheTest, ASizeBeyondTheLimitsIsToldAndNone) {
   options.maxImageSide = 100;
-  options.maxImagePixels = 5000;
+  options.maxEnvironmentPixels = 5000;
   const std::string path = file("a.exr");
   for (const auto& [width, height] : {std::pair{101u, 2u}, {2u, 101u}, {100u, 51u}, {~0u, ~0u}}) {
     loadAt(path, 16, 8);

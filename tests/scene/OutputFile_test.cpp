@@ -2,14 +2,18 @@
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
+#include <vector>
 
 #include "scene/SceneErrors.h"
 
@@ -194,8 +198,8 @@ TEST_F(OutputFileTest, TellsOfAFullDiskAndLeavesNothing) {
 }
 
 TEST_F(OutputFileTest, UnfinishedFilesCanBeRemovedAtOnce) {
-  const OutputFile first(at("a"));
-  const OutputFile second(at("b"));
+  const OutputFile first(at("a"), OutputFile::Kept::hidden);
+  const OutputFile second(at("b"), OutputFile::Kept::hidden);
   EXPECT_EQ(filesInFolder(), 2u);
   removeUnfinishedFiles();
   EXPECT_EQ(filesInFolder(), 0u);
@@ -207,6 +211,165 @@ TEST_F(OutputFileTest, ACommittedFileIsNotUnfinished) {
   file.commit();
   removeUnfinishedFiles();
   EXPECT_TRUE(fs::exists(at("a")));
+}
+
+TEST_F(OutputFileTest, HasNoNameWhileItIsWritten) {
+  const int able = ::open(folder_.c_str(), O_TMPFILE | O_RDWR, 0600);
+  if (able < 0) GTEST_SKIP() << "the file system has no unnamed files";
+  ::close(able);
+  OutputFile file(at("a"));
+  write(file, "new");
+  file.finish();
+  EXPECT_EQ(filesInFolder(), 0u);
+}
+
+TEST_F(OutputFileTest, AHiddenFileReplacesAndAppearsAsAnUnnamedOne) {
+  put(at("b"), "old");
+  for (const char* const name : {"a", "b"}) {
+    OutputFile file(at(name), OutputFile::Kept::hidden);
+    write(file, "new");
+    file.finish();
+    file.commit();
+    EXPECT_EQ(contents(at(name)), "new");
+  }
+  EXPECT_EQ(filesInFolder(), 2u);
+}
+
+TEST_F(OutputFileTest, AHiddenFileThatIsNotCommittedIsGone) {
+  { const OutputFile file(at("a"), OutputFile::Kept::hidden); }
+  EXPECT_EQ(filesInFolder(), 0u);
+}
+
+TEST_F(OutputFileTest, RemovesHiddenFilesOfProcessesThatAreGoneAlone) {
+  const pid_t gone = ::fork();
+  if (gone == 0) ::_exit(0);
+  ::waitpid(gone, nullptr, 0);
+  const auto name = [](pid_t process, const char* rest) {
+    return ".orvpaint-" + std::to_string(process) + rest;
+  };
+  const std::string kept[] = {name(::getpid(), "-900.tmp"), name(gone, ".tmp"), name(gone, "-1.tmp.exr"),
+                              ".orvpaint--1.tmp", name(gone, "-7.tmp")};
+  for (const std::string& file : kept) put(at(file), "kept");
+  put(at(name(gone, "-1.tmp")), "left");
+  // As a process of the same number elsewhere holds it.
+  const int elsewhere = ::open(at(name(gone, "-7.tmp")).c_str(), O_RDWR);
+  ASSERT_EQ(::flock(elsewhere, LOCK_EX), 0);
+  { const OutputFile file(at("a"), OutputFile::Kept::hidden); }
+  ::close(elsewhere);
+  EXPECT_FALSE(fs::exists(at(name(gone, "-1.tmp"))));
+  for (const std::string& file : kept) EXPECT_TRUE(fs::exists(at(file))) << file;
+}
+
+TEST_F(OutputFileTest, ALoopOfLinksIsAnError) {
+  fs::create_symlink("b", at("a"));
+  fs::create_symlink("a", at("b"));
+  EXPECT_EQ(errorOf(at("a")), at("a") + ": cannot be written: Too many levels of symbolic links");
+  EXPECT_TRUE(fs::is_symlink(at("a")));
+}
+
+TEST_F(OutputFileTest, ALinkToNothingMakesItsTarget) {
+  fs::create_symlink("target", at("link"));
+  OutputFile file(at("link"));
+  write(file, "new");
+  file.finish();
+  file.commit();
+  EXPECT_TRUE(fs::is_symlink(at("link")));
+  EXPECT_EQ(contents(at("target")), "new");
+}
+
+TEST_F(OutputFileTest, APipeBehindALinkToAnOpenFileIsWrittenInto) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  fs::create_symlink("/proc/self/fd/" + std::to_string(ends[1]), at("link"));
+  {
+    OutputFile file(at("link"));
+    EXPECT_TRUE(file.inPlace());
+    write(file, "through");
+    file.finish();
+    file.commit();
+  }
+  char text[16] = {};
+  EXPECT_EQ(::read(ends[0], text, sizeof text), 7);
+  EXPECT_STREQ(text, "through");
+  ::close(ends[0]);
+  ::close(ends[1]);
+}
+
+TEST_F(OutputFileTest, AnOpenFileWithoutANameIsWrittenInto) {
+  put(at("a"), "longer than before");
+  const int open = ::open(at("a").c_str(), O_RDWR);
+  fs::remove(at("a"));
+  {
+    OutputFile file("/proc/self/fd/" + std::to_string(open));
+    write(file, "new");
+    file.finish();
+    file.commit();
+  }
+  char text[32] = {};
+  EXPECT_EQ(::pread(open, text, sizeof text, 0), 3);
+  EXPECT_STREQ(text, "new");
+  ::close(open);
+  EXPECT_EQ(filesInFolder(), 0u);
+}
+
+TEST_F(OutputFileTest, ThePathsOfOneOutputHaveOneTarget) {
+  fs::create_symlink("target", at("link"));
+  fs::create_symlink("link", at("second"));
+  const std::string target = outputTarget(at("target"));
+  EXPECT_EQ(outputTarget(at("link")), target);
+  EXPECT_EQ(outputTarget(at("second")), target);
+  EXPECT_EQ(outputTarget(at("./../" + folder_.filename().string() + "/target")), target);
+  put(at("target"), "now it is there");
+  EXPECT_EQ(outputTarget(at("second")), target);
+  EXPECT_NE(outputTarget(at("other")), target);
+}
+
+TEST_F(OutputFileTest, IsNeverMoreReadableThanTheFileThatItReplaces) {
+  put(at("a"), "old");
+  ::chmod(at("a").c_str(), 0600);
+  const mode_t before = ::umask(0);
+  const OutputFile file(at("a"), OutputFile::Kept::hidden);
+  ::umask(before);
+  struct stat status {};
+  for (const auto& entry : fs::directory_iterator(folder_)) {
+    ASSERT_EQ(::stat(entry.path().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777u, 0600u) << entry.path();
+  }
+}
+
+TEST_F(OutputFileTest, CarriesNoSpecialBitsOver) {
+  put(at("a"), "old");
+  ASSERT_EQ(::chmod(at("a").c_str(), 06755), 0);
+  OutputFile file(at("a"));
+  file.finish();
+  file.commit();
+  struct stat status {};
+  ASSERT_EQ(::stat(at("a").c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777u, 0755u);
+}
+
+TEST_F(OutputFileTest, ANameThatIsTooLongIsToldAtOnce) {
+  const std::string path = at(std::string(300, 'n'));
+  EXPECT_EQ(errorOf(path), path + ": cannot be written: File name too long");
+}
+
+TEST_F(OutputFileTest, ARefusedFileNamesThoseThatAreInPlace) {
+  std::vector<std::unique_ptr<OutputFile>> files;
+  for (const char* const name : {"a", "b", "c"}) {
+    files.push_back(std::make_unique<OutputFile>(at(name)));
+    files.back()->finish();
+  }
+  fs::create_directory(at("b"));
+  try {
+    commitAll(files);
+    FAIL();
+  } catch (const FileError& error) {
+    EXPECT_EQ(error.what(), at("b") + ": cannot be written: Is a directory; in place already: " + at("a"));
+  }
+  files.clear();
+  EXPECT_TRUE(fs::exists(at("a")));
+  EXPECT_FALSE(fs::exists(at("c")));
+  EXPECT_EQ(filesInFolder(), 2u);
 }
 
 }  // namespace

@@ -3,13 +3,15 @@
 #include <gmock/gmock.h>
 
 #include <cmath>
-
+#include <cstdint>
+#include <memory>
 #include <stdexcept>
 
 #include "hdri/ColorBrush.h"
 #include "hdri/ImageBrush.h"
 #include "host/orvLog.h"
 #include "orvrender/orvHost.h"
+#include "scene/PainterLibrary.h"
 #include "scene/read_scene.h"
 #include "scene/scene_texts.h"
 
@@ -148,6 +150,44 @@ TEST_F(PaintSceneTest, RoundCornersAreSoftWithoutSmoothingToo) {
              "cornerRadius": )" +
           std::string(corner) + R"(, "fill": )" + kWhite + "}]}");
     EXPECT_EQ(painter_.lastHalfHeight > 0.0873f, grows);
+  }
+}
+
+TEST_F(PaintSceneTest, WhatDegradesThePictureIsAFallback) {
+  const PainterLibrary library;
+  const Scene scene = parseScene(R"({"version": 1, "size": [64, 32],
+    "background": {"type": "image", "path": "venice.exr"}, "pins": [{)" +
+                                     kCircle + R"(, "fill": {"type": "image", "path": "venice.exr"}}]})",
+                                 "s.json");
+  // With the n-th allocation failing: the picture, or an error, or a fallback that is told.
+  struct Painted {
+    std::shared_ptr<hdri::EnvImage> map;
+    bool told = false;
+    std::uint64_t allocations = 0;
+  };
+  const auto painted = [&](std::uint64_t failing) {
+    const std::unique_ptr<orvScene, void (*)(orvScene*)> host(orv_scene_create({}), &orv_scene_destroy);
+    const PainterPointer painter = library.create();
+    Painted result;
+    const std::uint64_t before = orv_memory_counters().totalBlocks;
+    orv_memory_fail_at(failing);
+    try {
+      const PaintResult paint =
+          paintScene(scene, *painter, host.get(), {.folder = ORVHDRI_SOURCE_DIR "/examples"});
+      result = {paint.map, paint.fellBack, 0};
+    } catch (const PaintError&) {
+      result.told = true;
+    }
+    orv_memory_fail_at(0);
+    result.allocations = orv_memory_counters().totalBlocks - before;
+    return result;
+  };
+  const Painted whole = painted(0);
+  ASSERT_FALSE(whole.told);
+  ASSERT_GT(whole.allocations, 5u);
+  for (std::uint64_t n = 1; n <= whole.allocations; ++n) {
+    const Painted result = painted(n);
+    EXPECT_TRUE(result.told || result.map->pixels == whole.map->pixels) << n;
   }
 }
 

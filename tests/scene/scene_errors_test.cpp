@@ -44,6 +44,26 @@ TEST(SceneErrors, NameTheKeyThatIsMissing) {
   });
 }
 
+TEST(SceneErrors, QuoteNumbersAsTheyAreWritten) {
+  const auto withRadius = [](const std::string& radius) {
+    return withPin(R"("shape": "circle", "azimuth": 0, "elevation": 0, "radius": )" + radius, kWhite);
+  };
+  for (const std::string radius :
+       {"-4.0", "-0.50", "-1E2", "-1e-400", "-0.100000000000000000001", "-12345678901234567890123"})
+    expectErrors({{withRadius(radius), "s.json: pins[0].radius: " + radius +
+                                           " is not above 0; allowed: above 0 and at most 180"}});
+}
+
+TEST(SceneErrors, TellOfAByteOfZeroWhereverItIs) {
+  const std::string scene = withBackground(kWhite);
+  const std::string zero(1, '\0');
+  const std::string end = "line 1, column " + std::to_string(scene.size() + 1);
+  expectErrors(
+      {{scene + zero, "s.json: " + end + ": a byte of 0 is no text; save the file as UTF-8"},
+       {scene + zero + "{}", "s.json: " + end + ": a byte of 0 is no text; save the file as UTF-8"},
+       {"\n{" + zero + "}", "s.json: line 2, column 2: a byte of 0 is no text; save the file as UTF-8"}});
+}
+
 TEST(SceneErrors, SuggestTheNearestKey) {
   expectErrors({
       {withBackground(kWhite, R"(, "smoothin": true)"),
@@ -243,7 +263,7 @@ TEST(SceneErrors, RefuseNumbersThatAreNotFinite) {
       {bright("-1e999"),
        "s.json: background.brightness: -1e999 is not finite as a 32-bit float; allowed: a number"},
       {bright("1e39"),
-       "s.json: background.brightness: 1e+39 is not finite as a 32-bit float; allowed: a number"},
+       "s.json: background.brightness: 1e39 is not finite as a 32-bit float; allowed: a number"},
       {bright("\"NaN\""), "s.json: background.brightness: \"NaN\" found; allowed: a number"},
       {withBackground(kWhite, R"(, "view": {"a": [0, 1e400]})"), "s.json: view.a[1]: 1e400 is not finite"},
   });

@@ -9,12 +9,15 @@
 #include <atomic>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "apps/Program.h"
 #include "host/orvLog.h"
 #include "host/orvProgress.h"
+#include "maps/row_loop.h"
 #include "orvrender/orvHost.h"
 #include "sweeps/soak.h"
 #include "sweeps/sweep_scenes.h"
@@ -128,10 +131,15 @@ TEST_F(Threads, NestedGroupsOfTheHostPaintWhole) {
   std::vector<std::shared_ptr<EnvImage>> alone;
   for (const SweepScene& scene : scenes_) alone.push_back(paint(scene));
   std::atomic<int> different{0};
+  // The thread sanitizer does not see what oneTBB orders.
+  const LoopOrder order;
   tbb::parallel_for(std::size_t{0}, scenes_.size(), [&](std::size_t i) {
+    const LoopOrder::Body body;
     tbb::task_group group;
+    const LoopOrder inner;
     for (int k = 0; k < 2; ++k)
       group.run([&, i] {
+        const LoopOrder::Body task;
         if (!equal(paint(scenes_[i]), alone[i])) ++different;
       });
     group.wait();
@@ -145,7 +153,9 @@ TEST_F(Threads, AGroupThatTheHostCancelsPaintsWhole) {
     tbb::task_group group;
     std::atomic<bool> begun{false};
     std::shared_ptr<EnvImage> map;
+    std::optional<LoopOrder> order(std::in_place);
     group.run([&] {
+      const LoopOrder::Body task;
       begun = true;
       map = paint(everything());
     });
@@ -155,6 +165,7 @@ TEST_F(Threads, AGroupThatTheHostCancelsPaintsWhole) {
       group.cancel();
     });
     group.wait();
+    order.reset();
     begun = true;
     canceller.join();
     ASSERT_TRUE(equal(map, alone));
@@ -165,7 +176,11 @@ TEST_F(Threads, ProgressThatRunsLoopsOfItsOwnChangesNothing) {
   const auto alone = paint(everything());
   std::atomic<long> sum{0};
   const auto work = [](void* user, const char*, double) {
-    tbb::parallel_for(0, 8, [&](int k) { *static_cast<std::atomic<long>*>(user) += k; });
+    const LoopOrder order;
+    tbb::parallel_for(0, 8, [&](int k) {
+      const LoopOrder::Body body;
+      *static_cast<std::atomic<long>*>(user) += k;
+    });
   };
   for (int i = 0; i < sweeps::rounds(2, 50); ++i) EXPECT_TRUE(equal(paint(everything(), work, &sum), alone));
   EXPECT_GT(sum, 0);

@@ -96,8 +96,29 @@ int renameat2(int fromFolder, const char* from, int toFolder, const char* to, un
 
 }  // extern "C"
 
+namespace {
+
+using Main = int (*)(int, char**, char**);
+Main programsMain = nullptr;
+/// Before `main` no handler of the program's can be there, and what libraries then ask for is not counted.
+std::atomic<bool> mainHasBegun{false};
+
+int mainWithFaults(int argc, char** argv, char** environment) {
+  mainHasBegun = true;
+  return programsMain(argc, argv, environment);
+}
+
+}  // namespace
+
+extern "C" int __libc_start_main(Main main, int argc, char** argv, void (*init)(), void (*fini)(),
+                                 void (*linkerFini)(), void* stackEnd) {
+  programsMain = main;
+  return next<decltype(&__libc_start_main)>("__libc_start_main")(mainWithFaults, argc, argv, init, fini,
+                                                                 linkerFini, stackEnd);
+}
+
 void* operator new(std::size_t bytes) {
-  void* const storage = fault().strikes("new") ? nullptr : std::malloc(bytes > 0 ? bytes : 1);
+  void* const storage = mainHasBegun && fault().strikes("new") ? nullptr : std::malloc(bytes > 0 ? bytes : 1);
   if (!storage) throw std::bad_alloc();
   return storage;
 }
