@@ -52,7 +52,7 @@ class Session {
   // The painter goes before the host that it uses, and what it shows after it.
   PainterLibrary library_;
   std::unique_ptr<orvScene, DestroyScene> host_;
-  KeptBackground kept_;
+  KeptWork kept_;
   PainterPointer painter_;
 };
 

@@ -60,11 +60,12 @@ class EnvironmentSize {
 /// the scene asks for it.
 class PinLayer {
  public:
-  PinLayer(const Scene& scene, const MapSize& size, hdri::IPainter& painter)
+  PinLayer(const Scene& scene, const MapSize& size, hdri::IPainter& painter, PinLights& lights)
       : smoothing_(scene.smoothing),
         keepsLight_(scene.quality == Quality::light),
         size_(size),
-        painter_(painter) {}
+        painter_(painter),
+        lights_(lights) {}
 
   /// @return false when the painter refuses it.
   bool add(const ScenePin& pin, const hdri::Brush& fill) const {
@@ -75,23 +76,26 @@ class PinLayer {
   bool add(const hdri::CirclePinParams& circle, const hdri::Brush& fill) const {
     if (!keepsLight_ || !smoothing_) return painter_.addCirclePin(circle, fill);
     const bool coordinates = fill.kind() != hdri::BrushKind::color;
-    return painter_.addCirclePin(keepLight(circle, size_.width, size_.height, coordinates), fill);
+    return painter_.addCirclePin(lights_.keepLight(circle, size_.width, size_.height, coordinates), fill);
   }
   bool add(const hdri::RectPinParams& rect, const hdri::Brush& fill) const {
     // Round corners are soft whatever the other edges are.
     const bool soft = smoothing_ || rect.cornerRadius > 0;
     if (!keepsLight_ || !soft) return painter_.addRectPin(rect, fill);
-    return painter_.addRectPin(keepLight(rect, size_.width, size_.height), fill);
+    return painter_.addRectPin(lights_.keepLight(rect, size_.width, size_.height), fill);
   }
 
   bool smoothing_;
   bool keepsLight_;
   MapSize size_;
   hdri::IPainter& painter_;
+  PinLights& lights_;
 };
 
-void addPins(const Scene& scene, const MapSize& size, hdri::IPainter& painter, const PaintOptions& options) {
-  const PinLayer layer(scene, size, painter);
+void addPins(const Scene& scene, const MapSize& size, hdri::IPainter& painter, const PaintOptions& options,
+             PinLights& lights) {
+  lights.nextScene();
+  const PinLayer layer(scene, size, painter, lights);
   for (std::size_t i = 0; i < scene.pins.size(); ++i) {
     const ScenePin& pin = scene.pins[i];
     if (!pin.enabled || layer.add(pin, *fillBrush(pin.fill, options.folder))) continue;
@@ -126,13 +130,15 @@ class ProgressListener {
 /// to be kept.
 class PainterUse {
  public:
-  PainterUse(hdri::IPainter& painter, const Scene& scene, KeptBackground* kept)
+  PainterUse(hdri::IPainter& painter, const Scene& scene, KeptWork* kept)
       : painter_(painter), smoothing_(static_cast<std::uint8_t>(scene.smoothing ? 1 : 0)), kept_(kept) {}
   ~PainterUse() {
     const bool drops = kept_ && !keeps_;
     if (drops) setOptions(false);
     painter_.clear();
-    if (drops) *kept_ = {};
+    if (!drops) return;
+    kept_->brush.reset();
+    kept_->imageStamp.reset();
   }
   PainterUse(const PainterUse&) = delete;
   PainterUse& operator=(const PainterUse&) = delete;
@@ -146,7 +152,9 @@ class PainterUse {
     // The painter may look at the brush until the background is gone, so the old one goes last.
     const bool good = painter_.setBackground(*brush);
     brush_ = std::move(brush);
-    if (kept_) *kept_ = {brush_, imageStamp};
+    if (!kept_) return good;
+    kept_->brush = brush_;
+    kept_->imageStamp = imageStamp;
     return good;
   }
   void keep() { keeps_ = true; }
@@ -154,7 +162,7 @@ class PainterUse {
  private:
   hdri::IPainter& painter_;
   std::uint8_t smoothing_;
-  KeptBackground* kept_;
+  KeptWork* kept_;
   std::shared_ptr<hdri::Brush> brush_;
   bool keeps_ = false;
 };
@@ -168,7 +176,7 @@ std::optional<host::FileStamp> imageStampOf(const Background& background, const 
 }  // namespace
 
 PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host,
-                       const PaintOptions& options, KeptBackground* kept) {
+                       const PaintOptions& options, KeptWork* kept) {
   const LogCollector log;
   const ProgressListener progress(host, options.progress);
   PaintResult result;
@@ -183,7 +191,8 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
     const EnvironmentSize imageSize(host, keepsLight ? size : MapSize{0, 0});
     use.setOptions(kept != nullptr);
     result.fellBack = !use.setBackground(background, imageStampOf(scene.background, options.folder));
-    addPins(scene, size, painter, options);
+    PinLights ofThisScene;
+    addPins(scene, size, painter, options, kept ? kept->pins : ofThisScene);
     result.map = painter.paint();
   } catch (const std::bad_alloc&) {
     throw PaintError(options.fileName + ": size: there is not enough memory to paint a map of this size");

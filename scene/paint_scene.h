@@ -10,6 +10,7 @@
 #include "hdri/EnvImage.h"
 #include "hdri/IPainter.h"
 #include "orvrender/images/FileStamp.h"
+#include "scene/PinLights.h"
 #include "scene/Scene.h"
 #include "scene/SceneErrors.h"
 
@@ -39,11 +40,12 @@ struct PaintResult {
   bool fellBack = false;
 };
 
-/// The background that a painter holds from one scene to the next, and what it was made of. It belongs to one
-/// painter and one host.
-struct KeptBackground {
+/// What is kept from one scene to the next: the background that a painter holds with what it was made of, and
+/// the pins' sizes. It belongs to one painter and one host.
+struct KeptWork {
   std::shared_ptr<hdri::Brush> brush = {};         ///< null: none is kept
   std::optional<host::FileStamp> imageStamp = {};  ///< of its image, where it shows one
+  PinLights pins = {};
 };
 
 /// Paints a scene with a painter and a host: size, options, background, enabled pins in order, paint. While
@@ -55,6 +57,6 @@ struct KeptBackground {
 /// @throws FileError when the image that gives the size can not be read; PaintError when the painter refuses
 ///         a pin or there is not enough memory. Nothing is kept then.
 PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host,
-                       const PaintOptions& options, KeptBackground* kept = nullptr);
+                       const PaintOptions& options, KeptWork* kept = nullptr);
 
 }  // namespace orv::scene

@@ -18,10 +18,9 @@ ExitStatus check(const std::vector<std::string>& scenes) {
       const scene::SceneDocument document = scene::SceneDocument::load(path);
       document.check();
       good += orv::printableText(path) + ": good\n";
-      for (const std::string& line : scene::missingImages(document.read(), document.folder())) {
+      // The scene is right all the same: its pictures may be somewhere else where it is painted.
+      for (const std::string& line : scene::missingImages(document.read(), document.folder()))
         printMessage(path + ": " + line);
-        status = std::max(status, fileFailed);
-      }
     } catch (const scene::SceneErrors& errors) {
       for (const std::string& line : errors.lines()) printLine(line);
       status = callIsWrong;

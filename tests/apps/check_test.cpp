@@ -104,6 +104,19 @@ TEST(Info, NamesPinsAndMissingImages) {
   EXPECT_THAT(run.out, HasSubstr("pins[0] \"rim\" circle at 150/-20, radius 12, solid, add color [1, 2, 3]"));
 }
 
+TEST(Check, NamesWhoWantsAMissingPicture) {
+  const TestFolder folder;
+  const std::string scene =
+      folder.put("s.json", R"({"version": 1, "background": {"type": "image", "path": "none.exr"},
+    "pins": [{"name": "rim", "shape": "circle", "azimuth": 150, "elevation": -20, "radius": 12,
+              "fill": {"type": "image", "path": "b.png"}}]})");
+  const std::string lines = "orvpaint: " + scene + ": background.path: there is no file " +
+                            (folder / "none.exr") + "\norvpaint: " + scene +
+                            ": pins[0] \"rim\": fill.path: there is no file " + (folder / "b.png") + "\n";
+  EXPECT_EQ(orvpaint({"check", scene}).err, lines);
+  EXPECT_THAT(orvpaint({"paint", scene, "-o", folder / "a.exr"}).err, ::testing::StartsWith(lines));
+}
+
 TEST(Info, ControlCharactersAreShownAsEscapes) {
   const TestFolder folder;
   const std::string scene = folder.put("a\x1b]0;b\nc.json", R"({"version": 1,
