@@ -2,41 +2,31 @@
 
 #include <mutex>
 #include <string>
-#include <utility>
+#include <thread>
 #include <vector>
-
-#include "orvrender/orvHost.h"
 
 namespace orv::scene {
 
-/// Collects the host's log while it lives; the log goes to standard error again afterwards. One at a time.
+/// Collects the host's log while it lives; the log goes to standard error again when the last collector is
+/// gone. A line goes to the innermost collector of the thread that writes it. Other threads, a painter's
+/// workers say, write for whoever they work for: their lines go to every collector. Thread-safe.
 class LogCollector {
  public:
-  LogCollector() { orv_log_set_listener(&LogCollector::add, this); }
-  ~LogCollector() { orv_log_set_listener(nullptr, nullptr); }
+  LogCollector();
+  ~LogCollector();
   LogCollector(const LogCollector&) = delete;
   LogCollector& operator=(const LogCollector&) = delete;
 
   /// The lines so far.
-  std::vector<std::string> lines() const {
-    const std::lock_guard lock(mutex_);
-    return lines_;
-  }
+  std::vector<std::string> lines() const;
 
   /// The lines so far in one.
-  std::string joined() const {
-    std::string text;
-    for (const std::string& line : lines()) text += (text.empty() ? "" : "; ") + line;
-    return text;
-  }
+  std::string joined() const;
 
  private:
-  static void add(void* user, const char* line) {
-    auto* self = static_cast<LogCollector*>(user);
-    const std::lock_guard lock(self->mutex_);
-    self->lines_.emplace_back(line);
-  }
+  static void add(void* user, const char* line);
 
+  const std::thread::id thread_ = std::this_thread::get_id();
   mutable std::mutex mutex_;
   std::vector<std::string> lines_;
 };

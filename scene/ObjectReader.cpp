@@ -5,11 +5,15 @@
 #include <cstdint>
 
 #include "scene/json_text.h"
+#include "scene/light_color.h"
 
 namespace orv::scene {
 namespace {
 
 using Names = std::vector<std::string_view>;
+
+constexpr Number kStops = Number::within(double{-Exposure::kMost}, double{Exposure::kMost});
+constexpr Number kKelvin = Number::within(kLowestTemperature, kHighestTemperature);
 
 /// `above 0 and at most 180`; empty when every number is allowed.
 std::string rangeText(const Number& type) {
@@ -27,6 +31,9 @@ std::string ObjectReader::allowed(const Number& type) {
   const std::string range = rangeText(type);
   return range.empty() ? "a number" : "a number " + range;
 }
+
+std::string ObjectReader::allowed(Exposure) { return allowed(kStops); }
+std::string ObjectReader::allowed(Temperature) { return allowed(kKelvin); }
 
 std::string ObjectReader::allowed(const Integer& type) {
   if (type.min == type.max) return std::to_string(type.min);
@@ -64,13 +71,25 @@ bool ObjectReader::refuseType(const Place& place, const std::string& allowed) {
   return refuse(place, place.value.found() + " found; allowed: " + allowed);
 }
 
+bool ObjectReader::hasUnknownKeys(const Members& members) {
+  const auto& object = std::get<JsonObject>(members.place.value.data);
+  return std::any_of(object.begin(), object.end(), [&](const JsonMember& member) {
+    return std::find(members.keys.begin(), members.keys.end(), member.key) == members.keys.end();
+  });
+}
+
 void ObjectReader::checkKeys(const Members& members) {
   if (members.misplaced) return;  // They may be right where the name is.
   const Names& keys = members.keys;
   for (const JsonMember& member : std::get<JsonObject>(members.place.value.data)) {
     if (std::find(keys.begin(), keys.end(), member.key) != keys.end()) continue;
+    const auto owner = std::find_if(members.nested.begin(), members.nested.end(),
+                                    [&](const auto& nested) { return nested.first == member.key; });
+    const std::string hint = owner == members.nested.end()
+                                 ? suggestion(member.key, keys)
+                                 : " (it belongs in \"" + std::string(owner->second) + "\")";
     refuse({member.value, members.place.path.child(member.key)},
-           "not a key of " + members.owner + suggestion(member.key, keys) + "; allowed: " + listOf(keys));
+           "not a key of " + members.owner + hint + "; allowed: " + listOf(keys));
   }
 }
 
@@ -103,6 +122,25 @@ bool ObjectReader::read(const Number& type, const Place& place, float& result) {
                                numberText(type.max) + range);
   }
   result = rounded;
+  return true;
+}
+
+bool ObjectReader::read(Exposure, const Place& place, float& result) {
+  float stops = 0;
+  if (!read(kStops, place, stops)) return false;
+  const float product = result * std::exp2(stops);
+  if (!std::isfinite(product))
+    return refuse(place, place.value.found() + " stops of " + numberText(static_cast<double>(result)) +
+                             " are not finite as a 32-bit float; allowed: less light");
+  result = product;
+  return true;
+}
+
+bool ObjectReader::read(Temperature, const Place& place, std::tuple<float&, float&, float&>& result) {
+  float kelvin = 0;
+  if (!read(kKelvin, place, kelvin)) return false;
+  const hdri::Rgb color = lightColor(static_cast<double>(kelvin));
+  result = std::tuple(color.r, color.g, color.b);
   return true;
 }
 

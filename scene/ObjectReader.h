@@ -7,6 +7,7 @@
 #include <string_view>
 #include <tuple>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "scene/Problems.h"
@@ -15,6 +16,11 @@
 #include "scene/nearest_name.h"
 
 namespace orv::scene {
+
+template <typename Type>
+inline constexpr bool kIsObject = false;
+template <typename Keys, typename Given>
+inline constexpr bool kIsObject<Object<Keys, Given>> = true;
 
 /// Reads JSON objects as their keys describe them. What is wrong goes to the problems, and the member that it
 /// should have filled stays as it was.
@@ -40,7 +46,19 @@ class ObjectReader {
       if (addKey(members, key.name)) readGiven(members, key, value);
     };
     keys.visit(owner, readMember, !members.chosen);
-    checkKeys(members);
+    if (hasUnknownKeys(members)) {
+      const auto addNested = [&](const auto& key, auto&& value, const auto&) {
+        if constexpr (kIsObject<std::remove_cvref_t<decltype(key.type)>>)
+          key.type.keys.visit(
+              value,
+              [&](const auto& inner, auto&&, const auto&) {
+                members.nested.push_back({inner.name, key.name});
+              },
+              true);
+      };
+      keys.visit(owner, addNested, !members.chosen);
+      checkKeys(members);
+    }
   }
 
  private:
@@ -52,6 +70,7 @@ class ObjectReader {
     bool chosen = true;                       ///< whether the keys are those of one alternative
     std::string_view tag = {};                ///< else the key that should have chosen it, already read
     bool misplaced = false;                   ///< and whether that has the name of another use
+    std::vector<std::pair<std::string_view, std::string_view>> nested = {};  ///< keys of objects, and theirs
   };
 
   /// Makes `owner` hold the alternative that is named; reports the name when there is no such alternative.
@@ -62,7 +81,8 @@ class ObjectReader {
     if (value && std::holds_alternative<std::string>(value->data)) name = std::get<std::string>(value->data);
     members.chosen = tag.choice.select(name, owner);
     if (members.chosen) {
-      members.owner.assign("a ").append(name).append(" ").append(tag.choice.noun);
+      const bool vowel = std::string_view("aeio").find(name.front()) != std::string_view::npos;
+      members.owner.assign(vowel ? "an " : "a ").append(name).append(" ").append(tag.choice.noun);
       return;
     }
     readGiven(members, tag.key(), name);
@@ -79,7 +99,7 @@ class ObjectReader {
       if (good && other)
         refuse({*other, path},
                "given together with " + std::string(key.insteadOf) + "; allowed: one of the two");
-    } else if (key.need == Need::required) {
+    } else if (key.need == Need::required && !(!key.orElse.empty() && memberOf(members.place, key.orElse))) {
       refuse({members.place.value, path}, "missing; required: " + allowed(key.type));
     }
   }
@@ -87,6 +107,8 @@ class ObjectReader {
   // What may stand there, for messages.
   static std::string allowed(const Number& type);
   static std::string allowed(const Integer& type);
+  static std::string allowed(Exposure type);
+  static std::string allowed(Temperature type);
   static std::string allowed(Flag) { return "true, false"; }
   static std::string allowed(Text type) {
     return type.isPath ? "the path of an image file, in quotes" : "text in quotes";
@@ -106,6 +128,8 @@ class ObjectReader {
 
   // Each reads a value, and gives true when it has stored one.
   bool read(const Number& type, const Place& place, float& result);
+  bool read(Exposure type, const Place& place, float& result);
+  bool read(Temperature type, const Place& place, std::tuple<float&, float&, float&>& result);
   template <typename Result>
   bool read(const Integer& type, const Place& place, Result& result) {
     const std::optional<std::int64_t> integer = readInteger(type, place);
@@ -152,6 +176,7 @@ class ObjectReader {
   static const JsonValue* memberOf(const Place& place, std::string_view key);
   static bool addKey(Members& members, std::string_view key);
 
+  static bool hasUnknownKeys(const Members& members);
   void checkKeys(const Members& members);
   void checkAscending(const Place& place, std::string_view key, float value, float& last);
   void checkFinite(const JsonValue& value, const JsonPath& path);

@@ -21,6 +21,9 @@ class Problems {
     if (found_.size() < kMostKept) found_.push_back({order, fileName_ + ": " + place + ": " + finding});
   }
 
+  /// Names the file otherwise in what is added from now on.
+  void setFileName(std::string fileName) { fileName_ = std::move(fileName); }
+
   bool empty() const { return count_ == 0; }
 
   /// @throws SceneErrors when anything was added.

@@ -30,13 +30,16 @@ struct MapSize {
   friend bool operator==(const MapSize&, const MapSize&) = default;
 };
 
+inline constexpr auto kTint = [](auto& of) { return std::tie(of.tintRed, of.tintGreen, of.tintBlue); };
+
 inline constexpr auto kAdjustmentKeys =
     keys("an adjustment",  //
          key("brightness", Number::any(), &hdri::Adjustments::brightness),
+         key("exposure", Exposure{}, &hdri::Adjustments::brightness),
          key("gamma", Number::above(0), &hdri::Adjustments::gamma),
          key("hue", Number::within(0, 1), &hdri::Adjustments::hueShift),
          key("saturation", Number::within(-1, 1), &hdri::Adjustments::saturation),
-         key("tint", Color{}, [](auto& of) { return std::tie(of.tintRed, of.tintGreen, of.tintBlue); }));
+         key("tint", Color{}, kTint), key("temperature", Temperature{}, kTint, Need::optional, "tint"));
 
 /// Rotation of the sphere: what lies `azimuth` to the right of the map's centre comes to its centre.
 struct Rotation {
@@ -46,7 +49,7 @@ struct Rotation {
 };
 
 inline constexpr auto kRotationKeys = keys("a rotation",  //
-                                           key("azimuth", Number::within(0, 360), &Rotation::azimuth),
+                                           key("azimuth", Number::azimuth(), &Rotation::azimuth),
                                            key("tilt", Number::within(-180, 180), &Rotation::tilt));
 
 /// What is done to a map before it becomes the background.
@@ -63,7 +66,8 @@ inline constexpr auto kMapChangeKeys = keys("a map",  //
 inline constexpr auto kStopKeys =
     keys("a stop",  //
          key("position", Number::any(), &hdri::GradientStop::position, Need::required),
-         key("color", Color{}, kRgb, Need::required),
+         key("color", Color{}, kRgb, Need::required, {}, "temperature"),
+         key("temperature", Temperature{}, kRgb, Need::optional, "color"),
          key("intensity", Number::any(), &hdri::GradientStop::intensity),
          key("slopeIn", Number::any(), &hdri::GradientStop::slopeIn),
          key("slopeOut", Number::any(), &hdri::GradientStop::slopeOut));
@@ -88,11 +92,11 @@ inline constexpr auto kSkyKeys =
          key("hours", Number::within(0, 24), &hdri::SkySettings::hours),
          key("dayOfYear", Integer{1, 366}, &hdri::SkySettings::dayOfYear),
          key("timeZone", Number::within(-12, 14), &hdri::SkySettings::timeZone),
-         key("northOffset", Number::within(-360, 360), &hdri::SkySettings::northOffset));
+         key("northOffset", Number::azimuth(), &hdri::SkySettings::northOffset));
 
 inline constexpr auto kSunKeys =
     keys("a sun",  //
-         key("azimuth", Number::within(-360, 360), &hdri::SkySettings::sunAzimuth, Need::required),
+         key("azimuth", Number::azimuth(), &hdri::SkySettings::sunAzimuth, Need::required),
          key("elevation", Number::within(-90, 90), &hdri::SkySettings::sunElevation, Need::required));
 
 // What a background or a fill is painted with; what only one of them can be is named after it.
@@ -102,11 +106,14 @@ struct ColorPaint {
   friend bool operator==(const ColorPaint&, const ColorPaint&) = default;
 };
 
+inline constexpr auto kPaintColor = [](auto& of) { return kRgb(of.color); };
+
 inline constexpr auto kColorKeys =
     keys("color",  //
          key("brightness", Number::any(), &ColorPaint::brightness),
-         key(
-             "color", Color{}, [](auto& of) { return kRgb(of.color); }, Need::required));
+         key("exposure", Exposure{}, &ColorPaint::brightness),
+         key("color", Color{}, kPaintColor, Need::required, {}, "temperature"),
+         key("temperature", Temperature{}, kPaintColor, Need::optional, "color"));
 
 struct GradientPaint {
   std::vector<hdri::GradientStop> stops;  ///< ascending positions; white when empty
@@ -249,7 +256,7 @@ inline constexpr auto kPinShape = choice("shape", "pin", &ScenePin::shape, {}, k
 inline constexpr auto kPinKeys =
     keys("a pin",                                                                           //
          key("name", Text{}, &ScenePin::name), key("enabled", Flag{}, &ScenePin::enabled),  //
-         Tag{kPinShape}, key("azimuth", Number::within(-180, 180), &ScenePin::azimuth, Need::required),
+         Tag{kPinShape}, key("azimuth", Number::azimuth(), &ScenePin::azimuth, Need::required),
          key("elevation", Number::within(-90, 90), &ScenePin::elevation, Need::required),
          key("rotation", Number::any(), &ScenePin::rotation), key("half", Flag{}, &ScenePin::half),  //
          Alternatives{kPinShape}, key("falloffAmount", Number::atLeast(0), &ScenePin::falloffAmount),

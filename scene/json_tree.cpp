@@ -91,7 +91,8 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
       overflow_ = {count_, position, token};
       return false;
     }
-    problems_.add(0, placeIn(text_, position), finding(error.what()));
+    problems_.add(0, placeIn(text_, position),
+                  commaFinding(position, token, error.what()).value_or(finding(error.what())));
     return false;
   }
 
@@ -167,6 +168,25 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
         steps[depth + 1] = parent.child(std::get<JsonObject>(stack_[depth]->data).back().key);
     }
     return steps[stack_.size() - 1].child(key).text();
+  }
+
+  /// What is wrong with a comma, if one is.
+  std::optional<std::string> commaFinding(std::size_t position, const std::string& token,
+                                          std::string_view message) const {
+    if (token.empty() || position == 0 || position > text_.size()) return std::nullopt;
+    const char end = text_[position - 1];
+    const std::string_view before = text_.substr(0, position - 1);
+    const std::size_t last = before.find_last_not_of(" \t\r\n");
+    const bool afterComma = last != std::string_view::npos && before[last] == ',';
+    if (afterComma && (end == '}' || end == ']'))
+      return std::string("nothing follows the comma before this ") + end + "; remove the comma";
+    const bool wantsEnd = message.ends_with("; expected '}'") || message.ends_with("; expected ']'");
+    if (wantsEnd && message.find("unexpected end of input") == std::string_view::npos)
+      return "a comma is missing before " +
+             (token.size() > 1 && token.front() == '"'
+                  ? quotedText(std::string_view(token).substr(1, token.size() - 2))
+                  : token.substr(0, 40));
+    return std::nullopt;
   }
 
   /// The parser's message without its number and its place, which `place` gives.

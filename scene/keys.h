@@ -32,10 +32,21 @@ struct Number {
   static constexpr Number any() { return {}; }
   static constexpr Number atLeast(double min) { return {.min = min}; }
   static constexpr Number above(double min) { return {.min = min, .minExcluded = true}; }
+  /// Degrees along the horizon, taken modulo a turn.
+  static constexpr Number azimuth() { return {.min = -360, .max = 360}; }
   static constexpr Number within(double min, double max) { return {.min = min, .max = max}; }
   constexpr Number to(double most) const { return {min, most, minExcluded, false}; }
   constexpr Number below(double limit) const { return {min, limit, minExcluded, true}; }
 };
+
+/// A number of stops: 2 to its power is a factor of the number that was read before it. A scene holds the
+/// product, which is written without it.
+struct Exposure {
+  static constexpr float kMost = 64;
+};
+
+/// A temperature in kelvin: another way to say a colour, which is what a scene holds and what is written.
+struct Temperature {};
 
 struct Integer {
   std::int64_t min;
@@ -98,6 +109,7 @@ struct Key {
   Member member;
   Need need;
   std::string_view insteadOf;  ///< a key that may not stand beside it
+  std::string_view orElse;     ///< a key that may stand in the place of a required one
 
   template <typename Owner, typename Visitor>
   void visit(Owner& object, const Visitor& visitor, bool) const {
@@ -152,7 +164,7 @@ struct Tag {
 
   constexpr auto key() const {
     return Key<Name, std::nullptr_t>{
-        choice.key, {choice.names, 1, choice.misplaced}, nullptr, Need::required, {}};
+        choice.key, {choice.names, 1, choice.misplaced}, nullptr, Need::required, {}, {}};
   }
   template <typename Owner, typename Visitor>
   void visit(Owner& object, const Visitor& visitor, bool) const {
@@ -226,8 +238,8 @@ constexpr auto keys(std::string_view owner, Entries... entries) {
 }
 template <typename Type, typename Member>
 constexpr auto key(std::string_view name, Type type, Member member, Need need = Need::optional,
-                   std::string_view insteadOf = {}) {
-  return Key<Type, Member>{name, type, member, need, insteadOf};
+                   std::string_view insteadOf = {}, std::string_view orElse = {}) {
+  return Key<Type, Member>{name, type, member, need, insteadOf, orElse};
 }
 
 /// @param misplaced a name that may not stand here, and how messages say so; @param keys of the alternatives.

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "hdri/EnvImage.h"
 #include "orvrender/images/ImageModule.h"
 #include "scene/HostPicture.h"
 #include "scene/SceneErrors.h"
@@ -11,17 +12,23 @@
 
 namespace orv::scene {
 
-/// What can be told of a latitude-longitude map in a file.
-struct MapInfo {
-  int width = 0;
-  int height = 0;
-  host::FileHeader header;
-
+/// The light of a latitude-longitude map.
+struct MapLight {
   std::array<double, 3> mean{};   ///< of red, green and blue over the sphere, by solid angle
   double brightest = 0;           ///< largest Rec. 709 luminance
   double brightestLongitude = 0;  ///< of the brightest pixel's centre, degrees
   double brightestLatitude = 0;
 };
+
+/// What can be told of a latitude-longitude map in a file.
+struct MapInfo : MapLight {
+  int width = 0;
+  int height = 0;
+  host::FileHeader header;
+};
+
+/// Measures a map of ours. Values that are not finite make sums that are not finite.
+MapLight lightOf(const hdri::EnvImage& map);
 
 /// Reads the map at `path` (UTF-8) through the host's image loader and measures it.
 /// @param layout how it lies. @param maxPixels a larger one is refused.

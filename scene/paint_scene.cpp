@@ -100,26 +100,89 @@ void addPins(const Scene& scene, const MapSize& size, hdri::IPainter& painter, c
   }
 }
 
+/// Sends a host's progress to a listener while it lives.
+class ProgressListener {
+ public:
+  using Listener = std::function<void(const char*, double)>;
+
+  ProgressListener(orvScene* host, const Listener& listener) : host_(listener ? host : nullptr) {
+    if (host_) orv_progress_set_listener(host_, &ProgressListener::hear, const_cast<Listener*>(&listener));
+  }
+  ~ProgressListener() {
+    if (host_) orv_progress_set_listener(host_, nullptr, nullptr);
+  }
+  ProgressListener(const ProgressListener&) = delete;
+  ProgressListener& operator=(const ProgressListener&) = delete;
+
+ private:
+  static void hear(void* listener, const char* phase, double amount) {
+    (*static_cast<const Listener*>(listener))(phase, amount);
+  }
+
+  orvScene* host_;  // null: nobody listens
+};
+
+/// The use of a painter for one scene. At its end the pins are taken away, and the background where it is not
+/// to be kept.
+class PainterUse {
+ public:
+  PainterUse(hdri::IPainter& painter, const Scene& scene, KeptBackground* kept)
+      : painter_(painter), smoothing_(static_cast<std::uint8_t>(scene.smoothing ? 1 : 0)), kept_(kept) {}
+  ~PainterUse() {
+    const bool drops = kept_ && !keeps_;
+    if (drops) setOptions(false);
+    painter_.clear();
+    if (drops) *kept_ = {};
+  }
+  PainterUse(const PainterUse&) = delete;
+  PainterUse& operator=(const PainterUse&) = delete;
+
+  void setOptions(bool keep) {
+    painter_.setOptions({.smoothing = smoothing_, .keepBackground = static_cast<std::uint8_t>(keep ? 1 : 0)});
+  }
+  /// Sets the background unless it is the kept one; false when the painter can not show it.
+  bool setBackground(std::shared_ptr<hdri::Brush> brush, std::optional<host::FileStamp> imageStamp) {
+    if (kept_ && kept_->brush && kept_->brush->equals(*brush) && kept_->imageStamp == imageStamp) return true;
+    // The painter may look at the brush until the background is gone, so the old one goes last.
+    const bool good = painter_.setBackground(*brush);
+    brush_ = std::move(brush);
+    if (kept_) *kept_ = {brush_, imageStamp};
+    return good;
+  }
+  void keep() { keeps_ = true; }
+
+ private:
+  hdri::IPainter& painter_;
+  std::uint8_t smoothing_;
+  KeptBackground* kept_;
+  std::shared_ptr<hdri::Brush> brush_;
+  bool keeps_ = false;
+};
+
+/// The state of the file that a background shows; none when it shows none, or none is there.
+std::optional<host::FileStamp> imageStampOf(const Background& background, const std::string& folder) {
+  const auto* image = std::get_if<ImageBackground>(&background.paint);
+  return image ? host::FileStamp::of(resolvePath(folder, image->path)) : std::nullopt;
+}
+
 }  // namespace
 
 PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host,
-                       const PaintOptions& options) {
-  LogCollector log;
+                       const PaintOptions& options, KeptBackground* kept) {
+  const LogCollector log;
+  const ProgressListener progress(host, options.progress);
   PaintResult result;
+  PainterUse use(painter, scene, kept);
   try {
-    // The painter may look at the background's brush until it is cleared.
     const std::shared_ptr<hdri::Brush> background = backgroundBrush(scene.background, options.folder);
-    const auto clear = [](hdri::IPainter* used) { used->clear(); };
-    const std::unique_ptr<hdri::IPainter, decltype(clear)> clearAtEnd(&painter, clear);
+    const bool keepsLight = scene.quality == Quality::light;
+    background->setBlurOnSphere(keepsLight);
     painter.setScene(host);
     const MapSize size = sizeOf(scene, host, options, log);
     painter.setSize(size.width, size.height);
-    const bool keepsLight = scene.quality == Quality::light;
-    background->setBlurOnSphere(keepsLight);
     const EnvironmentSize imageSize(host, keepsLight ? size : MapSize{0, 0});
-    painter.setOptions(
-        {.smoothing = static_cast<std::uint8_t>(scene.smoothing ? 1 : 0), .keepBackground = 0});
-    result.fellBack = !painter.setBackground(*background);
+    use.setOptions(kept != nullptr);
+    result.fellBack = !use.setBackground(background, imageStampOf(scene.background, options.folder));
     addPins(scene, size, painter, options);
     result.map = painter.paint();
   } catch (const std::bad_alloc&) {
@@ -132,6 +195,8 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
     throw PaintError(options.fileName + ": background: could not be painted" +
                      (result.messages.empty() ? "" : ": " + log.joined()));
   for (const std::string& line : result.messages) result.fellBack |= tellsOfFallback(line);
+  // What is said of a background may be that it is not what was asked for.
+  if (result.messages.empty() && !result.fellBack) use.keep();
   return result;
 }
 

@@ -1,12 +1,15 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "hdri/Brush.h"
 #include "hdri/EnvImage.h"
 #include "hdri/IPainter.h"
+#include "orvrender/images/FileStamp.h"
 #include "scene/Scene.h"
 #include "scene/SceneErrors.h"
 
@@ -23,6 +26,9 @@ struct PaintOptions {
   std::string fileName = "scene";    ///< what messages call the scene
   std::string folder = {};           ///< image paths are relative to it: the scene file's
   std::optional<MapSize> size = {};  ///< instead of the scene's own
+  /// Hears of the phase of the work and of the amount done in it, 0 to 1. Called from any thread, one call at
+  /// a time; must not throw. May be empty.
+  std::function<void(const char* phase, double amount)> progress = {};
 };
 
 struct PaintResult {
@@ -33,12 +39,22 @@ struct PaintResult {
   bool fellBack = false;
 };
 
+/// The background that a painter holds from one scene to the next, and what it was made of. It belongs to one
+/// painter and one host.
+struct KeptBackground {
+  std::shared_ptr<hdri::Brush> brush = {};         ///< null: none is kept
+  std::optional<host::FileStamp> imageStamp = {};  ///< of its image, where it shows one
+};
+
 /// Paints a scene with a painter and a host: size, options, background, enabled pins in order, paint. While
 /// it runs, the host's log goes to the result; afterwards it goes to standard error. However it ends, the
-/// painter holds no pin and no background of the scene afterwards.
+/// painter holds no pin of the scene afterwards.
+/// @param kept what the painter has kept, and keeps now: a background that is the same, of the same size and
+///        of a file that has not changed, is not prepared again. One that the host had something to say of is
+///        not kept. Null: nothing is kept.
 /// @throws FileError when the image that gives the size can not be read; PaintError when the painter refuses
-///         a pin or there is not enough memory.
+///         a pin or there is not enough memory. Nothing is kept then.
 PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host,
-                       const PaintOptions& options);
+                       const PaintOptions& options, KeptBackground* kept = nullptr);
 
 }  // namespace orv::scene

@@ -14,6 +14,13 @@
 namespace orv::scene {
 namespace {
 
+/// An azimuth in degrees as the painter's rotations take it: 0 to 360.
+float withinTurn(float azimuth) {
+  if (azimuth >= 0 && azimuth <= 360) return azimuth;
+  const double rest = std::fmod(static_cast<double>(azimuth), 360.0);
+  return static_cast<float>(rest < 0 ? rest + 360 : rest);
+}
+
 /// The rotation's azimuth, degrees, over a picture that lies in a layout: the painter turns by it what is in
 /// the file, about the axis on which layouts differ.
 float azimuthInFile(Layout layout, float azimuth) {
@@ -52,7 +59,7 @@ struct BrushMaker {
   }
   std::shared_ptr<hdri::Brush> operator()(const ImageBackground& paint) const {
     MapChanges map = paint.map;
-    map.rotation.azimuth = azimuthInFile(paint.layout, paint.map.rotation.azimuth);
+    map.rotation.azimuth = azimuthInFile(paint.layout, withinTurn(paint.map.rotation.azimuth));
     return changed(adjusted<hdri::ImageBrush>(paint, resolvePath(folder, paint.path)), map);
   }
   std::shared_ptr<hdri::Brush> operator()(const ImageFill& paint) const {
@@ -72,10 +79,16 @@ struct BrushMaker {
   template <typename Brush>
   static std::shared_ptr<Brush> changed(std::shared_ptr<Brush> brush, const MapChanges& map) {
     brush->setBlurAmount(map.blur);
-    brush->setTiltAngles(map.rotation.azimuth, map.rotation.tilt);
+    brush->setTiltAngles(withinTurn(map.rotation.azimuth), map.rotation.tilt);
     return brush;
   }
 };
+
+/// An azimuth in degrees as the painter's pins take it: -180 to 180.
+float withinHalfTurn(float azimuth) {
+  if (std::abs(azimuth) <= 180) return azimuth;
+  return static_cast<float>(std::remainder(static_cast<double>(azimuth), 360.0));
+}
 
 float radians(float degrees) { return degrees * hdri::kRadiansPerDegree; }
 
@@ -83,7 +96,7 @@ float radians(float degrees) { return degrees * hdri::kRadiansPerDegree; }
 template <typename Params, typename Shape>
 Params commonParams(const ScenePin& pin, const Shape& shape) {
   Params params;
-  params.azimuth = radians(pin.azimuth);
+  params.azimuth = radians(withinHalfTurn(pin.azimuth));
   params.elevation = radians(pin.elevation);
   params.rotation = radians(pin.rotation);
   params.half = pin.half ? 1 : 0;

@@ -28,6 +28,8 @@ Json json(const Number&, float value) {
 }
 
 Json json(const Integer&, std::int64_t value) { return value; }
+Json json(Exposure, float) { return {}; }
+Json json(Temperature, const std::tuple<const float&, const float&, const float&>&) { return {}; }
 Json json(Flag, bool value) { return value; }
 Json json(Text, const std::string& value) { return value; }
 Json json(Size, const MapSize& size) { return Json::array({size.width, size.height}); }

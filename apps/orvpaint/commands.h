@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -18,9 +19,8 @@ enum ExitStatus : int {
   fellBack = 3,     ///< the painter fell back to a visible colour, or to a worse picture
 };
 
-/// What it takes to paint a scene.
-struct SceneArguments {
-  std::string scene;
+/// What it takes to paint.
+struct PainterArguments {
   std::optional<orv::scene::MapSize> size;
   int threads = 0;  ///< 0: as many as the process may use processors
   std::string painter;
@@ -29,18 +29,41 @@ struct SceneArguments {
   std::uint64_t maxImagePixels = orv::scene::kMaxPicturePixels;  ///< larger pictures are refused
 };
 
-struct PaintArguments : SceneArguments {
-  std::vector<std::string> outputs;
+/// One of `count` parts of a call's maps.
+struct Shard {
+  std::size_t number = 1;  ///< from 1
+  std::size_t count = 1;
+};
+
+/// How maps are written, and which of them.
+struct MapArguments : PainterArguments {
+  std::vector<std::string> outputs;           ///< names, with words in braces
   std::optional<float> exposureStops = 0.0f;  ///< of previews; none: chosen automatically
   std::string compression;
   bool half = false;
   std::optional<float> limit;
   orv::scene::Layout layout = orv::scene::Layout::native;  ///< of every output
   std::string usd;  ///< where a dome light is written that shows the first output of floats; empty: nowhere
+  bool skipExisting = false;
+  Shard shard;
+  std::string manifest;  ///< empty: none
+  bool dryRun = false;
+};
+
+struct PaintArguments : MapArguments {
+  std::vector<std::string> scenes;
+  std::vector<std::string> settings;
+  std::vector<std::string> sweeps;
+  std::string frames;  ///< empty: none
+};
+
+struct BatchArguments : MapArguments {
+  std::string jobs;  ///< file of job lines; `-`: standard input
 };
 
 /// `scene` may be a map's file, too.
-struct PreviewArguments : SceneArguments {
+struct PreviewArguments : PainterArguments {
+  std::string scene;
   std::string output;
   std::optional<float> exposureStops;  ///< none: chosen automatically
   float cameraAzimuth = 180;
@@ -48,12 +71,13 @@ struct PreviewArguments : SceneArguments {
 
 /// Each runs one command. Errors of files and scenes that end the command are thrown.
 ExitStatus paint(const PaintArguments& arguments);
+ExitStatus batch(const BatchArguments& arguments);
 ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
 ExitStatus info(const std::string& file, orv::scene::Layout layout, std::uint64_t maxImagePixels);
 
-/// The first of some outputs that is not a preview; empty when there is none.
-std::string firstOfFloats(const std::vector<std::string>& outputs);
+/// What is wrong with the name of a map's file, or nothing.
+std::string checkOutput(const std::string& path);
 
 /// Name and version, as files and `--version` give it.
 std::string programVersion();

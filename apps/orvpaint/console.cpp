@@ -46,6 +46,12 @@ void printLine(const std::string& line) {
 
 void printMessage(const std::string& message) { printLine("orvpaint: " + message); }
 
+std::function<void(const std::string&, bool)> tellUnless(bool quiet) {
+  return [quiet](const std::string& line, bool important) {
+    if (!quiet || important) printMessage(line);
+  };
+}
+
 void handleSignals() {
   struct sigaction action {};
   action.sa_handler = &endBySignal;

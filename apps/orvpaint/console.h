@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 namespace orvpaint {
@@ -13,6 +14,9 @@ void printResult(const std::string& text);
 
 /// Writes `orvpaint: message` to standard error as one line; a progress bar is taken away first.
 void printMessage(const std::string& message);
+
+/// Shows what is said of a map: with `quiet` only what is important.
+std::function<void(const std::string&, bool)> tellUnless(bool quiet);
 
 /// Writes a line that names its file itself to standard error, control characters in it as escapes.
 void printLine(const std::string& line);

@@ -14,15 +14,20 @@
 #include "scene/SceneErrors.h"
 #include "scene/map_file.h"
 #include "scene/nearest_name.h"
-#include "scene/paint_scene.h"
+#include "scene/paint_job.h"
 
 namespace orvpaint {
 
+namespace scene = orv::scene;
+
 std::string programVersion() { return "orvpaint " ORVHDRI_VERSION; }
 
-namespace {
+std::string checkOutput(const std::string& path) {
+  if (scene::mapFormatOf(path)) return {};
+  return "\"" + path + "\" has no ending that names a format; allowed: " + scene::listOf(scene::mapEndings());
+}
 
-namespace scene = orv::scene;
+namespace {
 
 constexpr const char* kDescription = "Paints high-dynamic-range environment maps from scene files.";
 constexpr const char* kFooter =
@@ -52,11 +57,6 @@ std::string readSize(const std::string& text, std::optional<scene::MapSize>& siz
     return "\"" + text + "\" is more than " + std::to_string(scene::kMaxPixels) + " pixels";
   size = read;
   return {};
-}
-
-std::string checkOutput(const std::string& path) {
-  if (scene::mapFormatOf(path)) return {};
-  return "\"" + path + "\" has no ending that names a format; allowed: " + scene::listOf(scene::mapEndings());
 }
 
 std::string checkSheet(const std::string& path) {
@@ -200,7 +200,7 @@ void addMaxImagePixels(CLI::App* command, std::uint64_t& pixels) {
 }
 
 /// The options of all commands that paint a scene.
-void addScene(CLI::App* command, SceneArguments& arguments) {
+void addPainter(CLI::App* command, PainterArguments& arguments) {
   addRead(command, "--size", readSize, arguments.size, "Size of the map in pixels, instead of the scene's",
           "WxH");
   command
@@ -216,36 +216,87 @@ void addScene(CLI::App* command, SceneArguments& arguments) {
   command->add_flag("-q,--quiet", arguments.quiet, "No progress and no warnings but of lost light");
 }
 
-void addPaint(CLI::App& app, PaintArguments& arguments) {
-  CLI::App* paint = app.add_subcommand("paint", "Paint a scene into one or more files");
-  paint->add_option("SCENE", arguments.scene, "Scene file (JSON)")->required();
-  paint
+/// `I/N`; what is wrong with it, or nothing.
+std::string readShard(const std::string& text, Shard& shard) {
+  const char* const end = text.data() + text.size();
+  Shard read;
+  const auto [slash, numberError] = std::from_chars(text.data(), end, read.number);
+  const bool hasSlash = numberError == std::errc() && slash != end && *slash == '/';
+  const auto [rest, countError] = std::from_chars(hasSlash ? slash + 1 : end, end, read.count);
+  constexpr std::size_t kMost = 1'000'000;
+  if (!hasSlash || countError != std::errc() || rest != end || read.number < 1 || read.number > read.count ||
+      read.count > kMost)
+    return "\"" + text + "\" is not a part; allowed: I/N, I from 1 to N, such as 2/4";
+  shard = read;
+  return {};
+}
+
+/// The options of the commands that write maps.
+void addMaps(CLI::App* command, MapArguments& arguments, bool outputRequired) {
+  command
       ->add_option("-o,--output", arguments.outputs,
                    "File to write; may be given several times. The ending chooses the format:\n" +
                        endingsText(false) + " hold floats, " + endingsText(true) +
-                       " are tone-mapped previews")
-      ->required()
+                       " are tone-mapped previews.\n"
+                       "{name}, {frame}, {index} and {size} stand for those of each map")
+      ->required(outputRequired)
       ->allow_extra_args(false)
       ->type_name("OUT")
       ->check(CLI::Validator(checkOutput, ""));
-  addScene(paint, arguments);
-  addRead(paint, "--exposure", readExposure, arguments.exposureStops,
+  addPainter(command, arguments);
+  addRead(command, "--exposure", readExposure, arguments.exposureStops,
           "Exposure of " + endingsText(true) + " previews, in stops, or auto", "STOPS");
-  paint
+  command
       ->add_option("--compression", arguments.compression,
                    "Compression, zip by default. " + compressionsText())
       ->type_name("NAME")
       ->check(CLI::Validator(checkCompression, ""));
-  paint->add_flag("--half", arguments.half,
-                  "16-bit floats in .exr; tells how much light is lost where values are too large for them");
-  addRead(paint, "--clamp", readLimit, arguments.limit,
+  command->add_flag(
+      "--half", arguments.half,
+      "16-bit floats in .exr; tells how much light is lost where values are too large for them");
+  addRead(command, "--clamp", readLimit, arguments.limit,
           "Limit all values to VALUE, and tell how much light is lost", "VALUE");
-  addLayout(*paint, "--layout", arguments.layout, "Turn the outputs as a renderer reads them");
-  paint
+  addLayout(*command, "--layout", arguments.layout, "Turn the outputs as a renderer reads them");
+  command
       ->add_option("--usd", arguments.usd,
                    "Write a USD dome light as well that shows the first output of floats")
       ->type_name("FILE")
       ->check(CLI::Validator(checkUsd, ""));
+  command->add_flag("--skip-existing", arguments.skipExisting, "Paint no map whose files are all there");
+  addRead(command, "--shard", readShard, arguments.shard, "Paint part I of N of the maps", "I/N");
+  command
+      ->add_option("--manifest", arguments.manifest,
+                   "Write a line of JSON for each map: the job, status, error, seconds, mean and peak")
+      ->type_name("FILE");
+  command->add_flag("--dry-run", arguments.dryRun, "Print the maps as job lines instead of painting them");
+}
+
+void addPaint(CLI::App& app, PaintArguments& arguments) {
+  CLI::App* paint = app.add_subcommand("paint", "Paint scenes into files");
+  paint->add_option("SCENE", arguments.scenes, "Scene files (JSON)")->required();
+  addMaps(paint, arguments, true);
+  paint
+      ->add_option("--set", arguments.settings,
+                   "Change a value of the scenes: pins[0].azimuth=30, pins.key.fill.brightness=12;\n"
+                   "may be given several times")
+      ->allow_extra_args(false)
+      ->type_name("PATH=VALUE");
+  paint
+      ->add_option("--sweep", arguments.sweeps,
+                   "Paint a map for each value: PATH=FROM:TO, PATH=FROM:TO:STEP or PATH=A,B,C; several\n"
+                   "multiply")
+      ->allow_extra_args(false)
+      ->type_name("PATH=VALUES");
+  paint
+      ->add_option("--frames", arguments.frames,
+                   "Paint a map for each frame of scenes that move: FROM-TO or FROM-TOxSTEP")
+      ->type_name("FRAMES");
+}
+
+void addBatch(CLI::App& app, BatchArguments& arguments) {
+  CLI::App* batch = app.add_subcommand("batch", "Paint the maps that lines of JSON describe");
+  batch->add_option("JOBS", arguments.jobs, "File of job lines, or - for standard input")->required();
+  addMaps(batch, arguments, false);
 }
 
 void addPreview(CLI::App& app, PreviewArguments& arguments) {
@@ -256,7 +307,7 @@ void addPreview(CLI::App& app, PreviewArguments& arguments) {
       ->required()
       ->type_name("SHEET")
       ->check(CLI::Validator(checkSheet, ""));
-  addScene(preview, arguments);
+  addPainter(preview, arguments);
   addRead(preview, "--exposure", readExposure, arguments.exposureStops,
           "Exposure in stops, or auto, which is the default", "STOPS");
   addRead(preview, "--camera", readAzimuth, arguments.cameraAzimuth,
@@ -265,27 +316,35 @@ void addPreview(CLI::App& app, PreviewArguments& arguments) {
           "DEGREES");
 }
 
-/// What a call says beyond what its options can check alone; empty when nothing is wrong.
-std::string checkPaint(const PaintArguments& arguments) {
+/// The first of a call's outputs that is given twice; empty for none.
+std::string twiceGiven(const std::vector<std::string>& outputs) {
   std::vector<std::string> targets;
-  bool compressible = false;
-  bool hasExr = false;
-  for (const std::string& path : arguments.outputs) {
-    targets.push_back(scene::outputTarget(path));
-    compressible |= scene::mapFormatOf(path)->knows(arguments.compression);
-    hasExr |= scene::mapFormatOf(path)->holdsHalves;
-  }
-  if (!arguments.usd.empty()) targets.push_back(scene::outputTarget(arguments.usd));
-  const auto source = std::find(targets.begin(), targets.end(), scene::outputTarget(arguments.scene));
-  if (source != targets.end()) return "--output: " + *source + " is the scene itself; give another file";
+  for (const std::string& path : outputs) targets.push_back(scene::outputTarget(path));
   std::sort(targets.begin(), targets.end());
   const auto twice = std::adjacent_find(targets.begin(), targets.end());
-  if (twice != targets.end()) return "--output: " + *twice + " is given twice";
-  if (!arguments.compression.empty() && !compressible)
+  return twice == targets.end() ? std::string() : *twice;
+}
+
+/// What a call says beyond what its options can check alone; empty when nothing is wrong.
+std::string checkMaps(const MapArguments& arguments) {
+  const std::vector<std::string>& outputs = arguments.outputs;
+  std::vector<std::string> files = outputs;
+  if (!arguments.usd.empty()) files.push_back(arguments.usd);
+  const std::string twice = twiceGiven(files);
+  if (!twice.empty()) return "--output: " + twice + " is given twice";
+  // Job lines may name other files.
+  if (outputs.empty()) return {};
+  const auto any = [&](const auto& isIt) {
+    return std::any_of(outputs.begin(), outputs.end(),
+                       [&](const std::string& path) { return isIt(*scene::mapFormatOf(path)); });
+  };
+  if (!arguments.compression.empty() &&
+      !any([&](const scene::MapFormat& format) { return format.knows(arguments.compression); }))
     return "--compression: no output's format knows \"" + arguments.compression + "\"";
-  if (!arguments.usd.empty() && firstOfFloats(arguments.outputs).empty())
+  if (!arguments.usd.empty() && scene::firstOfFloats(outputs).empty())
     return "--usd: no output holds floats for the light to show; add one of " + endingsText(false);
-  if (arguments.half && !hasExr) return "--half: no output is an EXR file, which alone holds 16-bit floats";
+  if (arguments.half && !any([](const scene::MapFormat& format) { return format.holdsHalves; }))
+    return "--half: no output is an EXR file, which alone holds 16-bit floats";
   return {};
 }
 
@@ -325,6 +384,8 @@ ExitStatus run(int argc, char** argv) {
 
   PaintArguments paintArguments;
   addPaint(app, paintArguments);
+  BatchArguments batchArguments;
+  addBatch(app, batchArguments);
   PreviewArguments previewArguments;
   addPreview(app, previewArguments);
   std::vector<std::string> scenes;
@@ -354,9 +415,13 @@ ExitStatus run(int argc, char** argv) {
   }
   if (app.got_subcommand("check")) return check(scenes);
   if (app.got_subcommand("info")) return orvpaint::info(file, layoutIn, maxImagePixels);
+  const bool isBatch = app.got_subcommand("batch");
   const bool previews = app.got_subcommand("preview");
-  const std::string wrong = previews ? checkPreview(previewArguments) : checkPaint(paintArguments);
-  if (wrong.empty()) return previews ? preview(previewArguments) : paint(paintArguments);
+  const std::string wrong =
+      previews ? checkPreview(previewArguments)
+               : checkMaps(isBatch ? static_cast<const MapArguments&>(batchArguments) : paintArguments);
+  if (wrong.empty() && previews) return preview(previewArguments);
+  if (wrong.empty()) return isBatch ? batch(batchArguments) : paint(paintArguments);
   printMessage(wrong);
   return callIsWrong;
 }
@@ -368,6 +433,12 @@ ExitStatus runGuarded(int argc, char** argv) {
   } catch (const scene::SceneErrors& errors) {
     for (const std::string& line : errors.lines()) printLine(line);
     return callIsWrong;
+  } catch (const scene::SettingError& error) {
+    printMessage(error.what());
+    return callIsWrong;
+  } catch (const scene::FallbackError& error) {
+    printMessage(error.what());
+    return fellBack;
   } catch (const std::bad_alloc&) {
     printMessage("not enough memory");
   } catch (const std::exception& error) {

@@ -2,13 +2,14 @@
 #include <memory>
 
 #include "ProgressBar.h"
-#include "ScenePainting.h"
 #include "commands.h"
 #include "console.h"
 #include "scene/HostPicture.h"
 #include "scene/OutputFile.h"
+#include "scene/Session.h"
 #include "scene/ThreadLimit.h"
 #include "scene/map_file.h"
+#include "scene/paint_job.h"
 #include "scene/preview_sheet.h"
 #include "scene/read_scene.h"
 #include "scene/reduce_map.h"
@@ -48,11 +49,20 @@ ExitStatus preview(const PreviewArguments& arguments) {
     writeSheet(map, arguments, file);
     return done;
   }
-  const ScenePainting painting(arguments);
+  const scene::Scene read = scene::readScene(arguments.scene);
+  orvScene_options host = scene::forOnePaint();
+  host.maxImagePixels = arguments.maxImagePixels;
+  scene::Session session(arguments.painter, host);
   scene::OutputFile file(arguments.output);
   ProgressBar bar(!arguments.quiet);
-  const std::shared_ptr<orv::hdri::EnvImage> map = painting.paint(bar);
-  if (!map) return fellBack;
+  scene::PaintOptions options;
+  options.fileName = arguments.scene;
+  options.folder = std::filesystem::path(arguments.scene).parent_path().string();
+  options.size = arguments.size;
+  options.progress = [&bar](const char* phase, double amount) { bar.show(phase, amount); };
+  const std::shared_ptr<orv::hdri::EnvImage> map =
+      scene::paintShown(session, read, options, arguments.allowFallback, tellUnless(arguments.quiet));
+  session.forgetBackground();
   bar.show("Previewing", 0);
   writeSheet(*map, arguments, file);
   return done;

@@ -1,6 +1,5 @@
 #include "orvrender/images/ImageLibrary.h"
 
-#include <sys/stat.h>
 #include <tbb/task_arena.h>
 
 #include <algorithm>
@@ -13,13 +12,6 @@
 #include "orvrender/images/resample.h"
 
 namespace orv::host {
-
-std::optional<FileStamp> FileStamp::of(const std::string& path) {
-  struct stat status {};
-  if (stat(path.c_str(), &status) != 0) return std::nullopt;
-  return FileStamp{static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino),
-                   static_cast<std::uint64_t>(status.st_size), status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
-}
 
 bool ImageLibrary::Entry::isContentAsked() const {
   return std::any_of(users.begin(), users.end(), [](const HostImage& user) { return user.hasAsked(); });

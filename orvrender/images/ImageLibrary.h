@@ -4,27 +4,13 @@
 #include <list>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 
 #include "orvrender/files/image_checks.h"
+#include "orvrender/images/FileStamp.h"
 #include "orvrender/images/HostImage.h"
 
 namespace orv::host {
-
-/// What tells one state of a file from another.
-struct FileStamp {
-  std::uint64_t device = 0;
-  std::uint64_t inode = 0;
-  std::uint64_t bytes = 0;
-  std::int64_t seconds = 0;
-  std::int64_t nanoseconds = 0;
-
-  friend bool operator==(const FileStamp&, const FileStamp&) = default;
-
-  /// The stamp of the file at `path`; none when it cannot be reached.
-  static std::optional<FileStamp> of(const std::string& path);
-};
 
 /// The images of a scene: those in use, and within a budget of bytes those that were handed back, the least
 /// recently used to go first. Each user has an image object of its own; users of one file share its pixels.

@@ -185,5 +185,34 @@ TEST(ReadScene, EndsOnADeviceWithoutAnEnd) {
   }
 }
 
+TEST(ReadScene, CommasAreSpokenOfInWords) {
+  EXPECT_EQ(errorsOf("{\"version\": 1,}"),
+            "s.json: line 1, column 15: nothing follows the comma before this }; remove the comma");
+  EXPECT_EQ(errorsOf("{\"size\": [1, 2,]}"),
+            "s.json: line 1, column 16: nothing follows the comma before this ]; remove the comma");
+  EXPECT_EQ(errorsOf("{\"version\": 1\n \"size\": [1, 2]}"),
+            "s.json: line 2, column 7: a comma is missing before \"size\"");
+  EXPECT_EQ(errorsOf("{\"size\": [1 2]}"), "s.json: line 1, column 13: a comma is missing before 2");
+}
+
+TEST(ReadScene, AMisplacedKeyIsToldWhereItBelongs) {
+  EXPECT_THAT(errorsOf(withBackground(R"({"type": "sunSky", "hours": 12})")),
+              ::testing::HasSubstr("s.json: background.hours: not a key of a sunSky background (it belongs "
+                                   "in \"sky\"); allowed: type"));
+  EXPECT_THAT(
+      errorsOf(withPin(kCircle + R"(, "mode": "add")", kWhite)),
+      ::testing::HasSubstr("pins[0].mode: not a key of a circle pin (it belongs in \"fill\"); allowed: "));
+}
+
+TEST(ReadScene, APictureIsCalledOne) {
+  try {
+    readScene(ORVHDRI_SOURCE_DIR "/examples/venice.exr");
+    FAIL();
+  } catch (const SceneErrors& errors) {
+    EXPECT_THAT(errors.what(),
+                ::testing::HasSubstr("venice.exr: scene: an EXR picture found; allowed: a scene"));
+  }
+}
+
 }  // namespace
 }  // namespace orv::scene

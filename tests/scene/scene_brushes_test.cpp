@@ -55,6 +55,30 @@ TEST(BackgroundBrush, CarriesAdjustmentsBlurAndRotationInDegrees) {
   EXPECT_TRUE(made->mapSettingsOn());
 }
 
+TEST(PinParams, TakeAzimuthsModuloATurn) {
+  const auto azimuthOf = [](float degrees) {
+    ScenePin pin;
+    pin.azimuth = degrees;
+    return pinParams(pin, CircleShape{}).azimuth;
+  };
+  EXPECT_EQ(azimuthOf(270), azimuthOf(-90));
+  EXPECT_EQ(azimuthOf(-350), azimuthOf(10));
+  EXPECT_EQ(azimuthOf(360), 0);
+  EXPECT_NEAR(azimuthOf(180), kPi, 1e-6f) << "both ends of the seam stay";
+  EXPECT_NEAR(azimuthOf(-180), -kPi, 1e-6f);
+}
+
+TEST(BackgroundBrush, TakesAzimuthsModuloATurn) {
+  for (const auto& [given, turned] :
+       {std::pair{-90.0f, 270.0f}, {-360.0f, 0.0f}, {360.0f, 360.0f}, {-0.5f, 359.5f}}) {
+    const ImageBackground image{"a.exr", {}, {0, {given, 0}}};
+    EXPECT_EQ(backgroundBrush({image}, "")->tiltAngle1(), turned) << given;
+    const ImageBackground usd{"a.exr", {}, {0, {given, 0}}, Layout::usd};
+    const ImageBackground same{"a.exr", {}, {0, {turned, 0}}, Layout::usd};
+    EXPECT_EQ(backgroundBrush({usd}, "")->tiltAngle1(), backgroundBrush({same}, "")->tiltAngle1()) << given;
+  }
+}
+
 TEST(BackgroundBrush, TurnsAPictureInAForeignLayout) {
   ImageBackground image{"a.exr", {}, {0, {100, -20}}, Layout::usd};
   // Our middle is at the left quarter of the picture: 90 degrees less.

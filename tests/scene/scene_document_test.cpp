@@ -32,6 +32,8 @@ std::string typeText(const Number& type) {
     text << (type.maxExcluded ? ", below " : ", to ") << type.max;
   return text.str();
 }
+std::string typeText(Exposure) { return "-64 to 64"; }
+std::string typeText(Temperature) { return "1000 to 40000"; }
 std::string typeText(const Integer& type) {
   std::ostringstream text;
   text << type.min;
@@ -63,6 +65,7 @@ std::string defaultText(const Number&, float value) {
   text << value;
   return text.str();
 }
+std::string defaultText(Exposure, float) { return "0"; }
 template <typename Value>
 std::string defaultText(const Integer&, const Value& value) {
   return std::to_string(value);

@@ -72,7 +72,7 @@ TEST(SceneErrors, SuggestTheNearestKey) {
        "sizeFromImage, smoothing, background, pins, view"},
       {withBackground(R"({"type": "color", "color": [1, 1, 1], "colour": 1})"),
        "s.json: background.colour: not a key of a color background (did you mean \"color\"?); allowed: type, "
-       "brightness, color"},
+       "brightness, exposure, color, temperature"},
       {withBackground(R"({"type": "sunSky", "sky": {"turbidty": 2}})"),
        "s.json: background.sky.turbidty: not a key of a sky (did you mean \"turbidity\"?); allowed: "
        "turbidity, "
@@ -149,7 +149,8 @@ TEST(SceneErrors, LookAtTheKeysOfAnObjectWithoutAKind) {
        "s.json: background.type: missing; required: color, gradient, sunSky, image\n"
        "s.json: background.gamma: 0 is not above 0\n"
        "s.json: background.colr: not a key of a brush (did you mean \"color\"?); allowed: type, brightness, "
-       "color, gamma, hue, saturation, tint, stops, blur, rotation, sky, sun, path, "
+       "exposure, "
+       "color, temperature, gamma, hue, saturation, tint, stops, blur, rotation, sky, sun, path, "
        "layout"},
   });
 }
@@ -163,10 +164,10 @@ TEST(SceneErrors, RefuseKeysThatTheTypeOrTheUseDoesNotKnow) {
         gradient + R"("angle": 1})", gradient + R"("blur": 1})", color + R"("blur": 1})",
         color + R"("gamma": 1})", color + R"("tint": [1, 1, 1]})", image + R"("turn": 1})",
         image + R"("sky": {}})", color + R"("rotation": {}})"})
-    EXPECT_THAT(errorsOf(withBackground(background)), HasSubstr("not a key of a ")) << background;
+    EXPECT_THAT(errorsOf(withBackground(background)), HasSubstr("not a key of a")) << background;
   for (const std::string& fill : {image + R"("blur": 1})", image + R"("rotation": {}})",
                                   color + R"("hue": 0})", color + R"("stops": []})"})
-    EXPECT_THAT(errorsOf(withPin(kCircle, fill)), HasSubstr("not a key of a ")) << fill;
+    EXPECT_THAT(errorsOf(withPin(kCircle, fill)), HasSubstr("not a key of a")) << fill;
   EXPECT_THAT(errorsOf(withPin(kCircle + R"(, "halfWidth": 1)", kWhite)),
               HasSubstr("s.json: pins[0].halfWidth: not a key of a circle pin"));
   EXPECT_THAT(errorsOf(withPin(kRect + R"(, "radius": 1)", kWhite)),
@@ -198,8 +199,8 @@ TEST(SceneErrors, RefuseNumbersOutOfRange) {
       {image(R"("saturation": -1.5)"),
        "s.json: background.saturation: -1.5 is below -1; allowed: at least -1 and at most 1"},
       {image(R"("blur": -1)"), "s.json: background.blur: -1 is below 0"},
-      {image(R"("rotation": {"azimuth": -1, "tilt": 181})"),
-       "s.json: background.rotation.azimuth: -1 is below 0; allowed: at least 0 and at most 360\n"
+      {image(R"("rotation": {"azimuth": -361, "tilt": 181})"),
+       "s.json: background.rotation.azimuth: -361 is below -360; allowed: at least -360 and at most 360\n"
        "s.json: background.rotation.tilt: 181 is above 180; allowed: at least -180 and at most 180"},
       {sky(R"("turbidity": 0.5)"),
        "s.json: background.sky.turbidity: 0.5 is below 1; allowed: at least 1 and at most 10"},

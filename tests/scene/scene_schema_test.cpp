@@ -32,6 +32,8 @@ Json schemaOf(const Number& type) {
           {type.minExcluded ? "exclusiveMinimum" : "minimum", std::max(type.min, -kMost)},
           {type.maxExcluded ? "exclusiveMaximum" : "maximum", std::min(type.max, kMost)}};
 }
+Json schemaOf(Exposure) { return schemaOf(Number::within(-64, 64)); }
+Json schemaOf(Temperature) { return schemaOf(Number::within(1000, 40000)); }
 Json schemaOf(const Integer& type) {
   if (type.min == type.max) return {{"const", type.min}};
   return {{"type", "integer"}, {"minimum", type.min}, {"maximum", type.max}};
@@ -57,6 +59,7 @@ Json schemaOf(const Name& type) {
 // The default of a value, null for what has none to show.
 
 Json defaultOf(const Number&, float value) { return number(value); }
+Json defaultOf(Exposure, float) { return 0; }
 template <typename Value>
 Json defaultOf(const Integer&, const Value& value) {
   return value;
@@ -107,12 +110,16 @@ Json chosenSchema(const Keys& keys, Owner& owner) {
     const std::string name(key.name);
     Json member = memberSchema(key.type, value);
     const Json byDefault = defaultOf(key.type, fallback);
-    if (key.need == Need::required)
+    if (!key.orElse.empty())
+      schema["oneOf"] = {{{"required", {name}}}, {{"required", {std::string(key.orElse)}}}};
+    else if (key.need == Need::required)
       schema["required"].push_back(name);
     else if (!byDefault.is_null())
       member["default"] = byDefault;
     schema["properties"][name] = member;
-    if (!key.insteadOf.empty()) schema["not"]["required"] = {std::string(key.insteadOf), name};
+    // Of a required key and the one in its place there is exactly one.
+    if (!key.insteadOf.empty() && !schema.contains("oneOf"))
+      schema["not"]["required"] = {std::string(key.insteadOf), name};
   });
   return schema;
 }

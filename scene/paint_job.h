@@ -1,0 +1,56 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "scene/Job.h"
+#include "scene/Session.h"
+#include "scene/map_info.h"
+
+namespace orv::scene {
+
+/// Something missing was painted as a visible colour, and no file was written; `what()` is one line.
+struct FallbackError : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// Hears of what is to be known of a map, line by line; important is what a fallback shows and what light is
+/// lost. May be empty.
+using Tell = std::function<void(const std::string& line, bool important)>;
+
+/// Tells which pictures are missing, paints a scene and tells what the host says.
+/// @return the map, never null. @throws FallbackError unless that is allowed; FileError, PaintError.
+std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene, const PaintOptions& options,
+                                           bool allowFallback, const Tell& tell);
+
+/// How jobs are painted and their files written.
+struct JobOptions {
+  std::optional<float> exposureStops = 0.0f;  ///< of previews; none: chosen automatically
+  std::string compression = {};               ///< for the outputs whose formats know it; empty: ZIP
+  bool half = false;
+  std::optional<float> limit = {};
+  Layout layout = Layout::native;  ///< of every output
+  std::string usd = {};            ///< where a dome light is written that shows the first output of floats
+  std::string software = {};       ///< name and version of the program, for the files' headers
+  bool allowFallback = false;      ///< write maps where something missing is painted as a visible colour
+  bool measure = false;            ///< whether the light of the map is wanted
+  bool last = false;  ///< no other job follows: the background is not kept while files are written
+
+  /// Hears of the phase of the work and the amount done in it, 0 to 1; as in PaintOptions. May be empty.
+  std::function<void(const char* phase, double amount)> progress = {};
+  Tell tell = {};
+};
+
+/// Paints a job and writes its outputs, each as its ending says. None is put in place before all are whole.
+/// @param scene the job's, as JobScenes reads it. @return the map's light where it was asked for.
+/// @throws FileError, PaintError, FallbackError; no output is there then that was not there before, but for a
+///         failure of the system amid putting them in place.
+MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options);
+
+/// The first of some outputs that is not a preview; empty when there is none.
+std::string firstOfFloats(const std::vector<std::string>& outputs);
+
+}  // namespace orv::scene
