@@ -322,7 +322,7 @@ void commitAll(const std::vector<std::unique_ptr<OutputFile>>& files) {
 
 std::string outputTarget(const std::string& path) {
   std::error_code error;
-  const std::string canonical = fs::canonical(path, error).string();
+  std::string canonical = fs::canonical(path, error).string();
   if (!error) return canonical;
   int unresolved = 0;
   const fs::path target(followLinks(path, unresolved));

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -40,6 +41,7 @@ class PinLights {
       std::int32_t height;
       std::int32_t coordinates;
     };
+    using Bits = std::array<std::uint32_t, sizeof(Question) / 4>;
     static_assert(alignof(Question) == 4 && sizeof(Question) == sizeof(Params) + 12,
                   "questions are compared bit by bit: they have no gaps");
 
@@ -47,7 +49,8 @@ class PinLights {
     Params find(const Question& question, const Answer& answer) {
       for (const auto* known : {&now_, &before_})
         for (const auto& [asked, answered] : *known)
-          if (std::memcmp(&asked, &question, sizeof question) == 0) return remember(question, answered);
+          if (std::bit_cast<Bits>(asked) == std::bit_cast<Bits>(question))
+            return remember(question, answered);
       return remember(question, answer());
     }
     void nextScene() {

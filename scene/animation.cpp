@@ -154,6 +154,7 @@ class Resolver {
     const auto all = [&](auto&& isIt) { return std::all_of(values.begin(), values.end(), isIt); };
     if (all([](const JsonValue* value) { return value->isNumber() && std::isfinite(value->asDouble()); })) {
       std::vector<double> numbers;
+      numbers.reserve(values.size());
       for (const JsonValue* value : values) numbers.push_back(value->asDouble());
       if (azimuth) unwind(numbers);
       const double now = between(at, keys, numbers);
@@ -168,6 +169,7 @@ class Resolver {
       JsonArray now;
       for (std::size_t i = 0; i < items->size(); ++i) {
         std::vector<const JsonValue*> each;
+        each.reserve(values.size());
         for (const JsonValue* value : values) each.push_back(&std::get<JsonArray>(value->data)[i]);
         now.push_back(valueOf(keys, at, each, false));
       }

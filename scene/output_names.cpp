@@ -89,7 +89,8 @@ void checkOutputs(std::span<const Job> jobs) {
       // The only map's own failure says more.
       if (jobs.size() > 1 && folders.insert(folder).second &&
           !fs::is_directory(fs::path(".") / folder, error))
-        throw SettingError(output + ": there is no folder " + folder + "; make it first");
+        throw SettingError(
+            std::string(output).append(": there is no folder ").append(folder).append("; make it first"));
       const auto [found, isNew] = seen.try_emplace(target, &job);
       if (isNew) continue;
       throw SettingError(output + ": two maps would have this name, of " + jobTitle(*found->second) +

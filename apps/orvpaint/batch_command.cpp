@@ -40,7 +40,7 @@ std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, bool
       errors.push_back(where + ": output: missing; give it in the line, or names for all with --output");
     for (const std::string& output : job.outputs) {
       const std::string wrong = checkOutput(output);
-      if (!wrong.empty()) errors.push_back(where + ": output: " + wrong);
+      if (!wrong.empty()) errors.push_back(std::string(where).append(": output: ").append(wrong));
     }
     if (jobs.size() > scene::kMostMaps) {
       errors.push_back(where + ": more than " + std::to_string(scene::kMostMaps) +

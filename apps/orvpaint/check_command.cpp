@@ -17,10 +17,10 @@ ExitStatus check(const std::vector<std::string>& scenes) {
     try {
       const scene::SceneDocument document = scene::SceneDocument::load(path);
       document.check();
-      good += orv::printableText(path) + ": good\n";
+      good.append(orv::printableText(path)).append(": good\n");
       // The scene is right all the same: its pictures may be somewhere else where it is painted.
       for (const std::string& line : scene::missingImages(document.read(), document.folder()))
-        printMessage(path + ": " + line);
+        printMessage(std::string(path).append(": ").append(line));
     } catch (const scene::SceneErrors& errors) {
       for (const std::string& line : errors.lines()) printLine(line);
       status = callIsWrong;

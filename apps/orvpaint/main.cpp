@@ -319,6 +319,7 @@ void addPreview(CLI::App& app, PreviewArguments& arguments) {
 /// The first of a call's outputs that is given twice; empty for none.
 std::string twiceGiven(const std::vector<std::string>& outputs) {
   std::vector<std::string> targets;
+  targets.reserve(outputs.size());
   for (const std::string& path : outputs) targets.push_back(scene::outputTarget(path));
   std::sort(targets.begin(), targets.end());
   const auto twice = std::adjacent_find(targets.begin(), targets.end());

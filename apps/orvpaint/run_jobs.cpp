@@ -211,6 +211,7 @@ ExitStatus runJobs(std::vector<scene::Job> jobs, const MapArguments& arguments) 
   std::unique_ptr<scene::Manifest> manifest;
   if (!arguments.manifest.empty()) {
     std::vector<scene::Job> anew;
+    anew.reserve(wanted.size());
     for (const Numbered& each : wanted) anew.push_back(each.job);
     manifest = std::make_unique<scene::Manifest>(arguments.manifest, arguments.skipExisting, anew);
     for (const Numbered& each : skipped)

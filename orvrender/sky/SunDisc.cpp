@@ -48,11 +48,11 @@ void addPixel(float* pixel, const Color3& color) {
 }  // namespace
 
 SunDisc::SunDisc(const Atmosphere& air, double elevation, double size)
-    : elevation_(elevation),
+    : weights_{},
+      profiles_{},
+      elevation_(elevation),
       radius_(kSunRadius * size),
-      bottom_(std::max(elevation - radius_, 0.0)),
-      weights_{},
-      profiles_{} {
+      bottom_(std::max(elevation - radius_, 0.0)) {
   // What the limb leaves of each wavelength on each ring; nothing on the outermost.
   std::array<Spectrum, kRings + 1> limbs{};
   for (std::size_t j = 1; j <= kRings; ++j) {

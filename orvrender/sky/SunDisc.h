@@ -51,13 +51,13 @@ class SunDisc {
   /// The mean over the disc's area: the light on a plane facing the sun.
   Color3 meanOfDisc() const;
 
+  /// At elevations from the lowest part above the horizon to the top, closer together below, where the air
+  /// dims more and more steeply: node k lies at the share (k / (kElevations - 1))^2.
+  std::array<Weights, kElevations> weights_;
+  std::array<Profile, kElevations> profiles_;
   double elevation_;
   double radius_;
   double bottom_;  // elevation of the lowest part above the horizon
-  /// At elevations from there to the top, closer together below, where the air dims more and more steeply:
-  /// node k lies at the share (k / (kElevations - 1))^2.
-  std::array<Weights, kElevations> weights_;
-  std::array<Profile, kElevations> profiles_;
   Color3 mean_;
 };
 
