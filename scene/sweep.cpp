@@ -57,8 +57,8 @@ std::vector<double> range(const std::string& what, double from, double to, doubl
   const double count = std::floor((to - from) / step * (1 + 1e-12) + 1e-9) + 1;
   if (!(count <= static_cast<double>(kMostMaps)))
     throw SettingError(what + ": more than " + std::to_string(kMostMaps) + " values");
-  std::vector<double> values;
-  for (double i = 0; i < count; ++i) values.push_back(rounded(from + i * step));
+  std::vector<double> values(static_cast<std::size_t>(count));
+  for (std::size_t i = 0; i < values.size(); ++i) values[i] = rounded(from + static_cast<double>(i) * step);
   return values;
 }
 

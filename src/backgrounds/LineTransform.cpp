@@ -35,7 +35,7 @@ LineTransform::LineTransform(std::uint32_t length, std::uint32_t highest)
     makeChirp();
     return;
   }
-  parts_ = length / part_.length();
+  parts_ = length / std::max(part_.length(), 1u);  // a part has a point at least
   // Parts that are powers of two apart would fall on the same cache sets.
   partStride_ = part_.length() + std::size_t{1};
   for (std::uint32_t x = 0; x < length; ++x)

@@ -44,7 +44,7 @@ SpectralFilter::SpectralFilter(const AlignedFloats& weights, std::uint32_t count
 }
 
 bool SpectralFilter::filter(const float* line, const float* scale, Complex4* points, float* out) const {
-  Mask8 fine = zero8() <= zero8();
+  Mask8 fine = zero8() <= splat(kLargest);
   Float8 least = zero8();
   for (std::size_t p = 0; p < count_; ++p) {
     const Float8 value = load(line + 8 * p);
