@@ -30,7 +30,7 @@ def count(program, picture):
             capture_output=True, text=True)
         if run.returncode != 0:
             sys.exit(f"{program}: failed under callgrind:\n{run.stderr}")
-        # Part 1 is the first paint's.
+        # Callgrind numbers its dumps from 1, the first paint's.
         counts = []
         for part in range(1, len(names) + 1):
             text = pathlib.Path(f"{out}.{part}").read_text()

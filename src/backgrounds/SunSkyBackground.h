@@ -15,9 +15,8 @@ namespace orv::hdri::blockedAVX2 {
 /// The host's sky, rendered at the map's size on each `prepare`.
 class SunSkyBackground final : public MapBackground {
  public:
-  /// @param brush its settings are the sky description that the host is handed back: those of the brush
-  /// itself
-  ///        where a shared pointer owns it, else of a copy.
+  /// @param brush its settings are the sky description that the host is handed back: the brush's own where
+  ///        a shared pointer owns it, else those of a copy.
   /// @param sky the host's, whose settings were written already. @throws std::bad_alloc.
   SunSkyBackground(const SunSkyBrush& brush, orvSky& sky);
 
