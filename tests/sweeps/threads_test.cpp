@@ -131,9 +131,7 @@ TEST_F(Threads, NestedGroupsOfTheHostPaintWhole) {
   std::vector<std::shared_ptr<EnvImage>> alone;
   for (const SweepScene& scene : scenes_) alone.push_back(paint(scene));
   std::atomic<int> different{0};
-  // The thread sanitizer does not see what oneTBB orders.
-  const LoopOrder order;
-  tbb::parallel_for(std::size_t{0}, scenes_.size(), [&](std::size_t i) {
+  const auto paintTwice = [&](std::size_t i) {
     const LoopOrder::Body body;
     tbb::task_group group;
     const LoopOrder inner;
@@ -143,7 +141,10 @@ TEST_F(Threads, NestedGroupsOfTheHostPaintWhole) {
         if (!equal(paint(scenes_[i]), alone[i])) ++different;
       });
     group.wait();
-  });
+  };
+  // The thread sanitizer does not see what oneTBB orders.
+  const LoopOrder order;
+  tbb::parallel_for(std::size_t{0}, scenes_.size(), paintTwice);
   EXPECT_EQ(different, 0);
 }
 
@@ -176,11 +177,12 @@ TEST_F(Threads, ProgressThatRunsLoopsOfItsOwnChangesNothing) {
   const auto alone = paint(everything());
   std::atomic<long> sum{0};
   const auto work = [](void* user, const char*, double) {
-    const LoopOrder order;
-    tbb::parallel_for(0, 8, [&](int k) {
+    const auto add = [&](int k) {
       const LoopOrder::Body body;
       *static_cast<std::atomic<long>*>(user) += k;
-    });
+    };
+    const LoopOrder order;
+    tbb::parallel_for(0, 8, add);
   };
   for (int i = 0; i < sweeps::rounds(2, 50); ++i) EXPECT_TRUE(equal(paint(everything(), work, &sum), alone));
   EXPECT_GT(sum, 0);
