@@ -25,7 +25,7 @@ prefix=$work/prefix
 [ ! -e "$prefix/include/orvrender/AlignedObject.h" ] || fail "a header of the painter's own was installed"
 [ -s "$prefix/share/licenses/orvhdri/LICENSE" ] || fail "there is no license"
 
-# build NAME SOURCE_FOLDER [CMAKE_ARGUMENT...]
+# configure and build NAME SOURCE_FOLDER [CMAKE_ARGUMENT...]
 configure() {
   cmake -S "$2" -B "$work/$1" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" \
     -DCMAKE_CXX_COMPILER_LAUNCHER= "${@:3}"
