@@ -27,6 +27,13 @@ using Tell = std::function<void(const std::string& line, bool important)>;
 std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene, const PaintOptions& options,
                                            bool allowFallback, const Tell& tell);
 
+/// A file that was put in place.
+struct WrittenFile {
+  std::string name;         ///< as messages call it
+  MapSize size;             ///< of its map; nothing of a file that holds none
+  std::uint64_t bytes = 0;  ///< of the file
+};
+
 /// How jobs are painted and their files written.
 struct JobOptions {
   std::optional<float> exposureStops = 0.0f;  ///< of previews; none: chosen automatically
@@ -44,6 +51,8 @@ struct JobOptions {
   /// Hears of the phase of the work and the amount done in it, 0 to 1; as in PaintOptions. May be empty.
   std::function<void(const char* phase, double amount)> progress = {};
   Tell tell = {};
+  /// Hears of each file when all are in place. May be empty.
+  std::function<void(const WrittenFile& file)> written = {};
 };
 
 /// Paints a job and writes its outputs, each as its ending or the options' format says. None is put in place

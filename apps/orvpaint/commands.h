@@ -20,14 +20,20 @@ enum ExitStatus : int {
   fellBack = 3,     ///< the painter fell back to a visible colour, or to a worse picture
 };
 
+/// How much is said beside errors.
+enum class Talk { quiet, normal, verbose };
+
 /// What it takes to paint.
 struct PainterArguments {
   std::optional<orv::scene::MapSize> size;
   int threads = 0;  ///< 0: as many as the process may use processors
   std::string painter;
   bool quiet = false;
+  bool verbose = false;
   bool allowFallback = false;
   std::uint64_t maxImagePixels = orv::scene::kMaxPicturePixels;  ///< larger pictures are refused
+
+  Talk talk() const { return quiet ? Talk::quiet : verbose ? Talk::verbose : Talk::normal; }
 };
 
 /// One of `count` parts of a call's maps.
