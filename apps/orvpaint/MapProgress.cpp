@@ -14,10 +14,9 @@ struct Cost {
 };
 
 /// The phases of painting, in their order.
-constexpr Cost kPainting[] = {{"Reading", 0.1}, {"Background", 2},
-                              {"Sun & Sky", 6}, {"Sun & Sky Adjustments", 2},
-                              {"Image Adjustments", 2}, {"Blur", 8},
-                              {"Tilt", 3},      {"Painting Pins", 1}};
+constexpr Cost kPainting[] = {
+    {"Reading", 0.1},         {"Background", 2}, {"Sun & Sky", 6}, {"Sun & Sky Adjustments", 2},
+    {"Image Adjustments", 2}, {"Blur", 8},       {"Tilt", 3},      {"Painting Pins", 1}};
 
 /// Of writing a file of each format.
 constexpr Cost kWriting[] = {{"EXR", 80}, {"HDR", 30}, {"PFM", 5}, {"TIFF", 150}, {"PNG", 100}, {"JPEG", 40}};

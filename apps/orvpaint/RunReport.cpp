@@ -77,7 +77,8 @@ void RunReport::end() {
   if (firstFile_.empty()) firstFile_ = files_.front().name;
   lastFile_ = files_.back().name;
   for (const scene::WrittenFile& file : files_) bytes_ += file.bytes;
-  if (talk_ == Talk::verbose || (talk_ == Talk::normal && maps_ == 1)) tellFiles(secondsBetween(mapStart_, now));
+  if (talk_ == Talk::verbose || (talk_ == Talk::normal && maps_ == 1))
+    tellFiles(secondsBetween(mapStart_, now));
 }
 
 void RunReport::tellPhases() {
@@ -96,7 +97,10 @@ void RunReport::tellFiles(double seconds) {
   for (const scene::WrittenFile& file : files_) {
     lines += boldText(orv::printableText(file.name), Stream::error);
     if (file.size.width > 0)
-      lines.append("  ").append(std::to_string(file.size.width)).append("x").append(std::to_string(file.size.height));
+      lines.append("  ")
+          .append(std::to_string(file.size.width))
+          .append("x")
+          .append(std::to_string(file.size.height));
     lines.append("  ").append(byteText(file.bytes)).append("  ").append(secondsText(seconds)).append("\n");
   }
   printText(lines);

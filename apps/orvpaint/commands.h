@@ -10,6 +10,10 @@
 #include "scene/Scene.h"
 #include "scene/map_file.h"
 
+namespace CLI {
+class App;
+}
+
 namespace orvpaint {
 
 /// What the program leaves with.
@@ -83,6 +87,9 @@ ExitStatus paint(const PaintArguments& arguments);
 ExitStatus batch(const BatchArguments& arguments);
 ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
+/// Writes man pages and completion, made of the commands' description, below a folder as they are installed
+/// below `share`.
+ExitStatus generate(const CLI::App& app, const std::string& folder);
 ExitStatus info(const std::string& file, orv::scene::Layout layout, std::uint64_t maxImagePixels);
 
 /// Name and version, as files and `--version` give it.

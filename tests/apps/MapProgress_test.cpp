@@ -22,8 +22,8 @@ TEST(MapProgress, NeverFallsBack) {
   const orv::scene::MapFormat* const files[] = {format(".exr")};
   MapProgress progress(files);
   double before = 0;
-  for (const char* phase : {"Reading", "Background", "Blur", "Tilt", "Painting Pins", "Something new", "Blur",
-                            "Writing a.exr"})
+  for (const char* phase :
+       {"Reading", "Background", "Blur", "Tilt", "Painting Pins", "Something new", "Blur", "Writing a.exr"})
     for (const double amount : {0.0, 0.5, 2.0, 0.25, -1.0, std::nan("")}) {
       const double now = progress.at(phase, amount);
       EXPECT_GE(now, before) << phase;
