@@ -144,6 +144,14 @@ Job parseJob(std::string_view line, const std::string& where) {
   return job;
 }
 
+Job readJob(const JsonValue& line, const std::string& where) {
+  Problems problems(where);
+  Job job;
+  JobReader(problems).read(line, job);
+  problems.throwIfAny();
+  return job;
+}
+
 std::string jobText(const Job& job) {
   Json line = Json::object();
   if (job.scene.empty())

@@ -29,6 +29,9 @@ struct Job {
 /// @throws SceneErrors with everything that is wrong in it; the scene is not looked at.
 Job parseJob(std::string_view line, const std::string& where);
 
+/// Reads a job from its document. @throws SceneErrors as `parseJob`.
+Job readJob(const JsonValue& line, const std::string& where);
+
 /// The job as a line of JSON, without its newline. Parsing it gives the job back.
 std::string jobText(const Job& job);
 

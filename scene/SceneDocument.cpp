@@ -23,6 +23,18 @@ constexpr double kFirstFrame = 1;
 /// How much text `check` reads in all, so that a hostile file does not cost much.
 constexpr std::size_t kMostCheckedBytes = std::size_t{1} << 26;
 
+/// Of the text of a document that has none, with its key.
+constexpr std::size_t kBytesOfValue = 16;
+
+std::size_t countValues(const JsonValue& value) {
+  std::size_t count = 1;
+  if (const auto* array = std::get_if<JsonArray>(&value.data))
+    for (const JsonValue& item : *array) count += countValues(item);
+  else if (const auto* object = std::get_if<JsonObject>(&value.data))
+    for (const JsonMember& member : *object) count += countValues(member.value);
+  return count;
+}
+
 /// The file's bytes, and at most one more than a scene may have, so that devices without an end are no trap.
 std::string readBytes(const std::string& path) {
   // Standard input has a descriptor of its own here, so that it stays open.
@@ -57,6 +69,12 @@ SceneDocument::SceneDocument(std::string_view text, const std::string& fileName)
     : fileName_(fileName), bytes_(text.size()), problems_(fileName) {
   if (!parseJson(text, document_, problems_)) problems_.throwIfAny();
 }
+
+SceneDocument::SceneDocument(JsonValue document, std::string fileName)
+    : fileName_(std::move(fileName)),
+      bytes_(kBytesOfValue * countValues(document)),
+      problems_(fileName_),
+      document_(std::move(document)) {}
 
 std::string sceneName(const std::string& path) { return path == "-" ? "standard input" : path; }
 

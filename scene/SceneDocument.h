@@ -20,6 +20,9 @@ class SceneDocument {
   /// @param fileName what messages call it. @throws SceneErrors when the text has no document.
   SceneDocument(std::string_view text, const std::string& fileName);
 
+  /// A document that a program has made.
+  SceneDocument(JsonValue document, std::string fileName);
+
   /// Reads a file (UTF-8); `-` is standard input. @throws FileError, SceneErrors.
   static SceneDocument load(const std::string& path);
 
@@ -36,13 +39,14 @@ class SceneDocument {
   /// @throws SceneErrors with everything that is wrong in any of them.
   void check() const;
 
+  const JsonValue& document() const { return document_; }
   const std::string& fileName() const { return fileName_; }
   /// The folder that the paths of pictures are relative to: the file's.
   std::string folder() const;
 
  private:
   std::string fileName_;
-  std::size_t bytes_;  ///< of the text
+  std::size_t bytes_;  ///< of the text, about
   Problems problems_;  ///< of the text
   JsonValue document_;
 };

@@ -128,6 +128,14 @@ std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene,
   return std::move(painted.map);
 }
 
+void writeOutputs(const hdri::EnvImage& map, const Job& job, const JobOptions& options) {
+  Outputs outputs(job, options);
+  if (options.layout == Layout::native) return outputs.write(map);
+  hdri::EnvImage turned = map;
+  turn(turned, options);
+  outputs.write(turned);
+}
+
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options) {
   Outputs outputs(job, options);
   const std::shared_ptr<hdri::EnvImage> map =

@@ -53,6 +53,10 @@ struct JobOptions {
 ///         failure of the system amid putting them in place.
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options);
 
+/// Writes a map of ours into a job's outputs, as `paintJob` writes what it has painted.
+/// @throws FileError; std::bad_alloc.
+void writeOutputs(const hdri::EnvImage& map, const Job& job, const JobOptions& options);
+
 /// The first of some outputs that is not a preview; empty when there is none.
 /// @param otherwise the format of those whose ending names none.
 std::string firstOfFloats(const std::vector<std::string>& outputs, const MapFormat* otherwise = nullptr);

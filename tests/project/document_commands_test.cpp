@@ -154,7 +154,7 @@ TEST_P(DocumentCommands, StandInShellBlocks) {
 
 TEST_P(DocumentCommands, KnowTheirOptions) {
   static const std::set<std::string> known = [] {
-    std::set<std::string> names{"--gtest_filter", "--cflags", "--libs"};
+    std::set<std::string> names{"--gtest_filter", "--cflags", "--libs", "--no-build-isolation"};
     const Scratch scratch;
     EXPECT_TRUE(scratch.run("for c in paint batch preview check info; do \"$ORVPAINT\" $c --help; done"));
     const std::string text = scratch.said() + documents::textOf(kSource / "dev") +
