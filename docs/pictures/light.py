@@ -8,6 +8,14 @@ from PIL import Image
 from drawing import EXAMPLES, crop, orvpaint, paint, picture, sheet
 
 
+@picture("examples.jpg")
+def examples():
+    names = sorted(path.name for path in EXAMPLES.glob("*.json"))
+    tiles = [paint(name, "--exposure", "auto", "--size", "1160x580").resize((290, 145), Image.Resampling.BOX)
+             for name in names]
+    return sheet(tiles, names, 3)
+
+
 @picture("studio.jpg")
 def studio():
     return paint("studio.json", "--exposure", "-0.6").resize((900, 450), Image.Resampling.BOX)

@@ -152,6 +152,7 @@ TEST_P(DocumentCommands, StandInShellBlocks) {
     EXPECT_FALSE(std::regex_match(line, command)) << line;
 }
 
+// What is named within a line.
 TEST_P(DocumentCommands, KnowTheirOptions) {
   static const std::set<std::string> known = [] {
     std::set<std::string> names{"--gtest_filter", "--cflags", "--libs", "--no-build-isolation"};
@@ -165,10 +166,14 @@ TEST_P(DocumentCommands, KnowTheirOptions) {
       names.insert(at->str());
     return names;
   }();
-  static const std::regex code("`[^`]*`"), option("--[a-z][a-z_-]+");
+  static const std::string commands = documents::textOf(kSource / "dev");
+  static const std::regex code("`[^`]*`"), dev(R"(`\./dev ([a-z]+)[^`]*`)"), option("--[a-z][a-z_-]+");
   for (const std::string& line : documents::proseOf(GetParam()))
     for (std::sregex_iterator at(line.begin(), line.end(), code), end; at != end; ++at) {
       const std::string inside = at->str();
+      if (std::smatch command; std::regex_match(inside, command, dev)) {
+        EXPECT_NE(commands.find("\n  " + command.str(1)), std::string::npos) << line;
+      }
       for (std::sregex_iterator name(inside.begin(), inside.end(), option); name != end; ++name)
         EXPECT_TRUE(known.contains(name->str())) << name->str() << " in " << line;
     }
