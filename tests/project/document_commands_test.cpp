@@ -167,12 +167,17 @@ TEST_P(DocumentCommands, KnowTheirOptions) {
     return names;
   }();
   static const std::string commands = documents::textOf(kSource / "dev");
+  static const std::set<std::string> commandLine{"paint", "batch", "preview", "check", "info", "help"};
+  static const std::regex orvpaint("`orvpaint ([a-z]+)[^`]*`");
   static const std::regex code("`[^`]*`"), dev(R"(`\./dev ([a-z]+)[^`]*`)"), option("--[a-z][a-z_-]+");
   for (const std::string& line : documents::proseOf(GetParam()))
     for (std::sregex_iterator at(line.begin(), line.end(), code), end; at != end; ++at) {
       const std::string inside = at->str();
       if (std::smatch command; std::regex_match(inside, command, dev)) {
         EXPECT_NE(commands.find("\n  " + command.str(1)), std::string::npos) << line;
+      }
+      if (std::smatch command; std::regex_match(inside, command, orvpaint)) {
+        EXPECT_TRUE(commandLine.contains(command.str(1))) << line;
       }
       for (std::sregex_iterator name(inside.begin(), inside.end(), option); name != end; ++name)
         EXPECT_TRUE(known.contains(name->str())) << name->str() << " in " << line;
