@@ -1,8 +1,9 @@
 """Pins: their axes and places, falloffs and modes."""
 
 import numpy
+from PIL import Image
 
-from drawing import (COOL, INK, WARM, crop, equator, figure, image_of, paint, picture, sheet, values)
+from drawing import (COOL, WARM, crop, equator, figure, image_of, paint, picture, sheet, values)
 
 DARK = {"type": "color", "color": [0.02, 0.022, 0.026]}
 
@@ -122,6 +123,17 @@ def pin_options():
     return sheet(tiles, [name for name, _, _ in options], 5)
 
 
+@picture("pin-edges.png")
+def pin_edges():
+    kinds = [("smoothing false", "plain", False), ("smoothing, plain", "plain", True), ("smoothing, light", "light", True)]
+    tiles = []
+    for _, quality, smoothing in kinds:
+        image = paint({"size": [512, 256], "quality": quality, "smoothing": smoothing, "background": DARK, "pins": [
+            {"shape": "circle", "azimuth": 0, "elevation": 0, "radius": 4, "fill": color(WARM)}]})
+        tiles.append(crop(image, 0, 0, 5.625, 5.625).resize((192, 192), Image.Resampling.NEAREST))
+    return sheet(tiles, [name for name, _, _ in kinds], 3)
+
+
 def falloff_sheet(shape, size, names, ink):
     pins = [{"shape": shape, **size, "falloff": name, **({} if amount is None else {"falloffAmount": amount}),
              "fill": color(ink)} for name, amount in names]
@@ -191,7 +203,7 @@ MODES = ["add", "multiply", "mix", "screen"]
 @picture("modes.jpg")
 def modes():
     steps = [[0, 0, 0], [0.04, 0.05, 0.07], [0.22, 0.22, 0.22], [0.1, 0.3, 0.6]]
-    stops = [{"position": p, "color": c} for i, c in enumerate(steps) for p in (0.3 + 0.1 * i, 0.4 + 0.1 * i)]
+    stops = [{"position": p, "color": c} for i, c in enumerate(steps) for p in (0.4 + 0.05 * i, 0.45 + 0.05 * i)]
     tiles = []
     for mode in MODES:
         pins = [{"shape": "circle", "azimuth": -20, "elevation": 0, "radius": 16, "falloff": "solid"},
@@ -199,8 +211,8 @@ def modes():
                  "falloffAmount": 1}]
         image = paint({"size": [2048, 1024], "background": {"type": "gradient", "stops": stops},
                        "pins": [{**pin, "fill": {**color([0.75, 0.45, 0.15]), "mode": mode}} for pin in pins]})
-        tiles.append(crop(image, 0, 0, 40, 36).resize((400, 360), 5))
-    return sheet([tile.resize((215, 194), 1) for tile in tiles], MODES, 4)
+        tiles.append(crop(image, 0, 0, 40, 18))
+    return sheet([tile.resize((430, 194), Image.Resampling.LANCZOS) for tile in tiles], MODES, 2)
 
 
 @picture("mode-curves.png")
