@@ -27,6 +27,7 @@ constexpr NotRun kNotRun[] = {
     {"dev", "test", "this test is one of its"},
     {"dev", "bench", "takes minutes and wants a quiet machine"},
     {"dev", "install", "builds everything; project.install does it"},
+    {"dev", "package", "builds everything; the packages have a test of their own"},
 };
 
 /// Stands in for `orvpaint`: the same program, its maps 64 x 32, and of more than a hundred a tenth.
