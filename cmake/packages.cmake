@@ -11,8 +11,6 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian/compress.cmake)
 
 set(runtime liborvhdri${ORVHDRI_SOVERSION})
@@ -41,6 +39,13 @@ set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "paints environment maps from scene file
  Paints high-dynamic-range environment maps (latitude-longitude, linear light)
  from scene files in JSON: colors, gradients, pictures, sun and sky, and pins
  of light, one map at a time or by the thousand.")
+
+# Which package programs that link the libraries depend on, and that the loader's cache is renewed.
+set(control_dir ${PROJECT_BINARY_DIR}/debian/control)
+file(CONFIGURE OUTPUT ${control_dir}/shlibs @ONLY CONTENT
+  "liborvrender @ORVHDRI_SOVERSION@ @runtime@ (>= @PROJECT_VERSION@)\nliborvhdri_avx2 @ORVHDRI_SOVERSION@ @runtime@ (>= @PROJECT_VERSION@)\n")
+file(CONFIGURE OUTPUT ${control_dir}/triggers CONTENT "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${control_dir}/shlibs ${control_dir}/triggers)
 
 # What every package says of itself. None of it belongs to a plain installation.
 set(debian_dir ${PROJECT_BINARY_DIR}/debian)
