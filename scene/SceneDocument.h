@@ -20,7 +20,10 @@ class SceneDocument {
   /// @param fileName what messages call it. @throws SceneErrors when the text has no document.
   SceneDocument(std::string_view text, const std::string& fileName);
 
-  /// Reads a file (UTF-8). @throws FileError, SceneErrors.
+  /// A document that a program has made.
+  SceneDocument(JsonValue document, std::string fileName);
+
+  /// Reads a file (UTF-8); `-` is standard input. @throws FileError, SceneErrors.
   static SceneDocument load(const std::string& path);
 
   /// Changes the document. @throws SceneErrors when the setting's path does not lead anywhere.
@@ -36,15 +39,23 @@ class SceneDocument {
   /// @throws SceneErrors with everything that is wrong in any of them.
   void check() const;
 
+  const JsonValue& document() const { return document_; }
   const std::string& fileName() const { return fileName_; }
   /// The folder that the paths of pictures are relative to: the file's.
   std::string folder() const;
 
  private:
   std::string fileName_;
-  std::size_t bytes_;  ///< of the text
+  std::size_t bytes_;  ///< of the text, about
   Problems problems_;  ///< of the text
   JsonValue document_;
 };
+
+/// What messages call the scene at a path: `standard input` of `-`.
+std::string sceneName(const std::string& path);
+
+/// The text of a scene's file; `-` is standard input.
+/// @throws FileError when it can not be read; SceneErrors when it is a picture.
+std::string readSceneText(const std::string& path);
 
 }  // namespace orv::scene

@@ -67,7 +67,7 @@ class ExrOutput {
     if (result == EXR_ERR_SUCCESS) return;
     if (result == EXR_ERR_OUT_OF_MEMORY) throw std::bad_alloc();
     file_.flushOrThrow();
-    throw FileError(file_.path() + ": cannot be written: " + exr_get_default_error_message(result));
+    throw FileError(file_.name() + ": cannot be written: " + exr_get_default_error_message(result));
   }
 
  private:
@@ -235,8 +235,10 @@ void writeBands(const ExrOutput& output, const hdri::EnvImage& map, const MapFil
     bands.push_back(std::make_unique<Band>(output, compressionOf(options.compression)));
 
   int next = 0;
+  const StopCheck* const check = StopCheck::current();
   const auto begin = [&](tbb::flow_control& control) {
     const LoopOrder::Join order;
+    StopCheck::ask(check);
     if (next == bandCount) control.stop();
     return next++;
   };

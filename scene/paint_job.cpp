@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "maps/row_loop.h"
 #include "scene/OutputFile.h"
 #include "scene/layout.h"
 #include "scene/map_file.h"
@@ -28,23 +29,34 @@ class Outputs {
     const float automatic = choosesExposure() ? autoExposure(map) : 0.0f;
     for (const auto& file : files_) writeOne(map, *file, options_.exposureStops.value_or(automatic));
     if (dome_) {
-      writeDomeLight(*dome_, firstOfFloats(job_.outputs), options_.layout);
+      writeDomeLight(*dome_, firstOfFloats(job_.outputs, options_.format), options_.layout);
       files_.push_back(std::move(dome_));
     }
     commitAll(files_);
+    tellWritten({map.width, map.height});
     for (const std::string& line : losses_) options_.tell(line, true);
   }
 
  private:
   /// Whether a file is a preview that is exposed automatically.
   bool choosesExposure() const {
-    const auto isPreview = [](const std::string& path) { return mapFormatOf(path)->preview; };
+    const auto isPreview = [this](const std::string& path) {
+      return mapFormatOf(path, options_.format)->preview;
+    };
     return !options_.exposureStops && std::any_of(job_.outputs.begin(), job_.outputs.end(), isPreview);
   }
 
+  void tellWritten(const MapSize& size) const {
+    if (!options_.written) return;
+    for (const auto& file : files_) {
+      const bool holdsMap = mapFormatOf(file->path(), options_.format) && file->path() != options_.usd;
+      options_.written({file->name(), holdsMap ? size : MapSize{0, 0}, file->size()});
+    }
+  }
+
   void writeOne(const hdri::EnvImage& map, OutputFile& file, float exposureStops) {
-    const MapFormat& format = *mapFormatOf(file.path());
-    const std::string phase = "Writing " + std::filesystem::path(file.path()).filename().string();
+    const MapFormat& format = *mapFormatOf(file.path(), options_.format);
+    const std::string phase = "Writing " + std::filesystem::path(file.name()).filename().string();
     MapFileOptions options;
     // With several outputs the compression goes to those that know it.
     if (format.knows(options_.compression)) options.compression = options_.compression;
@@ -53,12 +65,13 @@ class Outputs {
     options.limit = options_.limit;
     options.exposureStops = exposureStops;
     options.software = options_.software;
+    if (options_.progress) options_.progress(phase.c_str(), 0);
     if (options_.progress)
       options.progress = [&](float amount) { options_.progress(phase.c_str(), static_cast<double>(amount)); };
     const ClampLoss loss = writeMap(map, file, format, options);
     if (loss.pixels == 0 || !options_.tell) return;
     const float limit = *limitOf(format, options);
-    losses_.push_back(file.path() + ": " + lossText(loss, limit, limit != options.limit));
+    losses_.push_back(file.name() + ": " + lossText(loss, limit, limit != options.limit));
   }
 
   /// What became of the values beyond a file's limit: how many, the largest, the light, and a remedy where
@@ -94,18 +107,33 @@ void turn(hdri::EnvImage& map, const JobOptions& options) {
 
 PaintOptions paintOptions(const Job& job, const JobOptions& options) {
   PaintOptions result;
-  result.fileName = job.scene.empty() ? "scene" : job.scene;
+  result.fileName = job.scene.empty() ? job.textName : job.scene;
   result.folder = std::filesystem::path(job.scene).parent_path().string();
   result.size = job.size;
   result.progress = options.progress;
+  result.cancel = options.cancel;
   return result;
+}
+
+bool isSet(const void* flag) { return static_cast<const std::atomic<bool>*>(flag)->load(); }
+
+MapLight paintAndWrite(Session& session, const Scene& scene, const Job& job, const JobOptions& options,
+                       Outputs& outputs) {
+  const std::shared_ptr<hdri::EnvImage> map =
+      paintShown(session, scene, paintOptions(job, options), options.allowFallback, options.tell);
+  if (options.last) session.forgetBackground();
+  const MapLight light = options.measure ? lightOf(*map) : MapLight{};
+  turn(*map, options);
+  outputs.write(*map);
+  return light;
 }
 
 }  // namespace
 
-std::string firstOfFloats(const std::vector<std::string>& outputs) {
-  const auto found = std::find_if(outputs.begin(), outputs.end(),
-                                  [](const std::string& path) { return !mapFormatOf(path)->preview; });
+std::string firstOfFloats(const std::vector<std::string>& outputs, const MapFormat* otherwise) {
+  const auto found = std::find_if(outputs.begin(), outputs.end(), [otherwise](const std::string& path) {
+    return !mapFormatOf(path, otherwise)->preview;
+  });
   return found == outputs.end() ? std::string() : *found;
 }
 
@@ -125,15 +153,22 @@ std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene,
   return std::move(painted.map);
 }
 
+void writeOutputs(const hdri::EnvImage& map, const Job& job, const JobOptions& options) {
+  Outputs outputs(job, options);
+  if (options.layout == Layout::native) return outputs.write(map);
+  hdri::EnvImage turned = map;
+  turn(turned, options);
+  outputs.write(turned);
+}
+
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options) {
   Outputs outputs(job, options);
-  const std::shared_ptr<hdri::EnvImage> map =
-      paintShown(session, scene, paintOptions(job, options), options.allowFallback, options.tell);
-  if (options.last) session.forgetBackground();
-  const MapLight light = options.measure ? lightOf(*map) : MapLight{};
-  turn(*map, options);
-  outputs.write(*map);
-  return light;
+  const StopCheck check(options.cancel ? &isSet : nullptr, options.cancel);
+  try {
+    return paintAndWrite(session, scene, job, options, outputs);
+  } catch (const LoopStopped&) {
+    throw PaintCancelled(paintOptions(job, options).fileName + ": the paint was cancelled");
+  }
 }
 
 }  // namespace orv::scene

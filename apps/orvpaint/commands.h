@@ -8,6 +8,11 @@
 
 #include "scene/HostPicture.h"
 #include "scene/Scene.h"
+#include "scene/map_file.h"
+
+namespace CLI {
+class App;
+}
 
 namespace orvpaint {
 
@@ -19,14 +24,20 @@ enum ExitStatus : int {
   fellBack = 3,     ///< the painter fell back to a visible colour, or to a worse picture
 };
 
+/// How much is said beside errors.
+enum class Talk { quiet, normal, verbose };
+
 /// What it takes to paint.
 struct PainterArguments {
   std::optional<orv::scene::MapSize> size;
   int threads = 0;  ///< 0: as many as the process may use processors
   std::string painter;
   bool quiet = false;
+  bool verbose = false;
   bool allowFallback = false;
   std::uint64_t maxImagePixels = orv::scene::kMaxPicturePixels;  ///< larger pictures are refused
+
+  Talk talk() const { return quiet ? Talk::quiet : verbose ? Talk::verbose : Talk::normal; }
 };
 
 /// One of `count` parts of a call's maps.
@@ -37,8 +48,9 @@ struct Shard {
 
 /// How maps are written, and which of them.
 struct MapArguments : PainterArguments {
-  std::vector<std::string> outputs;           ///< names, with words in braces
-  std::optional<float> exposureStops = 0.0f;  ///< of previews; none: chosen automatically
+  std::vector<std::string> outputs;               ///< names, with words in braces
+  const orv::scene::MapFormat* format = nullptr;  ///< of outputs whose ending names none
+  std::optional<float> exposureStops = 0.0f;      ///< of previews; none: chosen automatically
   std::string compression;
   bool half = false;
   std::optional<float> limit;
@@ -65,7 +77,8 @@ struct BatchArguments : MapArguments {
 struct PreviewArguments : PainterArguments {
   std::string scene;
   std::string output;
-  std::optional<float> exposureStops;  ///< none: chosen automatically
+  const orv::scene::MapFormat* format = nullptr;  ///< of an output whose ending names none
+  std::optional<float> exposureStops;             ///< none: chosen automatically
   float cameraAzimuth = 180;
 };
 
@@ -74,10 +87,10 @@ ExitStatus paint(const PaintArguments& arguments);
 ExitStatus batch(const BatchArguments& arguments);
 ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
+/// Writes man pages and completion, made of the commands' description, below a folder as they are installed
+/// below `share`.
+ExitStatus generate(const CLI::App& app, const std::string& folder);
 ExitStatus info(const std::string& file, orv::scene::Layout layout, std::uint64_t maxImagePixels);
-
-/// What is wrong with the name of a map's file, or nothing.
-std::string checkOutput(const std::string& path);
 
 /// Name and version, as files and `--version` give it.
 std::string programVersion();
