@@ -1,5 +1,8 @@
 #include "scene/SceneDocument.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -34,7 +37,10 @@ std::size_t countValues(const JsonValue& value) {
 
 /// The file's bytes, and at most one more than a scene may have, so that devices without an end are no trap.
 std::string readBytes(const std::string& path) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  // Standard input has a descriptor of its own here, so that it stays open.
+  std::FILE* const opened = path == "-" ? ::fdopen(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3), "rb")
+                                        : std::fopen(path.c_str(), "rb");
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(opened, &std::fclose);
   std::string bytes;
   char buffer[65536];
   std::size_t n = sizeof buffer;
@@ -42,7 +48,8 @@ std::string readBytes(const std::string& path) {
     n = std::fread(buffer, 1, sizeof buffer, file.get());
     bytes.append(buffer, n);
   }
-  if (!file || std::ferror(file.get())) throw FileError(path + ": cannot be read: " + std::strerror(errno));
+  if (!file || std::ferror(file.get()))
+    throw FileError(sceneName(path) + ": cannot be read: " + std::strerror(errno));
   return bytes;
 }
 
@@ -69,16 +76,20 @@ SceneDocument::SceneDocument(JsonValue document, std::string fileName)
       problems_(fileName_),
       document_(std::move(document)) {}
 
-SceneDocument SceneDocument::load(const std::string& path) {
-  const std::string bytes = readBytes(path);
+std::string sceneName(const std::string& path) { return path == "-" ? "standard input" : path; }
+
+std::string readSceneText(const std::string& path) {
+  std::string bytes = readBytes(path);
   const std::string_view kind = pictureKind(bytes);
   if (!kind.empty())
     throw SceneErrors(
-        {path + ": scene: " + std::string(kind) + " picture found; allowed: a scene, which can " +
+        {sceneName(path) + ": scene: " + std::string(kind) + " picture found; allowed: a scene, which can " +
          "show it: {\"version\": 1, \"background\": {\"type\": \"image\", \"path\": " + quotedText(path) +
          "}}"});
-  return {bytes, path};
+  return bytes;
 }
+
+SceneDocument SceneDocument::load(const std::string& path) { return {readSceneText(path), sceneName(path)}; }
 
 void SceneDocument::set(const Setting& setting) {
   try {

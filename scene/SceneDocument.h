@@ -23,7 +23,7 @@ class SceneDocument {
   /// A document that a program has made.
   SceneDocument(JsonValue document, std::string fileName);
 
-  /// Reads a file (UTF-8). @throws FileError, SceneErrors.
+  /// Reads a file (UTF-8); `-` is standard input. @throws FileError, SceneErrors.
   static SceneDocument load(const std::string& path);
 
   /// Changes the document. @throws SceneErrors when the setting's path does not lead anywhere.
@@ -50,5 +50,12 @@ class SceneDocument {
   Problems problems_;  ///< of the text
   JsonValue document_;
 };
+
+/// What messages call the scene at a path: `standard input` of `-`.
+std::string sceneName(const std::string& path);
+
+/// The text of a scene's file; `-` is standard input.
+/// @throws FileError when it can not be read; SceneErrors when it is a picture.
+std::string readSceneText(const std::string& path);
 
 }  // namespace orv::scene
