@@ -36,7 +36,10 @@ def sweep(
     :return: job lines without outputs; ``set`` holds the values.
     :raises SettingError: for text that can not be read, and for more than a million maps.
     """
-    scene = os.fspath(scene) if isinstance(scene, (str, os.PathLike)) else scene
+    if isinstance(scene, (str, os.PathLike)):
+        scene = os.fspath(scene)
+    elif not isinstance(scene, Scene):
+        scene = Scene(scene, check=False)  # its arrays are copied once
     jobs = []
     for settings, frame in _core.combine(dict(values or {}), frames):
         job: Dict[str, Any] = {"scene": scene}

@@ -282,3 +282,11 @@ def test_a_job_that_fails_ends_the_maps_or_is_skipped(lamp):
 def test_arrays_outlive_their_workers(lamp):
     maps = [light for light, _ in orv.generate(around(lamp, 90), workers=2)]
     assert all(light.sum() > 0 for light in maps)
+
+
+def test_arrays_of_scenes_reach_the_workers(here, lamp):
+    sky = orv.paint(lamp, size=(64, 32))
+    jobs = orv.sweep({"version": 1, "background": {"type": "image", "image": sky}}, {"background.brightness": [1, 2]},
+                     size=(64, 32))
+    for (light, _), factor in zip(orv.generate(jobs, workers=2), (1, 2)):
+        assert np.array_equal(light, factor * sky)
