@@ -144,6 +144,8 @@ def _numbered(jobs: Union[PathLike, Iterable[Any]]) -> Iterator[Tuple[str, Any]]
                 if line.strip():
                     yield f"{name}:{number}", line
         return
+    if isinstance(jobs, Mapping):
+        raise TypeError(f"jobs: {type(jobs).__name__} found; allowed: a list of jobs, such as [{{'scene': scene}}]")
     for i, job in enumerate(jobs):
         yield f"jobs[{i}]", job
 
