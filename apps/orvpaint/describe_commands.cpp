@@ -51,8 +51,7 @@ void addPainter(CLI::App& command, PainterArguments& arguments) {
       .add_flag("--allow-fallback", arguments.allowFallback,
                 "Go on although a missing image or sky is painted as a visible colour")
       ->group(kRun);
-  command
-      .add_option("--painter", arguments.painter, "Painter library to load, instead of the one installed")
+  command.add_option("--painter", arguments.painter, "Painter library to load, instead of the one installed")
       ->type_name("LIBRARY")
       ->group(kRun);
   addMaxImagePixels(command, arguments.maxImagePixels);
@@ -118,15 +117,17 @@ void describePaint(CLI::App& app, PaintArguments& arguments) {
       ->type_name("SCENE");
   addOutputs(command, arguments, true);
   command
-      .add_option("--set", arguments.settings,
-                  "Change a value of the scenes: pins[0].azimuth=30, pins.key.fill.brightness=12; may be given "
-                  "several times")
+      .add_option(
+          "--set", arguments.settings,
+          "Change a value of the scenes: pins[0].azimuth=30, pins.key.fill.brightness=12; may be given "
+          "several times")
       ->allow_extra_args(false)
       ->type_name("PATH=VALUE")
       ->group(kVariations);
   command
-      .add_option("--sweep", arguments.sweeps,
-                  "Paint a map for each value: PATH=FROM:TO, PATH=FROM:TO:STEP or PATH=A,B,C; several multiply")
+      .add_option(
+          "--sweep", arguments.sweeps,
+          "Paint a map for each value: PATH=FROM:TO, PATH=FROM:TO:STEP or PATH=A,B,C; several multiply")
       ->allow_extra_args(false)
       ->type_name("PATH=VALUES")
       ->group(kVariations);
@@ -152,7 +153,8 @@ void describeBatch(CLI::App& app, BatchArguments& arguments) {
   addMaps(command, arguments);
   command.footer(
       "orvpaint batch jobs.jsonl --manifest done.jsonl --skip-existing\n"
-      "orvpaint paint noon.json --frames 1-240 -o 'noon_{frame}.exr' --dry-run | orvpaint batch - --shard 1/4");
+      "orvpaint paint noon.json --frames 1-240 -o 'noon_{frame}.exr' --dry-run | orvpaint batch - --shard "
+      "1/4");
 }
 
 void describePreview(CLI::App& app, PreviewArguments& arguments) {
