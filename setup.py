@@ -29,5 +29,6 @@ class CMakeBuild(build_ext):
             shutil.copy(library, package)
 
 
-version = re.search(r"project\(orvhdri VERSION ([0-9.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
+header = (ROOT / "include" / "hdri" / "version.h").read_text()
+version = ".".join(re.findall(r"define ORVHDRI_VERSION_(?:MAJOR|MINOR|PATCH) (\d+)", header))
 setup(version=version, ext_modules=[Extension("orvhdri._core", [])], cmdclass={"build_ext": CMakeBuild})
