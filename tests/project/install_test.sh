@@ -27,6 +27,8 @@ said=$(LD_LIBRARY_PATH=$(pkg-config --variable=libdir orvhdri) "$work/pc_host")
 [ "$said" = "$expected" ] || { echo "the host of pkg-config said: $said"; exit 1; }
 "$work/prefix/bin/orvpaint" paint "$source_dir/examples/color.json" --size 64x32 -o "$work/map.exr"
 [ -s "$work/map.exr" ]
+[ -s "$work/prefix/share/man/man1/orvpaint-paint.1" ]
+bash -c "source '$work/prefix/share/bash-completion/completions/orvpaint' && complete -p orvpaint" >/dev/null
 
 # A host that makes a map of its own needs nothing but the installed header.
 cat >"$work/map.cpp" <<'CPP'
