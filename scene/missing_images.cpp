@@ -7,6 +7,8 @@ namespace orv::scene {
 std::vector<std::string> missingImages(const Scene& scene, const std::string& folder) {
   std::vector<std::string> lines;
   const auto look = [&](const std::string& place, const std::string& path) {
+    // The session knows what it was given.
+    if (isInMemory(path)) return;
     const std::string resolved = resolvePath(folder, path);
     std::error_code error;
     if (!std::filesystem::exists(resolved, error)) lines.push_back(place + ": there is no file " + resolved);

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "maps/row_loop.h"
 #include "scene/OutputFile.h"
 #include "scene/layout.h"
 #include "scene/map_file.h"
@@ -110,7 +111,21 @@ PaintOptions paintOptions(const Job& job, const JobOptions& options) {
   result.folder = std::filesystem::path(job.scene).parent_path().string();
   result.size = job.size;
   result.progress = options.progress;
+  result.cancel = options.cancel;
   return result;
+}
+
+bool isSet(const void* flag) { return static_cast<const std::atomic<bool>*>(flag)->load(); }
+
+MapLight paintAndWrite(Session& session, const Scene& scene, const Job& job, const JobOptions& options,
+                       Outputs& outputs) {
+  const std::shared_ptr<hdri::EnvImage> map =
+      paintShown(session, scene, paintOptions(job, options), options.allowFallback, options.tell);
+  if (options.last) session.forgetBackground();
+  const MapLight light = options.measure ? lightOf(*map) : MapLight{};
+  turn(*map, options);
+  outputs.write(*map);
+  return light;
 }
 
 }  // namespace
@@ -148,13 +163,12 @@ void writeOutputs(const hdri::EnvImage& map, const Job& job, const JobOptions& o
 
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options) {
   Outputs outputs(job, options);
-  const std::shared_ptr<hdri::EnvImage> map =
-      paintShown(session, scene, paintOptions(job, options), options.allowFallback, options.tell);
-  if (options.last) session.forgetBackground();
-  const MapLight light = options.measure ? lightOf(*map) : MapLight{};
-  turn(*map, options);
-  outputs.write(*map);
-  return light;
+  const StopCheck check(options.cancel ? &isSet : nullptr, options.cancel);
+  try {
+    return paintAndWrite(session, scene, job, options, outputs);
+  } catch (const LoopStopped&) {
+    throw PaintCancelled(paintOptions(job, options).fileName + ": the paint was cancelled");
+  }
 }
 
 }  // namespace orv::scene

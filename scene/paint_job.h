@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -53,12 +54,15 @@ struct JobOptions {
   Tell tell = {};
   /// Hears of each file when all are in place. May be empty.
   std::function<void(const WrittenFile& file)> written = {};
+  /// Cancels the job, its files' writing too; as in PaintOptions. Null: it can not be cancelled.
+  const std::atomic<bool>* cancel = nullptr;
 };
 
 /// Paints a job and writes its outputs, each as its ending or the options' format says. None is put in place
 /// before all are whole.
 /// @param scene the job's, as JobScenes reads it. @return the map's light where it was asked for.
-/// @throws FileError, PaintError, FallbackError; no output is there then that was not there before, but for a
+/// @throws FileError, PaintError, FallbackError, PaintCancelled; no output is there then that was not there
+/// before, but for a
 ///         failure of the system amid putting them in place.
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options);
 

@@ -8,7 +8,10 @@ struct Rgb {
   float g;
   float b;
 
-  friend bool operator==(const Rgb&, const Rgb&) = default;
+  friend constexpr bool operator==(const Rgb& a, const Rgb& b) {
+    return a.r == b.r && a.g == b.g && a.b == b.b;
+  }
+  friend constexpr bool operator!=(const Rgb& a, const Rgb& b) { return !(a == b); }
 };
 
 }  // namespace orv::hdri
