@@ -52,10 +52,10 @@ struct JobOptions {
   /// Hears of the phase of the work and the amount done in it, 0 to 1; as in PaintOptions. May be empty.
   std::function<void(const char* phase, double amount)> progress = {};
   Tell tell = {};
-  /// Hears of each file when all are in place. May be empty.
-  std::function<void(const WrittenFile& file)> written = {};
   /// Cancels the job, its files' writing too; as in PaintOptions. Null: it can not be cancelled.
   const std::atomic<bool>* cancel = nullptr;
+  /// Hears of each file when all are in place. May be empty.
+  std::function<void(const WrittenFile& file)> written = {};
 };
 
 /// Paints a job and writes its outputs, each as its ending or the options' format says. None is put in place
