@@ -1,4 +1,4 @@
-# Debian packages, a component each (./dev package): liborvhdri0, liborvhdri-dev and orvpaint.
+# Debian packages, a component each (./dev package): liborvhdri0, liborvhdri-dev, orvpaint and python3-orvhdri.
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL libraries development program)
 set(CPACK_PACKAGE_NAME orvhdri)
@@ -46,13 +46,28 @@ file(CONFIGURE OUTPUT ${control_dir}/shlibs @ONLY CONTENT
   "liborvrender @ORVHDRI_SOVERSION@ @runtime@ (>= @PROJECT_VERSION@)\nliborvhdri_avx2 @ORVHDRI_SOVERSION@ @runtime@ (>= @PROJECT_VERSION@)\n")
 file(CONFIGURE OUTPUT ${control_dir}/triggers CONTENT "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${control_dir}/shlibs ${control_dir}/triggers)
+set(packages libraries:${runtime} development:liborvhdri-dev program:orvpaint)
+if(ORVHDRI_PYTHON)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+  list(APPEND packages python:python3-orvhdri)
+  # The compiled module is of one version of the interpreter.
+  math(EXPR next_python "${Python_VERSION_MINOR} + 1")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-orvhdri)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "${runtime} ${same_version}, python3 (>= 3.${Python_VERSION_MINOR}~), python3 (<< 3.${next_python}), python3-numpy")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-tqdm")
+  set(CPACK_COMPONENT_PYTHON_DESCRIPTION "paints environment maps from Python
+ Scenes as dicts, high-dynamic-range environment maps as numpy arrays: painting,
+ reading, writing, measuring and previews, and many maps by worker processes.")
+endif()
 
 # What every package says of itself. None of it belongs to a plain installation.
 set(debian_dir ${PROJECT_BINARY_DIR}/debian)
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/debian/changelog.in ${debian_dir}/changelog.Debian @ONLY)
 configure_file(CHANGELOG.md ${debian_dir}/changelog COPYONLY)
-foreach(pair libraries:${runtime} development:liborvhdri-dev program:orvpaint)
+foreach(pair ${packages})
   string(REPLACE ":" ";" pair ${pair})
   list(POP_FRONT pair component package)
   install(FILES ${CMAKE_CURRENT_LIST_DIR}/debian/copyright ${debian_dir}/changelog.Debian ${debian_dir}/changelog

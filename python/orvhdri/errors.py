@@ -44,6 +44,11 @@ class SceneError(Error, ValueError):
         super().__init__("\n".join(lines))
         self.problems = [_problem(line) for line in lines]
 
+    @classmethod
+    def joined(cls, errors: "Sequence[SceneError]") -> "SceneError":
+        """Several in one."""
+        return cls([line for error in errors for line in str(error).split("\n")])
+
     def __reduce__(self):
         return type(self), (str(self).split("\n"),)
 
