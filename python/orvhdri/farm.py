@@ -47,6 +47,7 @@ _MOST_ERRORS = 3  # of a packet, that are not the jobs' own
 class _Packet:
     jobs: List[Tuple[int, str]]
     errors: int = 0
+    alone: bool = False  # nothing else is painted meanwhile
 
 
 class Packer:
@@ -56,6 +57,7 @@ class Packer:
         self._left = operator.length_hint(lines, 0) or math.inf
         self._lines = iter(lines)
         self._again: Deque[_Packet] = collections.deque()
+        self._suspects: Deque[_Packet] = collections.deque()
         self._seconds = seconds
         self._jobs_done = 0.0
         self._seconds_taken = 0.0
@@ -70,6 +72,14 @@ class Packer:
         """Takes jobs back, to be given out first."""
         if packet.jobs:
             self._again.append(packet)
+
+    def suspect(self, packet: _Packet) -> None:
+        """Takes back a job that workers may have died of, or another one that they had as well."""
+        packet.alone = True
+        self._suspects.append(packet)
+
+    def next_suspect(self) -> Optional[_Packet]:
+        return self._suspects.popleft() if self._suspects else None
 
     def size(self, threads: int) -> int:
         """How many jobs the next packet has for a number of threads: twice those of the last one at most, and so few
@@ -175,6 +185,7 @@ class Farm:
         self._batch = uuid.uuid4().hex
         self._refused: Dict[str, str] = {}
         self._threads = 0
+        self._lonely = False
         self._looked = -math.inf
         self._survey()
         self.packets = 0
@@ -231,14 +242,20 @@ class Farm:
             while True:
                 self._refresh()
                 while len(flying) < _PACKETS_OF_A_THREAD * self._threads:
-                    packet = packer.next(self._threads, room())
+                    packet = packer.next(self._threads, room()) or (None if flying else packer.next_suspect())
                     if packet is None:
                         break
                     future = self._submit(packet)
                     flying[future.key] = future, packet
                     done.add(future)
+                    if packet.alone:
+                        break
                 if not flying:
                     return
+                while not done.has_ready():
+                    with done.thread_condition:
+                        done.thread_condition.wait(0.5)
+                    self._refresh()
                 for future, result in done.next_batch():
                     _, packet = flying.pop(future.key)
                     yield from self._take(packer, packet, future, result)
@@ -273,15 +290,17 @@ class Farm:
                 yield index, outcome
 
     def _split(self, packer: Packer, packet: _Packet, error: Exception) -> Iterator[Tuple[int, Outcome]]:
-        """Looks for the job that workers die of in halves of its packet."""
+        """Looks for the job that workers die of in halves of its packet; what is left of it is painted alone."""
         half = len(packet.jobs) // 2
         if half:
             packer.again(_Packet(packet.jobs[:half]))
             packer.again(_Packet(packet.jobs[half:]))
-            return
-        tries = getattr(error, "allowed_failures", 3) + 1
-        text = f"given up: {tries} workers died while they had it"
-        yield packet.jobs[0][0], {"status": "failed", "error": text, "seconds": 0.0, "messages": []}
+        elif not packet.alone:
+            packer.suspect(packet)
+        else:
+            died = getattr(error, "allowed_failures", 3) + 1
+            text = f"given up: {died} worker{'s'[: died != 1]} died of it that had nothing else"
+            yield packet.jobs[0][0], {"status": "failed", "error": text, "seconds": 0.0, "messages": []}
 
     def _try_again(self, packer: Packer, packet: _Packet, error: str) -> None:
         """Something is wrong with a worker, and not with a job: another one may do better."""
@@ -357,11 +376,15 @@ class Farm:
             time.sleep(0.1)
 
     def _refresh(self) -> None:
-        if time.monotonic() - self._looked > _REFRESH_SECONDS:
-            threads = self._client.nthreads()
-            # Without workers packets wait for some.
-            self._threads = sum(map(threads.get, set(threads) - set(self._refused))) or self._threads
-            self._looked = time.monotonic()
+        if time.monotonic() - self._looked < _REFRESH_SECONDS or self._client.status != "running":
+            return
+        self._looked = time.monotonic()
+        threads = self._client.nthreads()
+        now = sum(count for worker, count in threads.items() if worker not in self._refused)
+        if now == 0 and not self._lonely:
+            warnings.warn(f"{self._address}: the scheduler has no workers; packets wait for some", PaintWarning, 4)
+        self._lonely = now == 0
+        self._threads = now or self._threads
 
     def _survey(self) -> None:
         """Asks all workers whether they can paint, before they get jobs."""
