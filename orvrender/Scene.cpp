@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "hdri/version.h"
 #include "host/orvPaint.h"
 #include "orvrender/BigBlocks.h"
 
@@ -18,6 +19,8 @@ orvScene::~orvScene() {
 }
 
 extern "C" {
+
+const char* orv_version() { return ORVHDRI_VERSION_STRING; }
 
 orvScene* orv_scene_create(const orvScene_options& options) {
   try {

@@ -46,6 +46,9 @@ struct orvScene_options {
 
 extern "C" {
 
+/// The version of this library: the `ORVHDRI_VERSION_STRING` (<hdri/version.h>) that it was built with.
+const char* orv_version();
+
 /// Makes a scene; null when there is no memory. Destroyed with its images, nodes and sky by
 /// `orv_scene_destroy`.
 orvScene* orv_scene_create(const orvScene_options& options);

@@ -15,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kLibrary = "liborvhdri_avx2.so";
+constexpr const char* kHost = "liborvrender.so";
 
 /// Paths to try, in order; the last one is the bare name, for the library path.
 std::vector<std::string> candidates() {
@@ -71,6 +72,10 @@ PainterLibrary::PainterLibrary(const std::string& path, ProcessorFeatures proces
     paths = {asPath(fromEnvironment)};
   else
     paths = candidates();
+
+  // The painter needs a host by its name without a version. The loader knows the one that is loaded already
+  // by that name as well once it was asked for it, so that no painter brings another, wherever it lies.
+  if (void* const host = dlopen(kHost, RTLD_NOW | RTLD_NOLOAD)) dlclose(host);
 
   void* library = nullptr;
   std::string reason;

@@ -71,10 +71,7 @@ SceneDocument::SceneDocument(std::string_view text, const std::string& fileName)
 }
 
 SceneDocument::SceneDocument(JsonValue document, std::string fileName)
-    : fileName_(std::move(fileName)),
-      bytes_(kBytesOfValue * countValues(document)),
-      problems_(fileName_),
-      document_(std::move(document)) {}
+    : fileName_(std::move(fileName)), problems_(fileName_), document_(std::move(document)) {}
 
 std::string sceneName(const std::string& path) { return path == "-" ? "standard input" : path; }
 
@@ -119,7 +116,8 @@ Scene SceneDocument::read(std::optional<double> frame) const {
 
 void SceneDocument::check() const {
   std::vector<double> frames = keyFrames(document_);
-  frames.resize(std::min(frames.size(), kMostCheckedBytes / std::max<std::size_t>(bytes_, 1)));
+  const std::size_t bytes = bytes_ > 0 ? bytes_ : kBytesOfValue * countValues(document_);
+  frames.resize(std::min(frames.size(), kMostCheckedBytes / std::max<std::size_t>(bytes, 1)));
   read();
   for (const double frame : frames) read(frame);
 }

@@ -33,6 +33,7 @@ class Outputs {
       files_.push_back(std::move(dome_));
     }
     commitAll(files_);
+    tellWritten({map.width, map.height});
     for (const std::string& line : losses_) options_.tell(line, true);
   }
 
@@ -43,6 +44,14 @@ class Outputs {
       return mapFormatOf(path, options_.format)->preview;
     };
     return !options_.exposureStops && std::any_of(job_.outputs.begin(), job_.outputs.end(), isPreview);
+  }
+
+  void tellWritten(const MapSize& size) const {
+    if (!options_.written) return;
+    for (const auto& file : files_) {
+      const bool holdsMap = mapFormatOf(file->path(), options_.format) && file->path() != options_.usd;
+      options_.written({file->name(), holdsMap ? size : MapSize{0, 0}, file->size()});
+    }
   }
 
   void writeOne(const hdri::EnvImage& map, OutputFile& file, float exposureStops) {
@@ -56,6 +65,7 @@ class Outputs {
     options.limit = options_.limit;
     options.exposureStops = exposureStops;
     options.software = options_.software;
+    if (options_.progress) options_.progress(phase.c_str(), 0);
     if (options_.progress)
       options.progress = [&](float amount) { options_.progress(phase.c_str(), static_cast<double>(amount)); };
     const ClampLoss loss = writeMap(map, file, format, options);

@@ -28,6 +28,13 @@ using Tell = std::function<void(const std::string& line, bool important)>;
 std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene, const PaintOptions& options,
                                            bool allowFallback, const Tell& tell);
 
+/// A file that was put in place.
+struct WrittenFile {
+  std::string name;         ///< as messages call it
+  MapSize size;             ///< of its map; nothing of a file that holds none
+  std::uint64_t bytes = 0;  ///< of the file
+};
+
 /// How jobs are painted and their files written.
 struct JobOptions {
   std::optional<float> exposureStops = 0.0f;  ///< of previews; none: chosen automatically
@@ -47,6 +54,8 @@ struct JobOptions {
   Tell tell = {};
   /// Cancels the job, its files' writing too; as in PaintOptions. Null: it can not be cancelled.
   const std::atomic<bool>* cancel = nullptr;
+  /// Hears of each file when all are in place. May be empty.
+  std::function<void(const WrittenFile& file)> written = {};
 };
 
 /// Paints a job and writes its outputs, each as its ending or the options' format says. None is put in place

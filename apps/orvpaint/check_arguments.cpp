@@ -40,7 +40,8 @@ std::string checkOutput(const std::string& path, const scene::MapFormat* otherwi
   if (scene::mapFormatOf(path, otherwise)) return {};
   if (path == scene::kStandardOutput)
     return "-: standard output has no ending that names a format; add one, such as --format exr";
-  return "\"" + path + "\" has no ending that names a format; allowed: " + scene::listOf(scene::mapEndings()) +
+  return "\"" + path +
+         "\" has no ending that names a format; allowed: " + scene::listOf(scene::mapEndings()) +
          ", or any with --format";
 }
 
@@ -97,8 +98,9 @@ std::string checkPreview(const PreviewArguments& arguments) {
 void refuseTerminal(const std::string& path) {
   const int descriptor = scene::outputDescriptor(path);
   if (descriptor < 0 || ::isatty(descriptor) != 1) return;
-  throw scene::SettingError("--output: " + path +
-                            ": a map is not shown on a terminal; send it to a file or a pipe: > map, | program");
+  throw scene::SettingError(
+      "--output: " + path +
+      ": a map is not shown on a terminal; send it to a file or a pipe: > map, | program");
 }
 
 }  // namespace orvpaint

@@ -51,12 +51,15 @@ void addPainter(CLI::App& command, PainterArguments& arguments) {
       .add_flag("--allow-fallback", arguments.allowFallback,
                 "Go on although a missing image or sky is painted as a visible colour")
       ->group(kRun);
-  command
-      .add_option("--painter", arguments.painter, "Painter library to load, instead of the one installed")
+  command.add_option("--painter", arguments.painter, "Painter library to load, instead of the one installed")
       ->type_name("LIBRARY")
       ->group(kRun);
   addMaxImagePixels(command, arguments.maxImagePixels);
-  command.add_flag("-q,--quiet", arguments.quiet, "Say nothing but errors, and what light is lost")
+  CLI::Option* const quiet =
+      command.add_flag("-q,--quiet", arguments.quiet, "Say nothing but errors, and what light is lost");
+  quiet->group(kRun);
+  command.add_flag("-v,--verbose", arguments.verbose, "Tell each map's phases and files, and their times")
+      ->excludes(quiet)
       ->group(kRun);
 }
 
@@ -118,15 +121,17 @@ void describePaint(CLI::App& app, PaintArguments& arguments) {
       ->type_name("SCENE");
   addOutputs(command, arguments, true);
   command
-      .add_option("--set", arguments.settings,
-                  "Change a value of the scenes: pins[0].azimuth=30, pins.key.fill.brightness=12; may be given "
-                  "several times")
+      .add_option(
+          "--set", arguments.settings,
+          "Change a value of the scenes: pins[0].azimuth=30, pins.key.fill.brightness=12; may be given "
+          "several times")
       ->allow_extra_args(false)
       ->type_name("PATH=VALUE")
       ->group(kVariations);
   command
-      .add_option("--sweep", arguments.sweeps,
-                  "Paint a map for each value: PATH=FROM:TO, PATH=FROM:TO:STEP or PATH=A,B,C; several multiply")
+      .add_option(
+          "--sweep", arguments.sweeps,
+          "Paint a map for each value: PATH=FROM:TO, PATH=FROM:TO:STEP or PATH=A,B,C; several multiply")
       ->allow_extra_args(false)
       ->type_name("PATH=VALUES")
       ->group(kVariations);
@@ -152,7 +157,8 @@ void describeBatch(CLI::App& app, BatchArguments& arguments) {
   addMaps(command, arguments);
   command.footer(
       "orvpaint batch jobs.jsonl --manifest done.jsonl --skip-existing\n"
-      "orvpaint paint noon.json --frames 1-240 -o 'noon_{frame}.exr' --dry-run | orvpaint batch - --shard 1/4");
+      "orvpaint paint noon.json --frames 1-240 -o 'noon_{frame}.exr' --dry-run | orvpaint batch - --shard "
+      "1/4");
 }
 
 void describePreview(CLI::App& app, PreviewArguments& arguments) {
@@ -224,7 +230,38 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
   CLI::App& help = *app.add_subcommand("help", "Print the list of commands, or the help of one");
   help.add_option("COMMAND", arguments.helpCommand, "Command to explain")->type_name("COMMAND");
   help.footer("orvpaint help paint");
+  // For builds and packages; nobody else needs to be told of it.
+  CLI::App& generate = *app.add_subcommand("generate", "Write man pages and completion below a folder");
+  generate.group("");
+  generate.add_option("FOLDER", arguments.generateFolder, "Folder, made where it is not there")
+      ->required()
+      ->type_name("FOLDER");
   for (CLI::App* command : app.get_subcommands({})) command->get_help_ptr()->group(kRun);
+}
+
+std::string detailsOf(std::string_view command) {
+  if (command == "paint")
+    return "Paints each scene into a latitude-longitude map and writes it as every ending of --output says. "
+           "Files "
+           "appear whole or not at all. Sweeps and frames paint many maps of a scene in one call; pictures, "
+           "the "
+           "sky's tables and a background that stays the same are kept between them.";
+  if (command == "batch")
+    return "Paints a map for each line of JSON: an object with scene (a path, or a scene), and where they "
+           "are "
+           "wanted set, frame, size, output and values. A map that can not be painted is named with the "
+           "reason, "
+           "and the others are painted.";
+  if (command == "preview")
+    return "Shows a map above a mirror ball, a grey diffuse ball and a glossy ball in its light, with a "
+           "caption of "
+           "its size, its mean and largest luminance and the exposure. The picture has 1024 x 900 pixels.";
+  if (command == "check")
+    return "Reads scenes and names every error in them with its place, and pictures that are not there with "
+           "the "
+           "brush or pin that wants them. Nothing is painted.";
+  if (command == "info") return "Says what is in a scene or in a map's file.";
+  return "Prints the list of commands, or what a command takes, with examples.";
 }
 
 }  // namespace orvpaint

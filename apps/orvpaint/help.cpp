@@ -88,7 +88,9 @@ std::vector<OptionGroup> optionGroupsOf(const CLI::App& command) {
   }
   // The help option comes first, and its group last.
   if (!groups.empty()) std::rotate(groups.begin(), groups.begin() + 1, groups.end());
-  if (!groups.empty()) std::rotate(groups.back().options.begin(), groups.back().options.begin() + 1, groups.back().options.end());
+  if (!groups.empty())
+    std::rotate(groups.back().options.begin(), groups.back().options.begin() + 1,
+                groups.back().options.end());
   return groups;
 }
 
@@ -117,7 +119,8 @@ std::string helpText(const CLI::App& app, Stream stream) {
   std::string text = app.get_description() + "\n";
   text += "\n" + boldText("Usage:", stream) + " orvpaint COMMAND ...\n";
   text += heading("Commands", stream);
-  for (const CLI::App* command : commandsOf(app)) text += row(command->get_name(), command->get_description(), 12);
+  for (const CLI::App* command : commandsOf(app))
+    text += row(command->get_name(), command->get_description(), 12);
   return text + "\norvpaint help COMMAND tells what a command takes, orvpaint --version the version.\n";
 }
 

@@ -18,11 +18,13 @@ struct GradientStop {
   float b = 1;
   float intensity = 1;  ///< multiplies the colour
 
-  friend constexpr bool operator==(const GradientStop& a, const GradientStop& b) {
-    return a.position == b.position && a.slopeIn == b.slopeIn && a.slopeOut == b.slopeOut && a.r == b.r &&
-           a.g == b.g && a.b == b.b && a.intensity == b.intensity;
+  friend constexpr bool operator==(const GradientStop& one, const GradientStop& other) {
+    return one.position == other.position && one.slopeIn == other.slopeIn && one.slopeOut == other.slopeOut &&
+           one.r == other.r && one.g == other.g && one.b == other.b && one.intensity == other.intensity;
   }
-  friend constexpr bool operator!=(const GradientStop& a, const GradientStop& b) { return !(a == b); }
+  friend constexpr bool operator!=(const GradientStop& one, const GradientStop& other) {
+    return !(one == other);
+  }
 };
 
 /// An opacity on the way along a gradient.

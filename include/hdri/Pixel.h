@@ -8,10 +8,10 @@ struct Rgb {
   float g;
   float b;
 
-  friend constexpr bool operator==(const Rgb& a, const Rgb& b) {
-    return a.r == b.r && a.g == b.g && a.b == b.b;
+  friend constexpr bool operator==(const Rgb& one, const Rgb& other) {
+    return one.r == other.r && one.g == other.g && one.b == other.b;
   }
-  friend constexpr bool operator!=(const Rgb& a, const Rgb& b) { return !(a == b); }
+  friend constexpr bool operator!=(const Rgb& one, const Rgb& other) { return !(one == other); }
 };
 
 }  // namespace orv::hdri

@@ -106,8 +106,10 @@ def paint_packet(packed: bytes, *pictures: bytes) -> Dict[str, Any]:
 class _Painter:
     """One process that paints jobs of a batch."""
 
-    def __init__(self, call: Call, batch: str):
+    def __init__(self, call: Call, batch: str, folder: str):
+        """:param folder: that the paths of jobs are relative to."""
         self.batch = batch
+        self._folder = folder
         self._call = call
         self._process: Optional[_Process] = None
 
@@ -124,7 +126,7 @@ class _Painter:
             try:
                 if self._process is None or not self._process.is_alive():
                     self.close()
-                    self._process = _Process(self._call, settings.threads)
+                    self._process = _Process(self._call, settings.threads, self._place())
                 outcome = self._process.paint(line)
                 if "map" in outcome:
                     outcome["map"] = outcome["map"].view(np.ndarray)
@@ -137,16 +139,19 @@ class _Painter:
         if self._process is not None:
             self._process.close()
 
+    def _place(self) -> str:
+        return self._folder if os.path.isdir(self._folder) else os.sep
+
     def _check_folder(self, job: _core.Job) -> None:
         relative = [path for path in [job.scene, *job.outputs] if path and not os.path.isabs(path)]
-        if relative and not os.path.isdir(self._call.folder):
+        if relative and not os.path.isdir(self._folder):
             raise FileError(
-                f"{relative[0]}: is relative to {self._call.folder}, which this worker does not have; "
+                f"{relative[0]}: is relative to {self._folder}, which this worker does not have; "
                 "share that folder, or give absolute paths"
             )
 
     def _is_painted(self, outputs: Sequence[str], before: Sequence[Optional[List[int]]]) -> bool:
-        now = [identity(os.path.join(self._call.folder, output)) for output in outputs]
+        now = [identity(os.path.join(self._folder, output)) for output in outputs]
         return all(there is not None and there != was for there, was in zip(now, before))
 
     def _light_of(self, line: str) -> Dict[str, Any]:
@@ -154,7 +159,7 @@ class _Painter:
             return {}
         job = json.loads(line)
         outputs = [job["output"]] if isinstance(job["output"], str) else job["output"]
-        job["output"] = [os.path.join(self._call.folder, output) for output in outputs]
+        job["output"] = [os.path.join(self._folder, output) for output in outputs]
         light = _core.light_of_file(_core.Job(json.dumps(job), "job"), self._call.keywords.get("layout", "native"))
         return {"mean": light[0], "peak": light[1]} if light else {}
 
@@ -179,8 +184,8 @@ def _painter(packet: Dict[str, Any], inputs: str) -> Iterator[_Painter]:
         if unknown:
             raise ValueError(f"{', '.join(sorted(unknown))}: not allowed in a packet")
         roots = [*settings.roots, inputs] if settings.roots else []
-        call = Call(packet["keywords"], packet["measure"], roots=roots, folder=packet["folder"])
-        painter = _Painter(call, packet["batch"])
+        call = Call(packet["keywords"], packet["measure"], roots=roots)
+        painter = _Painter(call, packet["batch"], packet["folder"])
     try:
         yield painter
     except BaseException:

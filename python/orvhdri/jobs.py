@@ -36,7 +36,10 @@ def sweep(
     :return: job lines without outputs; ``set`` holds the values.
     :raises SettingError: for text that can not be read, and for more than a million maps.
     """
-    scene = os.fspath(scene) if isinstance(scene, (str, os.PathLike)) else scene
+    if isinstance(scene, (str, os.PathLike)):
+        scene = os.fspath(scene)
+    elif not isinstance(scene, Scene):
+        scene = Scene(scene, check=False)  # its arrays are copied once
     jobs = []
     for settings, frame in _core.combine(dict(values or {}), frames):
         job: Dict[str, Any] = {"scene": scene}
@@ -146,6 +149,8 @@ def _numbered(jobs: Union[PathLike, Iterable[Any]]) -> Iterator[Tuple[str, Any]]
                 if line.strip():
                     yield f"{name}:{number}", line
         return
+    if isinstance(jobs, Mapping):
+        raise TypeError(f"jobs: {type(jobs).__name__} found; allowed: a list of jobs, such as [{{'scene': scene}}]")
     for i, job in enumerate(jobs):
         yield f"jobs[{i}]", job
 

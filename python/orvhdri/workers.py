@@ -43,7 +43,6 @@ class Call:
     painter: str = ""
     max_image_pixels: int = _core.MAX_IMAGE_PIXELS
     roots: List[str] = field(default_factory=list)  # that jobs stay under; none: everything is allowed
-    folder: str = ""  # that paths are relative to; empty: the working directory
 
 
 class _Died(Exception):
@@ -57,7 +56,7 @@ class _Died(Exception):
 class _Process:
     """One worker."""
 
-    def __init__(self, call: Call, threads: int):
+    def __init__(self, call: Call, threads: int, folder: str):
         ours, theirs = socket.socketpair()
         self._channel = ours
         environment = dict(os.environ)
@@ -66,11 +65,12 @@ class _Process:
         environment["PYTHONSAFEPATH"] = "1"
         with theirs:
             self.process = subprocess.Popen(
-                [sys.executable, "-c", "from orvhdri._worker import main; main()", str(theirs.fileno())],
+                [sys.executable or "python3", "-c", "from orvhdri._worker import main; main()", str(theirs.fileno())],
                 stdin=subprocess.DEVNULL,
                 pass_fds=[theirs.fileno()],
                 env=environment,
-                cwd=call.folder if os.path.isdir(call.folder) else None,
+                cwd=folder,
+                start_new_session=True,  # Ctrl-C is for who started it
             )
         try:
             answer, _ = self._ask(
@@ -147,6 +147,7 @@ class Workers:
         self.count = count or _core.PROCESSORS
         self._call = call
         self._threads = max(1, _core.PROCESSORS // self.count)
+        self._folder = os.getcwd()  # that paths of jobs are relative to
         self._tasks: "queue.SimpleQueue[Optional[Tuple[int, str]]]" = queue.SimpleQueue()
         self._done: "queue.SimpleQueue[Tuple[int, Any]]" = queue.SimpleQueue()
         self._lock = threading.Lock()
@@ -231,7 +232,7 @@ class Workers:
             old.close()
         for start in range(_MOST_STARTS):
             try:
-                process = _Process(self._call, self._threads)
+                process = _Process(self._call, self._threads, self._folder)
                 break
             except _Died as death:
                 # Who kills workers may hit one that starts; what ends by itself does so again.
@@ -247,14 +248,14 @@ class Workers:
     def _stop(self, threads) -> None:
         with self._lock:
             self._stopping = True
-            busy = list(self._processes.values())
+            processes = dict(self._processes)
         for _ in threads:
             self._tasks.put(None)
         # Who waits for a task ends by itself; what is amid a job is not wanted any more.
         for thread in threads:
             thread.join(0.2)
-        for thread, process in zip(threads, busy):
-            if thread.is_alive():
+        for slot, process in processes.items():
+            if threads[slot].is_alive():
                 process.kill()
         for thread in threads:
             thread.join(5)

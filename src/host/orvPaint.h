@@ -16,8 +16,8 @@ extern "C" {
 bool orv_cancelled(orvScene* scene);
 
 /// Tells that a plain color is painted in place of what was asked for, after a line in the log: the missing
-/// image or sky is the one that the host was asked for last. @param pin which pin it is, in the order in which
-/// they were added since the painter was cleared, from 0; -1: the background.
+/// image or sky is the one that the host was asked for last. @param pin which pin it is, in the order in
+/// which they were added since the painter was cleared, from 0; -1: the background.
 void orv_fallback(orvScene* scene, std::int32_t pin);
 
 }  // extern "C"

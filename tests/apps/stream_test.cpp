@@ -19,12 +19,8 @@ struct Format {
   const char* name;
   std::string start;
 };
-const Format kFormats[] = {{"exr", "\x76\x2f\x31\x01"},
-                           {"hdr", "#?RADIANCE"},
-                           {"pfm", "PF\n64 32\n"},
-                           {"tif", std::string("II*\0", 4)},
-                           {"png", "\x89PNG"},
-                           {"jpg", "\xFF\xD8\xFF"}};
+const Format kFormats[] = {{"exr", "\x76\x2f\x31\x01"},      {"hdr", "#?RADIANCE"}, {"pfm", "PF\n64 32\n"},
+                           {"tif", std::string("II*\0", 4)}, {"png", "\x89PNG"},    {"jpg", "\xFF\xD8\xFF"}};
 
 class StreamTest : public testing::Test {
  protected:
@@ -33,7 +29,9 @@ class StreamTest : public testing::Test {
   /// A call whose standard input is this text.
   Program reading(std::vector<std::string> call, const std::string& text) const {
     const std::string file = folder_.put("input", text);
-    return Program(std::move(call)).prepared([file] { ::dup2(::open(file.c_str(), O_RDONLY), STDIN_FILENO); });
+    return Program(std::move(call)).prepared([file] {
+      ::dup2(::open(file.c_str(), O_RDONLY), STDIN_FILENO);
+    });
   }
 
   TestFolder folder_;
@@ -53,7 +51,8 @@ TEST_F(StreamTest, EveryFormatGoesToStandardOutputAsItGoesToAFile) {
 }
 
 TEST_F(StreamTest, AFormatIsForTheOutputsWithoutAnEnding) {
-  const Outcome run = orvpaint({"paint", scene_, "-q", "-o", folder_ / "a.pfm", "-o", "-", "--format", ".PNG"});
+  const Outcome run =
+      orvpaint({"paint", scene_, "-q", "-o", folder_ / "a.pfm", "-o", "-", "--format", ".PNG"});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_TRUE(run.out.starts_with("\x89PNG"));
   EXPECT_TRUE(contentsOf(folder_ / "a.pfm").starts_with("PF\n"));
@@ -74,9 +73,10 @@ TEST_F(StreamTest, ASheetGoesToStandardOutput) {
 TEST_F(StreamTest, ARedirectedFileIsWrittenWhereItStands) {
   const std::string path = folder_.put("out", "before\n");
   for (const char* name : {"-", "/dev/stdout", "/dev/fd/1", "/proc/self/fd/1"}) {
-    const Outcome run = Program({"paint", scene_, "-q", "-o", name, "--format", "pfm"})
-                            .prepared([&] { ::dup2(::open(path.c_str(), O_WRONLY | O_APPEND), STDOUT_FILENO); })
-                            .run();
+    const Outcome run =
+        Program({"paint", scene_, "-q", "-o", name, "--format", "pfm"})
+            .prepared([&] { ::dup2(::open(path.c_str(), O_WRONLY | O_APPEND), STDOUT_FILENO); })
+            .run();
     EXPECT_EQ(run.status, 0) << name << run.err;
     const std::string text = contentsOf(path);
     EXPECT_TRUE(text.starts_with("before\nPF\n64 32\n")) << name;
@@ -168,8 +168,9 @@ TEST_F(StreamTest, ATerminalTakesNoMap) {
   for (const std::vector<std::string>& call : calls) {
     const Outcome run = Program(call).prepared([program] { ::dup2(program, STDOUT_FILENO); }).run();
     EXPECT_EQ(run.status, 2);
-    EXPECT_EQ(run.err, "orvpaint: --output: " + call[3] +
-                           ": a map is not shown on a terminal; send it to a file or a pipe: > map, | program\n");
+    EXPECT_EQ(run.err,
+              "orvpaint: --output: " + call[3] +
+                  ": a map is not shown on a terminal; send it to a file or a pipe: > map, | program\n");
   }
   ::close(program);
   ::close(terminal);
@@ -196,9 +197,10 @@ TEST_F(StreamTest, ClosedStandardOutputIsAFailureBeforePainting) {
 }
 
 TEST_F(StreamTest, MessagesDoNotGoIntoTheMap) {
-  const Outcome quiet = orvpaint({"paint", scene_, "-q", "-o", "-", "--format", "pfm", "--layout", "usd", "--size",
-                                  "66x32"});
-  const Outcome run = orvpaint({"paint", scene_, "-o", "-", "--format", "pfm", "--layout", "usd", "--size", "66x32"});
+  const Outcome quiet =
+      orvpaint({"paint", scene_, "-q", "-o", "-", "--format", "pfm", "--layout", "usd", "--size", "66x32"});
+  const Outcome run =
+      orvpaint({"paint", scene_, "-o", "-", "--format", "pfm", "--layout", "usd", "--size", "66x32"});
   EXPECT_EQ(run.out, quiet.out);
   EXPECT_THAT(run.err, HasSubstr("the columns are interpolated"));
 }

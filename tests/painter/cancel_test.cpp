@@ -89,7 +89,8 @@ class CancelTest : public testing::Test {
 };
 
 void addPins(IPainter& painter) {
-  EXPECT_TRUE(painter.addCirclePin({.azimuth = 0.5f, .elevation = 0.2f, .radius = 0.6f}, ColorBrush(2, 1, 0)));
+  EXPECT_TRUE(
+      painter.addCirclePin({.azimuth = 0.5f, .elevation = 0.2f, .radius = 0.6f}, ColorBrush(2, 1, 0)));
   EXPECT_TRUE(painter.addCirclePin({.azimuth = -1, .radius = 0.4f}, BackgroundBrush(30, 20)));
   EXPECT_TRUE(painter.addCirclePin({.azimuth = 1, .radius = 0.4f}, ImageBrush("small.exr")));
 }

@@ -34,8 +34,9 @@ std::set<std::string> listed(const std::string& name) {
 
 /// The names that `nm` prints with the given options, without addresses, types and versions; of one type
 /// where it is given.
-std::set<std::string> symbols(const std::string& options, char type = 0) {
-  std::istringstream in(output("nm -D -C " + options + " " ORVHDRI_BINARY_DIR "/lib/liborvhdri_avx2.so"));
+std::set<std::string> symbols(const std::string& options, char type = 0,
+                              const std::string& library = "liborvhdri_avx2.so") {
+  std::istringstream in(output("nm -D -C " + options + " " ORVHDRI_BINARY_DIR "/lib/" + library));
   std::set<std::string> out;
   for (std::string line; std::getline(in, line);) {
     // "0000000000001234 T name" or "                 U name@VERSION".
@@ -48,6 +49,12 @@ std::set<std::string> symbols(const std::string& options, char type = 0) {
 }
 
 TEST(Border, ExportsAreExactlyTheList) { EXPECT_EQ(symbols("--defined-only"), listed("exports.txt")); }
+
+TEST(Border, TheHostGivesOutExactlyTheList) {
+  EXPECT_EQ(symbols("--defined-only", 0, "liborvrender.so"), listed("host_exports.txt"));
+  EXPECT_THAT(symbols("--defined-only", 0, "liborvrender_images.so"),
+              testing::ElementsAre("orv_image_module_entry"));
+}
 
 std::set<std::string> hostOperations(char type) {
   std::set<std::string> host;

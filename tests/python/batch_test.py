@@ -282,3 +282,41 @@ def test_a_job_that_fails_ends_the_maps_or_is_skipped(lamp):
 def test_arrays_outlive_their_workers(lamp):
     maps = [light for light, _ in orv.generate(around(lamp, 90), workers=2)]
     assert all(light.sum() > 0 for light in maps)
+
+
+def test_arrays_of_scenes_reach_the_workers(here, lamp):
+    sky = orv.paint(lamp, size=(64, 32))
+    jobs = orv.sweep({"version": 1, "background": {"type": "image", "image": sky}}, {"background.brightness": [1, 2]},
+                     size=(64, 32))
+    for (light, _), factor in zip(orv.generate(jobs, workers=2), (1, 2)):
+        assert np.array_equal(light, factor * sky)
+
+
+def test_one_job_alone_is_no_list_of_jobs(lamp):
+    with pytest.raises(TypeError, match="jobs: dict found; allowed: a list of jobs"):
+        orv.batch({"scene": lamp}, "x.exr")
+
+
+def test_ctrl_c_ends_a_batch_and_its_workers(here, lamp):
+    script = f"""
+import os, signal, sys, threading, orvhdri as orv
+jobs = orv.sweep({lamp!r}, {{"pins.key.azimuth": range(-180, 180)}}, size=(2048, 1024))
+threading.Timer(3, os.kill, (os.getpid(), signal.SIGINT)).start()
+try:
+    orv.batch(jobs * 1, "{{index}}.exr", workers=2)
+except KeyboardInterrupt:
+    left = open(f"/proc/self/task/{{os.getpid()}}/children").read().split()
+    print("interrupted", len(left))
+"""
+    said = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=120)
+    assert (said.stdout, said.stderr) == ("interrupted 0\n", "")
+    for name in files():
+        assert name.endswith(".exr") and orv.read(name).shape == (1024, 2048, 3)
+
+
+def test_workers_stay_in_the_folder_of_the_call(here, lamp, monkeypatch):
+    (here / "other").mkdir()
+    maps = orv.generate([dict(job, scene=lamp) for job in around(lamp, 90)], workers=1)
+    next(maps)
+    monkeypatch.chdir("other")
+    assert len(list(maps)) == 3

@@ -1,4 +1,4 @@
-"""The examples of docs/python.md one after another, and those of examples/."""
+"""The examples in Python of the documents one after another, and those of examples/."""
 
 import re
 import shutil
@@ -7,14 +7,17 @@ import sys
 
 import numpy as np
 import orvhdri as orv
+import pytest
 from conftest import ROOT
 
 
-def test_the_examples_of_the_page_run(here):
+@pytest.mark.parametrize("name, folder", [("docs/python.md", "."), ("docs/farm.md", "."), ("README.md", "examples")])
+def test_the_examples_of_the_page_run(here, name, folder):
+    (here / folder).mkdir(exist_ok=True)
     for path in (ROOT / "examples").iterdir():
         if path.is_file():
-            shutil.copy(path, here)
-    page = ROOT / "docs" / "python.md"
+            shutil.copy(path, here / folder)
+    page = ROOT / name
     blocks = list(re.finditer(r"^```python\n(.*?)^```$", page.read_text(), re.DOTALL | re.MULTILINE))
     assert blocks
     names = {"__name__": "page"}
