@@ -11,8 +11,6 @@ set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/lib)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian/compress.cmake)
 
 set(runtime liborvhdri${ORVHDRI_SOVERSION})
@@ -42,6 +40,12 @@ set(CPACK_COMPONENT_PROGRAM_DESCRIPTION "paints environment maps from scene file
  from scene files in JSON: colors, gradients, pictures, sun and sky, and pins
  of light, one map at a time or by the thousand.")
 
+# Which package programs that link the libraries depend on, and that the loader's cache is renewed.
+set(control_dir ${PROJECT_BINARY_DIR}/debian/control)
+file(CONFIGURE OUTPUT ${control_dir}/shlibs @ONLY CONTENT
+  "liborvrender @ORVHDRI_SOVERSION@ @runtime@ (>= @PROJECT_VERSION@)\nliborvhdri_avx2 @ORVHDRI_SOVERSION@ @runtime@ (>= @PROJECT_VERSION@)\n")
+file(CONFIGURE OUTPUT ${control_dir}/triggers CONTENT "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${control_dir}/shlibs ${control_dir}/triggers)
 set(packages libraries:${runtime} development:liborvhdri-dev program:orvpaint)
 if(ORVHDRI_PYTHON)
   list(APPEND CPACK_COMPONENTS_ALL python)
@@ -52,7 +56,7 @@ if(ORVHDRI_PYTHON)
   set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
     "${runtime} ${same_version}, python3 (>= 3.${Python_VERSION_MINOR}~), python3 (<< 3.${next_python}), python3-numpy")
-  set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-tqdm")
+  set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-tqdm, python3-distributed")
   set(CPACK_COMPONENT_PYTHON_DESCRIPTION "paints environment maps from Python
  Scenes as dicts, high-dynamic-range environment maps as numpy arrays: painting,
  reading, writing, measuring and previews, and many maps by worker processes.")

@@ -7,7 +7,7 @@
 
 namespace orv::host {
 
-void Failures::set(const std::string& image, const std::string& reason, std::int32_t pin) {
+void Failures::set(std::string_view image, std::string_view reason, std::int32_t pin) {
   any_ = false;
   failure_ = {};
   try {
@@ -22,7 +22,7 @@ void Failures::set(const std::string& image, const std::string& reason, std::int
   any_ = true;
 }
 
-void Failures::add(const std::string& image, const std::string& reason) {
+void Failures::add(std::string_view image, std::string_view reason) {
   const std::lock_guard lock(mutex_);
   set(image, reason, orvFailure_nowhere);
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "orvrender/orvHost.h"
 
@@ -12,7 +13,7 @@ namespace orv::host {
 class Failures {
  public:
   /// An image that could not be given as it was asked for, or (`image` empty) something else.
-  void add(const std::string& image, const std::string& reason);
+  void add(std::string_view image, std::string_view reason);
   /// Something could not be painted: what was added since the last one, or something unknown, is of that pin.
   void place(std::int32_t pin);
   void clear();
@@ -20,7 +21,7 @@ class Failures {
   const orvFailure* last() const;
 
  private:
-  void set(const std::string& image, const std::string& reason, std::int32_t pin);  // the mutex is held
+  void set(std::string_view image, std::string_view reason, std::int32_t pin);  // the mutex is held
 
   mutable std::mutex mutex_;
   std::string image_;

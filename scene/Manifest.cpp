@@ -58,7 +58,13 @@ const char* nameOf(JobOutcome::Status status) {
 
 }  // namespace
 
-Manifest::Manifest(const std::string& path, bool takeUp, const std::vector<Job>& paintedAnew) : path_(path) {
+Manifest::Manifest(const std::string& path, bool takeUp, const std::vector<Job>& paintedAnew)
+    : path_(path == kStandardOutput ? "standard output" : path) {
+  if (const int given = outputDescriptor(path); given >= 0) {
+    descriptor_ = ::fcntl(given, F_DUPFD_CLOEXEC, 3);
+    if (descriptor_ < 0) throw FileError(path_ + ": cannot be written: " + std::strerror(errno));
+    return;
+  }
   std::string text;
   if (takeUp) {
     std::unordered_set<std::string> dropped;

@@ -28,6 +28,7 @@ class Manifest {
  public:
   /// Makes the file at `path` (UTF-8) anew; or takes up the one that is there, but for the lines of the jobs
   /// that are painted anew, and for what is no whole line.
+  /// A descriptor that the path names (outputDescriptor) gets the lines and is never taken up.
   /// @param paintedAnew jobs; they are told from others by their outputs. @throws FileError.
   Manifest(const std::string& path, bool takeUp, const std::vector<Job>& paintedAnew);
   ~Manifest();

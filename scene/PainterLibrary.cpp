@@ -34,6 +34,15 @@ std::vector<std::string> candidates() {
   return paths;
 }
 
+/// Lets the painter find the host that is loaded here, whatever lies beside the painter: its operations come
+/// first, and, where the loader finds it by the name that painters need, it is known by that name as well.
+void takeLoadedHost() {
+  Dl_info host{};
+  const bool known = dladdr(reinterpret_cast<const void*>(&orv_scene_create), &host) != 0 && host.dli_fname;
+  for (const char* name : {known ? host.dli_fname : kHost, kHost})
+    if (void* const loaded = dlopen(name, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL)) dlclose(loaded);
+}
+
 std::string lastError() {
   const char* message = dlerror();
   return message ? message : "unknown error";
@@ -73,10 +82,7 @@ PainterLibrary::PainterLibrary(const std::string& path, ProcessorFeatures proces
   else
     paths = candidates();
 
-  // The painter needs a host by its name without a version. The loader knows the one that is loaded already
-  // by that name as well once it was asked for it, so that no painter brings another, wherever it lies.
-  if (void* const host = dlopen(kHost, RTLD_NOW | RTLD_NOLOAD)) dlclose(host);
-
+  takeLoadedHost();
   void* library = nullptr;
   std::string reason;
   for (const std::string& candidate : paths) {

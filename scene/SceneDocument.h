@@ -47,7 +47,7 @@ class SceneDocument {
  private:
   std::string fileName_;
   std::size_t bytes_ = 0;  ///< of the text; 0: there is none
-  Problems problems_;  ///< of the text
+  Problems problems_;      ///< of the text
   JsonValue document_;
 };
 

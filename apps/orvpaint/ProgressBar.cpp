@@ -38,14 +38,13 @@ std::string progressLine(const std::string& label, double amount, double seconds
   constexpr std::size_t kLeastLabel = 16;
   std::string percentage = " ";
   percentage.append(std::to_string(static_cast<int>(amount * 100))).append(" %");
-  std::string left;
+  std::string numbers = percentage;
   // An estimate from the first moments would jump about.
   if (seconds > 0.5 && amount > 0.01)
-    left.append(", ").append(clockText(seconds * (1 / amount - 1))).append(" left");
+    numbers.append(", ").append(clockText(seconds * (1 / amount - 1))).append(" left");
   const std::size_t wanted = std::min(columnsOf(label), kLeastLabel);
-  for (const std::string& tail :
-       {barText(amount, kBarWidth) + percentage + left, barText(amount, kNarrowBarWidth) + percentage + left,
-        percentage + left, percentage})
+  for (const std::string& tail : {barText(amount, kBarWidth).append(numbers),
+                                  barText(amount, kNarrowBarWidth).append(numbers), numbers, percentage})
     if (tail.size() + wanted <= columns) return cutToColumns(label, columns - tail.size()) + tail;
   return cutToColumns(percentage.substr(1), columns);
 }

@@ -6,7 +6,8 @@
 namespace orvpaint {
 namespace {
 
-constexpr const char* kFunctions = R"bash(# Completion of orvpaint for bash, made of the program's own description of its options.
+constexpr const char* kFunctions =
+    R"bash(# Completion of orvpaint for bash, made of the program's own description of its options.
 
 # Completes one of some words.
 _orvpaint_words() {
@@ -95,8 +96,9 @@ std::string bashCompletion(const CLI::App& app) {
   for (const CLI::App* command : commandsOf(app))
     commands += (commands.empty() ? "" : " ") + command->get_name();
   for (const CLI::App* command : commandsOf(app)) cases += commandCase(*command, commands);
-  return kFunctions + ("  case $command in\n    '') _orvpaint_words '" + commands + " " + allOptions(app) +
-                       "' ;;\n") + cases + "  esac\n}\n\ncomplete -F _orvpaint orvpaint\n";
+  return kFunctions +
+         ("  case $command in\n    '') _orvpaint_words '" + commands + " " + allOptions(app) + "' ;;\n") +
+         cases + "  esac\n}\n\ncomplete -F _orvpaint orvpaint\n";
 }
 
 }  // namespace orvpaint

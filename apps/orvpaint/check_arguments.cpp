@@ -53,6 +53,7 @@ std::string checkMaps(const MapArguments& arguments) {
   }
   std::vector<std::string> files = outputs;
   if (!arguments.usd.empty()) files.push_back(arguments.usd);
+  if (!arguments.manifest.empty()) files.push_back(arguments.manifest);
   const std::string twice = twiceGiven(files);
   if (!twice.empty()) return "--output: " + twice + " is given twice";
   // Job lines may name other files.

@@ -107,7 +107,8 @@ void addMaps(CLI::App& command, MapArguments& arguments) {
       ->group(kManyMaps);
   command
       .add_option("--manifest", arguments.manifest,
-                  "Write a line of JSON for each map: the job, status, error, seconds, mean and peak")
+                  "Write a line of JSON for each map: the job, status, error, seconds, mean and peak; - is "
+                  "standard output")
       ->type_name("FILE")
       ->group(kManyMaps);
   command.add_flag("--dry-run", arguments.dryRun, "Print the maps as job lines instead of painting them")

@@ -87,11 +87,13 @@ std::string examples(const CLI::App& command) {
 std::string exitStatus() {
   return section("EXIT STATUS") + item("0", "Done") +
          item("1",
-              "A file, or a pipe that nobody reads any more, could not be read or written, the painter could not be "
+              "A file, or a pipe that nobody reads any more, could not be read or written, the painter could "
+              "not be "
               "loaded, or the processor lacks AVX2 or FMA") +
          item("2", "The call is wrong or a scene has errors") +
          item("3",
-              "A missing image or sky was painted as a visible colour, or memory ran short for a picture, and no "
+              "A missing image or sky was painted as a visible colour, or memory ran short for a picture, "
+              "and no "
               "file was written") +
          ".PP\nOf several maps the greatest counts.\n";
 }
@@ -102,7 +104,8 @@ std::string manPage(const CLI::App& app) {
   std::string text = title("orvpaint") + nameSection("orvpaint", app.get_description());
   text += section("SYNOPSIS") + bold("orvpaint") + " " + italic("COMMAND") + " ...\n";
   text += section("DESCRIPTION") + roff(app.get_description()) + "\n";
-  text += "A scene names a background and lights on it; each command says what it takes in a page of its own.\n";
+  text +=
+      "A scene names a background and lights on it; each command says what it takes in a page of its own.\n";
   text += section("COMMANDS");
   for (const CLI::App* command : commandsOf(app))
     text += item(bold(pageName(*command)) + "(1)", command->get_description());

@@ -217,6 +217,8 @@ ExitStatus runJobs(std::vector<scene::Job> jobs, const MapArguments& arguments) 
     printResult(lines);
     return done;
   }
+  if (wanted.empty() && !skipped.empty() && arguments.talk() != Talk::quiet)
+    printText("nothing to paint: what is asked for is there already\n");
   for (const Numbered& each : wanted)
     for (const std::string& path : each.job.outputs) refuseTerminal(path);
   const scene::ThreadLimit threads(arguments.threads > 0 ? arguments.threads : scene::availableProcessors());

@@ -1,6 +1,6 @@
 #pragma once
 
-/// The version of these headers; CMake reads it here.
+/// The version of these headers, and of the project; CMake sees to that.
 #define ORVHDRI_VERSION_MAJOR 0
 #define ORVHDRI_VERSION_MINOR 1
 #define ORVHDRI_VERSION_PATCH 0

@@ -56,7 +56,8 @@ class Documents : public testing::Test {
 
   /// A page as plain text of one line.
   std::string shown(const std::string& name) const {
-    const Outcome run = Program({"-man", "-ww", "-Tascii", "-P-cbou", "-rLL=500n", page(name)}, "/usr/bin/groff").run();
+    const Outcome run =
+        Program({"-man", "-ww", "-Tascii", "-P-cbou", "-rLL=500n", page(name)}, "/usr/bin/groff").run();
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.err, "") << name;
     return run.out;
@@ -81,7 +82,8 @@ class Documents : public testing::Test {
 
 TEST_F(Documents, EachCommandHasAManPage) {
   std::vector<std::string> pages;
-  for (const auto& entry : fs::directory_iterator(folder_ / "share/man/man1")) pages.push_back(entry.path().stem());
+  for (const auto& entry : fs::directory_iterator(folder_ / "share/man/man1"))
+    pages.push_back(entry.path().stem());
   std::vector<std::string> expected{"orvpaint"};
   for (const std::string& command : commands()) expected.push_back(std::string("orvpaint-").append(command));
   ASSERT_GT(expected.size(), 6u);
@@ -98,7 +100,9 @@ TEST_F(Documents, EachManPageNamesEveryOptionWithItsMeaning) {
   for (const std::string& command : commands()) {
     const std::string text = shown("orvpaint-" + command);
     for (const std::string& option : optionsOf(command))
-      EXPECT_TRUE(std::regex_search(text, std::regex(std::string("\n +(-[a-z], )?").append(option).append("[ ,\n]")))) << command << option;
+      EXPECT_TRUE(
+          std::regex_search(text, std::regex(std::string("\n +(-[a-z], )?").append(option).append("[ ,\n]"))))
+          << command << option;
   }
   EXPECT_THAT(shown("orvpaint-paint"), HasSubstr("Size of the map in pixels, instead of the scene's."));
 }
@@ -106,14 +110,16 @@ TEST_F(Documents, EachManPageNamesEveryOptionWithItsMeaning) {
 TEST_F(Documents, ManPagesHaveTheSectionsThatPeopleLookFor) {
   for (const std::string& command : commands()) {
     const std::string text = shown("orvpaint-" + command);
-    for (const char* section : {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "EXIT STATUS", "EXAMPLES", "SEE ALSO"})
+    for (const char* section :
+         {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "EXIT STATUS", "EXAMPLES", "SEE ALSO"})
       EXPECT_THAT(text, HasSubstr(std::string("\n").append(section).append("\n")));
   }
 }
 
 TEST_F(Documents, ManShowsThePagesWithoutAWarning) {
   for (const auto& entry : fs::directory_iterator(folder_ / "share/man/man1")) {
-    const Outcome run = Program({"--warnings", "-E", "UTF-8", "-Tutf8", "-Z", "-l", entry.path()}, "/usr/bin/man").run();
+    const Outcome run =
+        Program({"--warnings", "-E", "UTF-8", "-Tutf8", "-Z", "-l", entry.path()}, "/usr/bin/man").run();
     EXPECT_EQ(run.status, 0) << entry.path();
     EXPECT_EQ(run.err, "") << entry.path();
     // By the name's line, apropos and whatis find the page.
@@ -127,7 +133,8 @@ TEST_F(Documents, ThePageOfTheCommandLineNamesEveryCommandAndOption) {
     EXPECT_NE(page.find("orvpaint " + command), std::string::npos) << command;
     for (const std::string& option : optionsOf(command)) {
       if (option == "-h" || option == "--help") continue;
-      EXPECT_TRUE(std::regex_search(page, std::regex(std::string("`").append(option).append("[` ]")))) << command << " " << option;
+      EXPECT_TRUE(std::regex_search(page, std::regex(std::string("`").append(option).append("[` ]"))))
+          << command << " " << option;
     }
   }
 }
@@ -144,7 +151,8 @@ TEST_F(Documents, CompletionKnowsEveryOption) {
   for (const std::string& command : commands())
     EXPECT_THAT(completed({"orvpaint", command, "-"}), testing::UnorderedElementsAreArray(optionsOf(command)))
         << command;
-  EXPECT_THAT(completed({"orvpaint", "paint", "a.json", "--ma"}), UnorderedElementsAre("--manifest", "--max-image-pixels"));
+  EXPECT_THAT(completed({"orvpaint", "paint", "a.json", "--ma"}),
+              UnorderedElementsAre("--manifest", "--max-image-pixels"));
 }
 
 TEST_F(Documents, CompletionKnowsTheWordsOfAnOption) {
@@ -162,7 +170,8 @@ TEST_F(Documents, CompletionKnowsTheWordsOfAnOption) {
 TEST_F(Documents, CompletionKnowsFilesByTheirKind) {
   for (const char* name : {"s.json", "S2.JSON", "jobs.jsonl", "a.exr", "light.usda"}) folder_.put(name, "");
   fs::create_directory(folder_ / "scenes");
-  EXPECT_THAT(completed({"orvpaint", "paint", ""}), UnorderedElementsAre("s.json", "S2.JSON", "scenes", "share"));
+  EXPECT_THAT(completed({"orvpaint", "paint", ""}),
+              UnorderedElementsAre("s.json", "S2.JSON", "scenes", "share"));
   EXPECT_THAT(completed({"orvpaint", "check", "s.json", "S"}), ElementsAre("S2.JSON"));
   EXPECT_THAT(completed({"orvpaint", "batch", ""}), UnorderedElementsAre("jobs.jsonl", "scenes", "share"));
   EXPECT_THAT(completed({"orvpaint", "paint", "-o", "a"}), ElementsAre("a.exr"));

@@ -410,7 +410,8 @@ TEST_F(PaintTest, AnInterruptThatIsIgnoredStaysIgnored) {
 
 TEST_F(PaintTest, WithoutTheModuleOfOpenImageIoOnlyItsFormatsFail) {
   // The host alone in a folder, which the loader looks through first.
-  fs::copy_file(ORVHDRI_BINARY_DIR "/lib/liborvrender.so", folder_ / "liborvrender.so");
+  fs::copy_file(ORVHDRI_BINARY_DIR "/lib/liborvrender.so.0", folder_ / "liborvrender.so.0");
+  fs::create_symlink("liborvrender.so.0", folder_ / "liborvrender.so");
   const std::string path = folder_ / "";
   const auto alone = [&] { ::setenv("LD_LIBRARY_PATH", path.c_str(), 1); };
   const Outcome exr = Program({"paint", scene_, "-q", "-o", folder_ / "a.exr"}).prepared(alone).run();

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <regex>
@@ -20,11 +22,9 @@ using ::testing::Not;
 class Terminal {
  public:
   explicit Terminal(unsigned short columns = 80) {
-    winsize size{};
-    size.ws_row = 24;
-    size.ws_col = columns;
-    if (::openpty(&terminal_, &program_, nullptr, nullptr, &size) != 0)
+    if (::openpty(&terminal_, &program_, nullptr, nullptr, nullptr) != 0)
       throw std::runtime_error("no terminal");
+    setColumns(columns);
   }
   ~Terminal() {
     ::close(program_);
@@ -35,24 +35,44 @@ class Terminal {
 
   /// Runs the call; what the terminal was sent.
   std::string show(const std::vector<std::string>& call, int status = 0, const char* kind = "xterm",
-                   const char* noColor = nullptr) {
+                   const char* noColor = nullptr, std::function<void(pid_t)> meanwhile = {}) {
     const Outcome run = Program(call)
                             .prepared([&] {
                               ::dup2(program_, STDERR_FILENO);
                               ::setenv("TERM", kind, 1);
                               noColor ? ::setenv("NO_COLOR", noColor, 1) : ::unsetenv("NO_COLOR");
                             })
+                            .meanwhile(std::move(meanwhile))
                             .run();
     EXPECT_EQ(run.status, status);
     ::fcntl(terminal_, F_SETFL, O_NONBLOCK);
-    std::string text;
-    char buffer[65536];
-    for (ssize_t n; (n = ::read(terminal_, buffer, sizeof buffer)) > 0;)
-      text.append(buffer, static_cast<std::size_t>(n));
-    return text;
+    while (readMore()) {
+    }
+    return std::exchange(text_, {});
+  }
+
+  /// Waits until these words are on it.
+  void waitFor(const std::string& words) {
+    while (text_.find(words) == std::string::npos && readMore()) {
+    }
+  }
+
+  void setColumns(unsigned short columns) const {
+    winsize size{};
+    size.ws_row = 24;
+    size.ws_col = columns;
+    ::ioctl(terminal_, TIOCSWINSZ, &size);
   }
 
  private:
+  bool readMore() {
+    char buffer[65536];
+    const ssize_t n = ::read(terminal_, buffer, sizeof buffer);
+    if (n > 0) text_.append(buffer, static_cast<std::size_t>(n));
+    return n > 0;
+  }
+
+  std::string text_;
   int terminal_ = -1;
   int program_ = -1;
 };
@@ -129,6 +149,28 @@ TEST_F(Progress, IsNeverLongerThanTheTerminalsLine) {
   }
 }
 
+TEST_F(Progress, FollowsATerminalThatIsMadeNarrower) {
+  // The first map waits for the reader of its pipe, so that the second is painted on the narrow terminal.
+  const std::string pipe = folder_ / "0000.pfm";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  Terminal terminal(80);
+  const std::vector<std::string> lines =
+      drawn(terminal.show(paint({"--sweep", "background.brightness=1:2", "-o", folder_ / "{index}.pfm"}), 0,
+                          "xterm", nullptr, [&](pid_t) {
+                            terminal.waitFor("Writing 0000.pfm");
+                            terminal.setColumns(40);
+                            contentsOf(pipe);
+                          }));
+  std::size_t widest[2] = {};
+  for (const std::string& line : lines) {
+    std::size_t& most = widest[line.starts_with("2/2 ") ? 1 : 0];
+    most = std::max(most, line.size());
+  }
+  EXPECT_GT(widest[0], 40u);
+  EXPECT_LT(widest[1], 40u);
+  EXPECT_GT(widest[1], 0u);
+}
+
 TEST_F(Progress, CutsNamesInTheirMiddle) {
   Terminal terminal(70);
   EXPECT_THAT(terminal.show(paint({"-o", folder_ / ("start" + std::string(100, 'n') + "end.exr")})),
@@ -201,6 +243,14 @@ TEST_F(Progress, VerboseTellsPhasesAndFilesOfEachMap) {
             "  64x32  24.6 kB  " + time;
   form += (folder_ / "0000.pfm") + " ... " + (folder_ / "0001.pfm") + "  2 maps  49.2 kB  " + time;
   EXPECT_THAT(run.err, MatchesRegex(form));
+}
+
+TEST_F(Progress, NothingToPaintIsSaid) {
+  const std::vector<std::string> call = paint({"-o", folder_ / "a.pfm", "--skip-existing"});
+  EXPECT_EQ(orvpaint(call).status, 0);
+  const Outcome again = orvpaint(call);
+  EXPECT_EQ(again.status, 0);
+  EXPECT_EQ(again.err, "nothing to paint: what is asked for is there already\n");
 }
 
 TEST_F(Progress, AFailureIsNotToldAsWritten) {

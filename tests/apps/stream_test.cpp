@@ -196,6 +196,17 @@ TEST_F(StreamTest, ClosedStandardOutputIsAFailureBeforePainting) {
   EXPECT_EQ(run.err, "orvpaint: standard output: cannot be written: Bad file descriptor\n");
 }
 
+TEST_F(StreamTest, AManifestGoesToStandardOutput) {
+  const Outcome run = orvpaint({"paint", scene_, "-q", "-o", folder_ / "a.pfm", "--manifest", "-"});
+  EXPECT_EQ(run.status, 0) << run.err;
+  EXPECT_THAT(run.out, testing::StartsWith(R"({"job":{"scene":")" + scene_ + R"(")"));
+  EXPECT_THAT(run.out, testing::ContainsRegex("\"status\":\"painted\",\"seconds\":.*\"peak\":[^\n]*}\n$"));
+  EXPECT_THAT(folder_.names(), testing::UnorderedElementsAre("s.json", "a.pfm"));
+  const Outcome twice = orvpaint({"paint", scene_, "-o", "-", "--format", "pfm", "--manifest", "-"});
+  EXPECT_EQ(twice.status, 2);
+  EXPECT_EQ(twice.err, "orvpaint: --output: - is given twice\n");
+}
+
 TEST_F(StreamTest, MessagesDoNotGoIntoTheMap) {
   const Outcome quiet =
       orvpaint({"paint", scene_, "-q", "-o", "-", "--format", "pfm", "--layout", "usd", "--size", "66x32"});

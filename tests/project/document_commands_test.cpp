@@ -27,6 +27,7 @@ constexpr NotRun kNotRun[] = {
     {"dev", "test", "this test is one of its"},
     {"dev", "bench", "takes minutes and wants a quiet machine"},
     {"dev", "install", "builds everything; project.install does it"},
+    {"dev", "python", "wants the Python package; tests/python runs its examples"},
     {"dev", "package", "builds everything; the packages have a test of their own"},
     {"dask", "", "waits for workers"},
     {"python3", "", "wants a scheduler; python.farm starts one"},

@@ -25,7 +25,7 @@ prefix=$work/prefix
 [ ! -e "$prefix/include/orvrender/AlignedObject.h" ] || fail "a header of the painter's own was installed"
 [ -s "$prefix/share/licenses/orvhdri/LICENSE" ] || fail "there is no license"
 
-# build NAME SOURCE_FOLDER [CMAKE_ARGUMENT...]
+# configure and build NAME SOURCE_FOLDER [CMAKE_ARGUMENT...]
 configure() {
   cmake -S "$2" -B "$work/$1" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" \
     -DCMAKE_CXX_COMPILER_LAUNCHER= "${@:3}"
@@ -81,6 +81,8 @@ with_package orvhdri-scene c++20 "$source_dir/examples/scene_program/main.cpp" p
 says "$scene_says" env LD_LIBRARY_PATH="$libdir" "$work/pc_scene" "$work/scene.json" "$work/map.exr"
 quietly "$prefix/bin/orvpaint" paint "$source_dir/examples/color.json" --size 64x32 -o "$work/map.exr"
 [ -s "$work/map.exr" ] || fail "orvpaint wrote no map"
+[ -s "$prefix/share/man/man1/orvpaint-paint.1" ] || fail "there is no man page"
+quietly bash -c "source '$prefix/share/bash-completion/completions/orvpaint' && complete -p orvpaint"
 
 # A host of another maker, in C++17: its scenes are none of the reference host's, which is loaded beside it.
 quietly "$cxx" -std=c++17 -rdynamic -I"$prefix/include" "$source_dir/tests/project/hosts/bare_host.cpp" \

@@ -42,12 +42,14 @@ for name in liborvhdri0 liborvhdri-dev orvpaint python3-orvhdri; do
     [ -s "$root/usr/share/doc/$name/$file" ] || fail "$name has no $file"
   done
 done
-if find "$root/usr/share/man" -name '*.[1-9]' 2>/dev/null | grep -q .; then fail "a manual page is not compressed"; fi
+[ -s "$root/usr/share/man/man1/orvpaint-paint.1.gz" ] || fail "there is no manual page"
+[ -s "$root/usr/share/bash-completion/completions/orvpaint" ] || fail "there is no completion"
+if find "$root/usr/share/man" -name '*.[1-9]' | grep -q .; then fail "a manual page is not compressed"; fi
 
 # The program finds its libraries in its own root, as everybody else's programs do.
 quietly "$root/usr/bin/orvpaint" paint "$source_dir/examples/color.json" --size 64x32 -o "$work/map.exr" -o "$work/map.png"
 for map in map.exr map.png; do [ -s "$work/$map" ] || fail "orvpaint wrote no $map"; done
-ldd "$root/usr/bin/orvpaint" | grep -q "$root/usr/lib" || fail "orvpaint took another library"
+ldd "$root/usr/bin/orvpaint" | grep -q "liborvrender.* => $root/usr/" || fail "orvpaint took another library"
 
 # So does the Python package.
 PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$root/usr/lib/python3/dist-packages quietly /usr/bin/python3 -c "

@@ -12,6 +12,7 @@
 
 #include "orvrender/orvHost.h"
 #include "scene/scene_texts.h"
+#include "sweeps/soak.h"
 
 namespace orv::scene {
 namespace {
@@ -184,11 +185,11 @@ class Editor {
   std::mt19937 random_;
 };
 
-TEST(Session, PaintsTheBytesOfFreshPaintsThroughAThousandEdits) {
+TEST(Session, PaintsTheBytesOfFreshPaintsThroughEveryEdit) {
   Session session;
   Editor editor(20);
   std::set<std::size_t> backgrounds;
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 0; i < sweeps::rounds(300, 1000); ++i) {
     editor.edit();
     const PaintOptions options{.folder = kExamples};
     const PaintResult painted = session.paint(editor.scene, options);

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "orvrender/sky/SunDisc.h"
-#include "orvrender/sky_map.h"
+#include "sky/sky_map.h"
 
 namespace orv::host {
 namespace {
@@ -20,11 +20,9 @@ const Atmosphere& air() {
   return clear;
 }
 
-/// Radiance at an elevation, where the sun's surface is seen under the cosine `mu`, over the disc's mean
-/// outside the air.
-Rgb3 radiance(double elevation, double mu) {
-  if (!(elevation > 0) || !(mu > 0)) return {};
-  const Spectrum through = sunTransmittance(air(), elevation);
+/// Radiance of the sun's surface seen under the cosine `mu` through air that lets `through` pass, over the
+/// disc's mean outside the air.
+Rgb3 radiance(const Spectrum& through, double mu) {
   Rgb3 out;
   for (int i = 0; i < kWavelengths; ++i) {
     const double alpha = -0.023 + 0.292 / wavelength(i);  // Hestroffer & Magnan 1998
@@ -34,6 +32,12 @@ Rgb3 radiance(double elevation, double mu) {
     out.b += static_cast<double>(kBlueWeights.v[i]) * light;
   }
   return {std::max(out.r, 0.0), std::max(out.g, 0.0), std::max(out.b, 0.0)};
+}
+
+/// The same at an elevation.
+Rgb3 radiance(double elevation, double mu) {
+  if (!(elevation > 0) || !(mu > 0)) return {};
+  return radiance(sunTransmittance(air(), elevation), mu);
 }
 
 /// Light on a plane facing the sun: 1/pi times the integral of radiance(q, phi) q dq dphi, with q dq = mu
@@ -91,18 +95,25 @@ TEST_P(SunDiscPixels, HoldTheMeanOfWhatTheyCover) {
   const double peak = radiance(std::min(elevation + radius, kPiTest / 2), 1).g / omega;
   double deviation = 0, brightness = 0;
   for (std::uint32_t y = 0; y < kHeight / 2; ++y) {
+    std::vector<double> latitudes;
+    std::vector<Spectrum> through;
+    for (int j = 0; j < kSamples; ++j) {
+      const double latitude = (0.5 - (y + (j + 0.5) / kSamples) / kHeight) * kPiTest;
+      if (std::abs(latitude - elevation) >= radius) continue;
+      latitudes.push_back(latitude);
+      through.push_back(sunTransmittance(air(), latitude));
+    }
     for (std::uint32_t x = 0; x < kWidth; ++x) {
       double expected = 0;
-      for (int j = 0; j < kSamples; ++j) {
-        const double latitude = (0.5 - (y + (j + 0.5) / kSamples) / kHeight) * kPiTest;
-        if (std::abs(latitude - elevation) >= radius) continue;
+      for (std::size_t j = 0; j < latitudes.size(); ++j) {
+        const double latitude = latitudes[j];
         for (int i = 0; i < kSamples; ++i) {
           const double longitude = ((x + (i + 0.5) / kSamples) / kWidth - 0.5) * 2 * kPiTest;
           const double cosine = std::sin(latitude) * std::sin(elevation) +
                                 std::cos(latitude) * std::cos(elevation) * std::cos(longitude - azimuth);
           const double q = std::acos(std::clamp(cosine, -1.0, 1.0)) / radius;
           // The air hardly changes over a quarter of a pixel.
-          if (q < 1) expected += radiance(latitude, std::sqrt(1 - q * q)).g / (kSamples * kSamples * omega);
+          if (q < 1) expected += radiance(through[j], std::sqrt(1 - q * q)).g / (kSamples * kSamples * omega);
         }
       }
       const double found = map.pixel(x, y).g;

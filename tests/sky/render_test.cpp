@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "orvrender/sky/SkyModel.h"
-#include "orvrender/sky_map.h"
+#include "sky/sky_map.h"
 
 namespace orv::host {
 namespace {

@@ -54,8 +54,10 @@ struct SkyMap {
   }
   Rgb3 sum(std::uint32_t rows, const auto& weight) const {
     Rgb3 out;
-    for (std::uint32_t y = 0; y < rows; ++y)
-      for (std::uint32_t x = 0; x < width; ++x) add(out, pixel(x, y), weight(y));
+    for (std::uint32_t y = 0; y < rows; ++y) {
+      const double ofRow = weight(y);
+      for (std::uint32_t x = 0; x < width; ++x) add(out, pixel(x, y), ofRow);
+    }
     return out;
   }
 };

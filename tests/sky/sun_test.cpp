@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "orvrender/sky_map.h"
+#include "sky/sky_map.h"
 
 namespace orv::host {
 namespace {

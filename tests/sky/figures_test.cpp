@@ -6,7 +6,7 @@
 #include <cmath>
 #include <string>
 
-#include "orvrender/sky_map.h"
+#include "sky/sky_map.h"
 
 namespace orv::host {
 namespace {
