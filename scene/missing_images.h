@@ -12,4 +12,8 @@ namespace orv::scene {
 /// @param folder the scene file's, which paths are relative to.
 std::vector<std::string> missingImages(const Scene& scene, const std::string& folder);
 
+/// The files of all pictures that a scene names, there or not; those of pins that are not enabled, too.
+/// @param folder the scene file's, which paths are relative to.
+std::vector<std::string> imageFiles(const Scene& scene, const std::string& folder);
+
 }  // namespace orv::scene

@@ -1,6 +1,7 @@
 #include <pybind11/stl.h>
 
 #include <array>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,6 +13,7 @@
 #include "scene/Job.h"
 #include "scene/Manifest.h"
 #include "scene/map_info.h"
+#include "scene/missing_images.h"
 #include "scene/output_names.h"
 #include "scene/sweep.h"
 #include "write_options.h"
@@ -78,6 +80,16 @@ py::object lightOfFile(const scene::Job& job, const std::string& layout) {
   return py::make_tuple(light.mean, light.brightest);
 }
 
+/// The files that a job's scene is read from: its own, and its pictures'.
+std::vector<std::string> filesRead(scene::JobScenes& scenes, const scene::Job& job) {
+  std::vector<std::string> files;
+  if (!job.scene.empty()) files.push_back(job.scene);
+  for (std::string& file :
+       scene::imageFiles(scenes.read(job), std::filesystem::path(job.scene).parent_path().string()))
+    files.push_back(std::move(file));
+  return files;
+}
+
 /// The combinations of values: for each the settings, and the frame or None.
 py::list combine(const py::dict& sweeps, const py::handle& frames) {
   std::vector<scene::Sweep> read;
@@ -123,6 +135,7 @@ void addJobs(py::module_& module) {
                                return set;
                              })
       .def_readonly("scene", &scene::Job::scene);
+  py::class_<scene::JobScenes>(module, "JobScenes").def(py::init<>()).def("files", &filesRead);
   py::class_<scene::Manifest>(module, "Manifest")
       .def(py::init([](const std::string& path, bool takeUp, const std::vector<scene::Job*>& paintedAnew) {
         std::vector<scene::Job> jobs;

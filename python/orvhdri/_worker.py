@@ -6,10 +6,12 @@ from __future__ import annotations
 
 import json
 import os
+import select
 import signal
 import socket
 import struct
 import sys
+import threading
 from typing import Any, List, Optional, Sequence, Tuple
 
 _HEADER = struct.Struct("<Q")
@@ -61,6 +63,7 @@ def _memory_file(light) -> int:
 def serve(channel: socket.socket) -> None:
     from . import _core
     from .errors import Error
+    from .roots import Roots
 
     call, _ = receive(channel)
     if call is None:
@@ -70,13 +73,16 @@ def serve(channel: socket.socket) -> None:
     except (Error, MemoryError) as error:
         send(channel, {"cannot_start": str(error), "kind": type(error).__name__})
         return
+    roots = Roots(call["roots"])
     send(channel, {"version": _core.__version__})
     while True:
         line, _ = receive(channel)
         if line is None:
             return
         try:
-            outcome = session.paint_job(_core.Job(line, "job"), call["keywords"], call["measure"])
+            job = _core.Job(line, "job")
+            roots.check(job)
+            outcome = session.paint_job(job, call["keywords"], call["measure"])
         except (Error, ValueError, TypeError, MemoryError) as error:
             outcome = {"status": "failed", "error": str(error), "seconds": 0, "messages": []}
         light = outcome.pop("map", None)
@@ -89,10 +95,19 @@ def serve(channel: socket.socket) -> None:
         os.close(file)
 
 
+def _end_with(channel: socket.socket) -> None:
+    """Ends this process as soon as the other side is gone, amid a job too: somebody else paints it then."""
+    poll = select.poll()
+    poll.register(channel.fileno(), select.POLLRDHUP)
+    poll.poll()
+    os._exit(1)
+
+
 def main() -> None:
     # Who started this process ends it.
     signal.signal(signal.SIGINT, signal.SIG_IGN)
     with socket.socket(fileno=int(sys.argv[1])) as channel:
+        threading.Thread(target=_end_with, args=(channel,), daemon=True).start()
         try:
             serve(channel)
         except (BrokenPipeError, ConnectionResetError):

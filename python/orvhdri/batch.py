@@ -67,6 +67,8 @@ def batch(
     out: Union[None, PathLike, Sequence[PathLike]] = None,
     *,
     workers: Optional[int] = None,
+    client: Any = None,
+    send_inputs: bool = False,
     manifest: Optional[PathLike] = None,
     skip_existing: bool = False,
     size: Optional[Tuple[int, int]] = None,
@@ -87,6 +89,8 @@ def batch(
     :param jobs: job lines as dicts, scenes, or the path of a file of job lines.
     :param out: names of the outputs of jobs that have none, with ``{name}``, ``{index}``, ``{frame}`` and ``{size}``.
     :param workers: how many processes; None: one for each processor.
+    :param client: a ``distributed.Client``, whose scheduler's workers paint instead (docs/farm.md).
+    :param send_inputs: send scenes and pictures to those workers, where they do not see the same files.
     :param manifest: a file that gets a line of JSON for each map as soon as it is done.
     :param skip_existing: paint no map whose files are all there; a batch that was ended is finished so.
     :param size: (width, height) of jobs that have none.
@@ -107,7 +111,7 @@ def batch(
     with JobReader(size) as reader:
         read = reader.read_all(jobs)
         name_outputs(read, out)
-        engine = Workers(Call(keywords, measure=manifest is not None), workers)
+        engine = _engine(Call(keywords, measure=manifest is not None), workers, client, reader, send_inputs)
         return run_batch(read, engine, manifest=manifest, skip_existing=skip_existing, layout=layout, progress=progress)
 
 
@@ -132,7 +136,7 @@ def run_batch(
                 light = _core.light_of_file(job, layout)
                 written.add(job, {"status": "skipped", **({"mean": light[0], "peak": light[1]} if light else {})})
     with _Progress(progress, len(wanted)) as tell:
-        for i, outcome in engine.run((i, results[i].line) for i in wanted):
+        for i, outcome in engine.run([(i, results[i].line) for i in wanted]):
             if written is not None:
                 written.add(jobs[i], outcome)
             results[i] = Result(results[i].line, **outcome)
@@ -140,10 +144,22 @@ def run_batch(
     return results
 
 
+def _engine(call: Call, workers: Optional[int], client: Any, reader: JobReader, send_inputs: bool) -> Any:
+    if client is None:
+        return Workers(call, workers)
+    if workers is not None:
+        raise ValueError("workers: allowed without a client; the client's scheduler has workers of its own")
+    from .farm import Farm, Pictures
+
+    return Farm(client, call, Pictures(reader, send_inputs))
+
+
 def generate(
     jobs: Jobs,
     *,
     workers: Optional[int] = None,
+    client: Any = None,
+    send_inputs: bool = False,
     size: Optional[Tuple[int, int]] = None,
     seed: Optional[int] = None,
     ordered: bool = True,
@@ -159,6 +175,7 @@ def generate(
     :param size: (width, height) of jobs that have none.
     :param seed: has the jobs come in an order that is drawn by it; they are read to their end first.
     :param ordered: in the order of the jobs; else as they come, which never waits for a slow one.
+    :param client: a ``distributed.Client``, as in ``batch``.
     :param prefetch: so many maps at most wait or are painted; None: two for each worker.
     :param failures: ``"raise"`` a JobError, or ``"skip"`` the job with a warning.
     :return: pairs of the map, float32 (height, width, 3), and the job's ``values``; where it has none, its ``set``.
@@ -168,12 +185,13 @@ def generate(
         raise ValueError(f"failures: {failures!r} found; allowed: raise, skip")
     if prefetch is not None and (isinstance(prefetch, bool) or not isinstance(prefetch, int) or prefetch < 1):
         raise ValueError(f"prefetch: {prefetch!r} found; allowed: None, an integer from 1")
-    engine = Workers(Call({"allow_fallback": bool(allow_fallback)}), workers)
-    return _generate(jobs, engine, size, seed, ordered, prefetch, failures)
+    reader = JobReader(size)
+    engine = _engine(Call({"allow_fallback": bool(allow_fallback)}), workers, client, reader, send_inputs)
+    return _generate(jobs, engine, reader, seed, ordered, prefetch, failures)
 
 
-def _generate(jobs, engine, size, seed, ordered, prefetch, failures):
-    with JobReader(size) as reader:
+def _generate(jobs, engine, reader, seed, ordered, prefetch, failures):
+    with reader:
         if seed is not None:
             known = list(_numbered(jobs))
             numbered = (known[i] for i in np.random.default_rng(seed).permutation(len(known)))

@@ -63,6 +63,11 @@ class JobReader:
         self._folder: Optional[tempfile.TemporaryDirectory] = None
         self._files: Dict[str, str] = {}
 
+    @property
+    def folder(self) -> Optional[str]:
+        """Of the files; None while there are none."""
+        return None if self._folder is None else self._folder.name
+
     def read(self, job: Union[str, Scene, Job], where: str) -> _core.Job:
         """:raises SceneError: with everything that is wrong in the job but in its scene."""
         if isinstance(job, str):

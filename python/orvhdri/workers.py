@@ -16,7 +16,7 @@ import subprocess
 import sys
 import threading
 from dataclasses import dataclass, field
-from typing import Any, Dict, Iterable, Iterator, Optional, Tuple
+from typing import Any, Dict, Iterable, Iterator, List, Optional, Tuple
 
 import numpy as np
 
@@ -42,6 +42,7 @@ class Call:
     measure: bool = False  # whether the light of written maps is wanted
     painter: str = ""
     max_image_pixels: int = _core.MAX_IMAGE_PIXELS
+    roots: List[str] = field(default_factory=list)  # that jobs stay under; none: everything is allowed
 
 
 class _Died(Exception):
@@ -79,6 +80,7 @@ class _Process:
                     "max_image_pixels": call.max_image_pixels,
                     "keywords": call.keywords,
                     "measure": call.measure,
+                    "roots": call.roots,
                 }
             )
             if "cannot_start" in answer:

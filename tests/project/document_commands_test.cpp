@@ -29,6 +29,9 @@ constexpr NotRun kNotRun[] = {
     {"dev", "install", "builds everything; project.install does it"},
     {"dev", "python", "wants the Python package; tests/python runs its examples"},
     {"dev", "package", "builds everything; the packages have a test of their own"},
+    {"dask", "", "waits for workers"},
+    {"python3", "", "wants a scheduler; python.farm starts one"},
+    {"sbatch", "", "wants a cluster; python.slurm starts one"},
 };
 
 /// Stands in for `orvpaint`: the same program, its maps 64 x 32, and of more than a hundred a tenth.
@@ -162,6 +165,7 @@ TEST_P(DocumentCommands, KnowTheirOptions) {
     EXPECT_TRUE(scratch.run("for c in paint batch preview check info; do \"$ORVPAINT\" $c --help; done"));
     const std::string text = scratch.said() + documents::textOf(kSource / "dev") +
                              documents::textOf(kSource / "bench/count_instructions.py") +
+                             documents::textOf(kSource / "python/orvhdri/farm.py") +
                              documents::textOf(kSource / "tests/mutation/mutate.py");
     const std::regex option("--[a-z][a-z-]+");
     for (std::sregex_iterator at(text.begin(), text.end(), option), end; at != end; ++at)

@@ -11,7 +11,7 @@ import pytest
 from conftest import ROOT
 
 
-@pytest.mark.parametrize("name, folder", [("docs/python.md", "."), ("README.md", "examples")])
+@pytest.mark.parametrize("name, folder", [("docs/python.md", "."), ("docs/farm.md", "."), ("README.md", "examples")])
 def test_the_examples_of_the_page_run(here, name, folder):
     (here / folder).mkdir(exist_ok=True)
     for path in (ROOT / "examples").iterdir():
