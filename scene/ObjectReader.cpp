@@ -63,7 +63,7 @@ bool ObjectReader::addKey(Members& members, std::string_view key) {
 }
 
 bool ObjectReader::refuse(const Place& place, const std::string& finding) {
-  problems_.add(place.value.order, place.path.text(), finding);
+  problems_.add(place.value.offset, place.path.text(), finding);
   return false;
 }
 
@@ -88,8 +88,8 @@ void ObjectReader::checkKeys(const Members& members) {
     const std::string hint = owner == members.nested.end()
                                  ? suggestion(member.key, keys)
                                  : " (it belongs in \"" + std::string(owner->second) + "\")";
-    refuse({member.value, members.place.path.child(member.key)},
-           "not a key of " + members.owner + hint + "; allowed: " + listOf(keys));
+    problems_.add(member.value.keyOffset, members.place.path.child(member.key).text(),
+                  "not a key of " + members.owner + hint + "; allowed: " + listOf(keys));
   }
 }
 

@@ -97,7 +97,7 @@ class ObjectReader {
       const bool good = read(key.type, {*found, path}, value);
       const JsonValue* other = key.insteadOf.empty() ? nullptr : memberOf(members.place, key.insteadOf);
       if (good && other)
-        refuse({*other, path},
+        refuse({*found, path},
                "given together with " + std::string(key.insteadOf) + "; allowed: one of the two");
     } else if (key.need == Need::required && !(!key.orElse.empty() && memberOf(members.place, key.orElse))) {
       refuse({members.place.value, path}, "missing; required: " + allowed(key.type));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -41,10 +42,13 @@ class SceneDocument {
   std::string folder() const;
 
  private:
+  [[noreturn]] void fail(const Problems& problems) const;
+
   std::string fileName_;
-  std::size_t bytes_;  ///< of the text
+  std::shared_ptr<const std::string> text_;
   Problems problems_;  ///< of the text
   JsonValue document_;
+  std::vector<std::string> settings_;  ///< their paths
 };
 
 }  // namespace orv::scene

@@ -102,7 +102,7 @@ class Resolver {
 
  private:
   std::nullopt_t refuse(const JsonValue& value, const JsonPath& path, const std::string& finding) {
-    problems_.add(value.order, path.text(), finding);
+    problems_.add(value.offset, path.text(), finding);
     return std::nullopt;
   }
 
@@ -158,7 +158,7 @@ class Resolver {
       for (const JsonValue* value : values) numbers.push_back(value->asDouble());
       if (azimuth) unwind(numbers);
       const double now = between(at, keys, numbers);
-      return {azimuth ? std::fmod(now, 360.0) + 0.0 : now, last.order};
+      return {azimuth ? std::fmod(now, 360.0) + 0.0 : now, last.offset, last.keyOffset};
     }
     if (const auto* items = std::get_if<JsonArray>(&last.data)) {
       const auto alike = [&](const JsonValue* value) {
@@ -173,7 +173,7 @@ class Resolver {
         for (const JsonValue* value : values) each.push_back(&std::get<JsonArray>(value->data)[i]);
         now.push_back(valueOf(keys, at, each, false));
       }
-      return {std::move(now), last.order};
+      return {std::move(now), last.offset, last.keyOffset};
     }
     if (const auto* members = std::get_if<JsonObject>(&last.data)) {
       JsonObject now;
@@ -187,7 +187,7 @@ class Resolver {
         }
         now.push_back({member.key, valueOf(keys, at, each, isAzimuth(member.key))});
       }
-      return {std::move(now), last.order};
+      return {std::move(now), last.offset, last.keyOffset};
     }
     return last;
   }

@@ -44,7 +44,7 @@ Json json(FreeObject, const std::string& text) {
   Problems problems("view");
   JsonValue value;
   parseJson(text, value, problems);
-  problems.throwIfAny();
+  problems.throwIfAny(text);
   return toJson(value);
 }
 
@@ -85,7 +85,7 @@ std::string checkedText(const Scene& scene, const std::string& fileName) {
   try {
     text = prettyText(json(Object{kSceneKeys}, scene));
   } catch (const Json::type_error&) {
-    throw SceneErrors({fileName + ": scene: a name or path is not UTF-8 text"});
+    throw SceneErrors({{fileName, "scene", "a name or path is not UTF-8 text"}});
   }
   // What the reader refuses is not written.
   parseScene(text, fileName);

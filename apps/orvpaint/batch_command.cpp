@@ -22,7 +22,7 @@ namespace scene = orv::scene;
 std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, bool outputsGiven) {
   constexpr std::size_t kMostErrors = 200;
   std::vector<scene::Job> jobs;
-  std::vector<std::string> errors;
+  std::vector<scene::Problem> errors;
   std::size_t number = 0;
   for (std::string line; std::getline(in, line);) {
     ++number;
@@ -31,20 +31,22 @@ std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, bool
     try {
       jobs.push_back(scene::parseJob(line, where));
     } catch (const scene::SceneErrors& wrong) {
-      errors.insert(errors.end(), wrong.lines().begin(), wrong.lines().end());
+      errors.insert(errors.end(), wrong.problems().begin(), wrong.problems().end());
       if (errors.size() >= kMostErrors) break;
       continue;
     }
     const scene::Job& job = jobs.back();
     if (job.outputs.empty() && !outputsGiven)
-      errors.push_back(where + ": output: missing; give it in the line, or names for all with --output");
+      errors.push_back({where, "output", "missing; give it in the line, or names for all with --output"});
     for (const std::string& output : job.outputs) {
       const std::string wrong = checkOutput(output);
-      if (!wrong.empty()) errors.push_back(std::string(where).append(": output: ").append(wrong));
+      if (!wrong.empty()) errors.push_back({where, "output", wrong});
     }
     if (jobs.size() > scene::kMostMaps) {
-      errors.push_back(where + ": more than " + std::to_string(scene::kMostMaps) +
-                       " jobs; split the file, or paint parts of it");
+      errors.push_back(
+          {where,
+           {},
+           "more than " + std::to_string(scene::kMostMaps) + " jobs; split the file, or paint parts of it"});
       break;
     }
   }

@@ -114,7 +114,7 @@ std::string errorOf(const std::string& azimuth, double frame = 1) {
     azimuthAt(frame, azimuth);
     return {};
   } catch (const SceneErrors& errors) {
-    return errors.what();
+    return findingsOf(errors);
   }
 }
 
