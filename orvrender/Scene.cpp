@@ -1,6 +1,7 @@
 #include "orvrender/Scene.h"
 
 #include <new>
+#include <numbers>
 
 #include "orvrender/BigBlocks.h"
 
@@ -28,5 +29,13 @@ orvScene* orv_scene_create(const orvScene_options& options) {
 void orv_scene_destroy(orvScene* scene) { delete scene; }
 
 orvSky* orv_get_sky(orvScene* scene) { return scene ? scene->sky.get() : nullptr; }
+
+bool orv_sky_sun(orvScene* scene, double* azimuth, double* elevation) {
+  if (!scene || !scene->sky) return false;
+  const orv::host::SunPlace sun = scene->sky->sun();
+  *azimuth = sun.azimuth * (180 / std::numbers::pi);
+  *elevation = sun.elevation * (180 / std::numbers::pi);
+  return true;
+}
 
 }  // extern "C"

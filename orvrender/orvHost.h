@@ -62,6 +62,11 @@ void orv_memory_fail_at(std::uint64_t n);
 /// scene's limits counts as 0 x 0, with a line in the log. Null is ignored. Thread-safe.
 void orv_image_set_environment_size(orvScene* scene, std::uint32_t width, std::uint32_t height);
 
+/// Where a render of the scene's sky, as its settings are now, would put the sun: longitude and latitude on
+/// the map, degrees. @return false, and nothing stored, for a scene without a sky. As the sky, one thread at
+/// a time.
+bool orv_sky_sun(orvScene* scene, double* azimuth, double* elevation);
+
 /// Marks a node's parameter as animated, or not. Set-up thread only.
 void orv_node_set_animated(class orvNode* node, const char* name, bool animated);
 

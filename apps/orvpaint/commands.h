@@ -69,12 +69,20 @@ struct PreviewArguments : PainterArguments {
   float cameraAzimuth = 180;
 };
 
+/// Each file is a scene or a map.
+struct InfoArguments {
+  std::vector<std::string> files;
+  orv::scene::Layout layout = orv::scene::Layout::native;  ///< of the maps
+  std::uint64_t maxImagePixels = orv::scene::kMaxPicturePixels;
+  bool json = false;
+};
+
 /// Each runs one command. Errors of files and scenes that end the command are thrown.
 ExitStatus paint(const PaintArguments& arguments);
 ExitStatus batch(const BatchArguments& arguments);
 ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
-ExitStatus info(const std::string& file, orv::scene::Layout layout, std::uint64_t maxImagePixels);
+ExitStatus info(const InfoArguments& arguments);
 
 /// What is wrong with the name of a map's file, or nothing.
 std::string checkOutput(const std::string& path);

@@ -316,6 +316,14 @@ void addPreview(CLI::App& app, PreviewArguments& arguments) {
           "DEGREES");
 }
 
+void addInfo(CLI::App& app, InfoArguments& arguments) {
+  CLI::App* info = app.add_subcommand("info", "Describe scenes and maps");
+  info->add_option("FILE", arguments.files, "Scene files, or image files of maps")->required();
+  addLayout(*info, "--layout-in", arguments.layout, "How the maps lie, as a renderer reads them");
+  addMaxImagePixels(info, arguments.maxImagePixels);
+  info->add_flag("--json", arguments.json, "A line of JSON for each file");
+}
+
 /// The first of a call's outputs that is given twice; empty for none.
 std::string twiceGiven(const std::vector<std::string>& outputs) {
   std::vector<std::string> targets;
@@ -393,13 +401,8 @@ ExitStatus run(int argc, char** argv) {
   app.add_subcommand("check", "Read scenes and report every error in them")
       ->add_option("SCENE", scenes, "Scene files (JSON)")
       ->required();
-  std::string file;
-  scene::Layout layoutIn = scene::Layout::native;
-  CLI::App* info = app.add_subcommand("info", "Describe a scene or a map");
-  info->add_option("FILE", file, "Scene file, or image file of a map")->required();
-  addLayout(*info, "--layout-in", layoutIn, "How the map lies, as a renderer reads it");
-  std::uint64_t maxImagePixels = scene::kMaxPicturePixels;
-  addMaxImagePixels(info, maxImagePixels);
+  InfoArguments infoArguments;
+  addInfo(app, infoArguments);
 
   try {
     app.parse(argc, argv);
@@ -415,7 +418,7 @@ ExitStatus run(int argc, char** argv) {
     return callIsWrong;
   }
   if (app.got_subcommand("check")) return check(scenes);
-  if (app.got_subcommand("info")) return orvpaint::info(file, layoutIn, maxImagePixels);
+  if (app.got_subcommand("info")) return info(infoArguments);
   const bool isBatch = app.got_subcommand("batch");
   const bool previews = app.got_subcommand("preview");
   const std::string wrong =

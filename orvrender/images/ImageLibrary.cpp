@@ -79,11 +79,11 @@ std::unique_ptr<ImageContent> ImageLibrary::read(const std::string& path, orvTex
     // A thread that waits for its rows must not start on work that asks for the lock it holds.
     tbb::this_task_arena::isolate([&] {
       ReadImage read = readImage(path, profile, limits_);
-      if (read.replacedPixels > 0) {
+      if (read.replaced.pixels > 0) {
         orv_critical(
             "%s: %llu of its pixels are not finite; NaN counts as 0 and an infinity as 65504: save it "
             "without them\n",
-            path.c_str(), static_cast<unsigned long long>(read.replacedPixels));
+            path.c_str(), static_cast<unsigned long long>(read.replaced.pixels));
       }
       content->pixels = std::move(read.pixels);
     });
