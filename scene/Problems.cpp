@@ -27,11 +27,7 @@ std::vector<Problem> Problems::told(std::string_view text, std::span<const std::
       if (setting < settings.size())
         problem.cause.append(cause_.empty() ? "" : ": ").append("setting ").append(settings[setting]);
     } else if (!text.empty() || found->path.empty()) {
-      TextPlace place = places.at(found->offset);
-      problem.line = place.line;
-      problem.column = place.column;
-      problem.source = std::move(place.source);
-      problem.mark = std::move(place.mark);
+      place(problem, places.at(found->offset));
     }
   }
   if (count_ > problems.size()) {

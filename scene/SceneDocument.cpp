@@ -11,6 +11,7 @@
 
 #include "scene/ObjectReader.h"
 #include "scene/animation.h"
+#include "scene/text_place.h"
 
 namespace orv::scene {
 namespace {
@@ -113,6 +114,11 @@ void SceneDocument::check() const {
   frames.resize(std::min(frames.size(), kMostCheckedBytes / std::max<std::size_t>(text_->size(), 1)));
   read();
   for (const double frame : frames) read(frame);
+}
+
+void SceneDocument::locate(Problem& problem) const {
+  const JsonValue* const value = valueAt(problem.path, document_);
+  if (value && value->offset < kFromSetting) place(problem, PlaceFinder(*text_).at(value->offset));
 }
 
 std::string SceneDocument::folder() const { return std::filesystem::path(fileName_).parent_path().string(); }

@@ -37,6 +37,9 @@ class SceneDocument {
   /// @throws SceneErrors with everything that is wrong in any of them.
   void check() const;
 
+  /// Gives a problem the place of what its path leads to, where that stands in the text.
+  void locate(Problem& problem) const;
+
   const std::string& fileName() const { return fileName_; }
   /// The folder that the paths of pictures are relative to: the file's.
   std::string folder() const;

@@ -37,14 +37,15 @@ std::string Problem::finding() const {
   return result.append(": ").append(text);
 }
 
+std::vector<std::string> Problem::lines() const {
+  if (source.empty()) return {finding()};
+  return {finding(), "  " + source, "  " + mark};
+}
+
 SceneErrors::SceneErrors(std::vector<Problem> problems)
     : std::runtime_error(joined(problems)), problems_(std::move(problems)) {
-  for (const Problem& problem : problems_) {
-    lines_.push_back(problem.finding());
-    if (problem.source.empty()) continue;
-    lines_.push_back("  " + problem.source);
-    lines_.push_back("  " + problem.mark);
-  }
+  for (const Problem& problem : problems_)
+    for (std::string& line : problem.lines()) lines_.push_back(std::move(line));
 }
 
 }  // namespace orv::scene

@@ -26,6 +26,9 @@ struct Problem {
 
   /// `file:line:column: cause: path: text` of what there is of it.
   std::string finding() const;
+
+  /// What people are shown: the finding, and where there is one the line of the file and the mark.
+  std::vector<std::string> lines() const;
 };
 
 /// Everything that is wrong with a scene, in the file's order. `what()` is a finding a line.
@@ -35,7 +38,7 @@ class SceneErrors : public std::runtime_error {
 
   const std::vector<Problem>& problems() const noexcept { return problems_; }
 
-  /// What people are shown: each finding, and where there is one the line of the file and the mark.
+  /// What people are shown of all of them.
   const std::vector<std::string>& lines() const noexcept { return lines_; }
 
  private:

@@ -194,4 +194,19 @@ void apply(const Setting& setting, JsonValue& document, std::uint32_t number) {
   setPlaces(*at, place);
 }
 
+const JsonValue* valueAt(std::string_view path, const JsonValue& document) {
+  const JsonValue* at = &document;
+  for (const Step& step : stepsOf(path)) {
+    const auto* const items = std::get_if<JsonArray>(&at->data);
+    const auto* const object = std::get_if<JsonObject>(&at->data);
+    at = nullptr;
+    if (step.isIndex && items && step.index < items->size()) at = &(*items)[step.index];
+    if (!step.isIndex && object)
+      for (const JsonMember& each : *object)
+        if (each.key == step.key) at = &each.value;
+    if (!at) return nullptr;
+  }
+  return at;
+}
+
 }  // namespace orv::scene

@@ -48,4 +48,7 @@ JsonValue settingValue(std::string_view text, const std::string& path);
 /// @throws SettingError when the path does not lead anywhere.
 void apply(const Setting& setting, JsonValue& document, std::uint32_t number = 0);
 
+/// What stands at a path of a document, written as a setting's; null when nothing does.
+const JsonValue* valueAt(std::string_view path, const JsonValue& document);
+
 }  // namespace orv::scene

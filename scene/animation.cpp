@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "scene/nearest_name.h"
+#include "scene/scene_names.h"
 
 namespace orv::scene {
 namespace {
@@ -111,6 +112,11 @@ class Resolver {
     for (const JsonMember& member : object) {
       if (member.key == "keys") continue;
       const JsonPath place = path.child(member.key);
+      if (member.key == kCommentKey) {
+        if (!std::holds_alternative<std::string>(member.value.data))
+          return refuse(member.value, place, member.value.found() + " found; allowed: text in quotes");
+        continue;
+      }
       if (member.key != "interpolation") {
         const std::array<std::string_view, 2> allowed{"keys", "interpolation"};
         return refuse(member.value, place,
@@ -178,6 +184,10 @@ class Resolver {
     if (const auto* members = std::get_if<JsonObject>(&last.data)) {
       JsonObject now;
       for (const JsonMember& member : *members) {
+        if (member.key == kCommentKey) {
+          now.push_back(member);
+          continue;
+        }
         std::vector<const JsonValue*> each;
         for (const JsonValue* value : values) {
           const auto* object = std::get_if<JsonObject>(&value->data);

@@ -1,6 +1,7 @@
 #include "scene/text_place.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "orvrender/printable_text.h"
 
@@ -102,6 +103,13 @@ TextPlace PlaceFinder::at(std::size_t offset) {
   if (line.ends_with('\r')) line.remove_suffix(1);
   show(line, std::min(at_ - lineStart_, line.size()), place);
   return place;
+}
+
+void place(Problem& problem, TextPlace place) {
+  problem.line = place.line;
+  problem.column = place.column;
+  problem.source = std::move(place.source);
+  problem.mark = std::move(place.mark);
 }
 
 }  // namespace orv::scene

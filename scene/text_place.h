@@ -4,6 +4,8 @@
 #include <string>
 #include <string_view>
 
+#include "scene/SceneErrors.h"
+
 namespace orv::scene {
 
 /// A place in a text, as people are shown it.
@@ -31,5 +33,8 @@ class PlaceFinder {
   std::size_t line_ = 1;
   std::size_t column_ = 1;
 };
+
+/// Gives a problem its place.
+void place(Problem& problem, TextPlace place);
 
 }  // namespace orv::scene

@@ -3,6 +3,8 @@
 #include <functional>
 #include <string>
 
+#include "commands.h"
+
 namespace orvpaint {
 
 /// Opens the standard streams that were closed, so that no other file takes their number; what is written to
@@ -20,6 +22,10 @@ std::function<void(const std::string&, bool)> tellUnless(bool quiet);
 
 /// Writes a line that names its file itself to standard error, control characters in it as escapes.
 void printLine(const std::string& line);
+
+/// Does something with a file and tells of what is wrong with it.
+/// @return what the program leaves with for that.
+ExitStatus tellErrors(const std::function<void()>& act);
 
 /// On a signal that ends the program, an abort inside a library among them, removes unfinished files first.
 /// Writing beyond a limit of file sizes, or into a pipe that nobody reads, becomes an ordinary error.

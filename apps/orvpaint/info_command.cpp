@@ -226,15 +226,8 @@ ExitStatus info(const InfoArguments& arguments) {
   bool first = true;
   for (const std::string& path : arguments.files) {
     std::string text;
-    try {
-      text = textOf(path, arguments, status);
-    } catch (const scene::SceneErrors& errors) {
-      for (const std::string& line : errors.lines()) printLine(line);
-      status = callIsWrong;
-    } catch (const scene::FileError& error) {
-      printMessage(error.what());
-      status = std::max(status, fileFailed);
-    }
+    const ExitStatus failed = tellErrors([&] { text = textOf(path, arguments, status); });
+    status = std::max(status, failed);
     if (text.empty()) continue;
     printResult(first || arguments.json ? text : "\n" + text);
     first = false;

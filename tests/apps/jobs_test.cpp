@@ -259,6 +259,29 @@ TEST(Jobs, WhatIsThereIsSkipped) {
                                   std::pair{"0002", "painted"}));
 }
 
+TEST(Jobs, AMapIsThereWhenItsDomeLightIsToo) {
+  const TestFolder folder;
+  const std::string scene = folder.put("s.json", kLitScene);
+  const std::vector<std::string> call{"paint",
+                                      scene,
+                                      "--sweep",
+                                      "pins.key.azimuth=0:1",
+                                      "-o",
+                                      folder / "{index}.pfm",
+                                      "--usd",
+                                      folder / "{index}.usda",
+                                      "--skip-existing"};
+  folder.put("0000.pfm", "kept");
+  folder.put("0000.usda", "kept, too");
+  folder.put("0001.pfm", "without its light");
+  EXPECT_EQ(orvpaint(call).status, 0);
+  EXPECT_EQ(contentsOf(folder / "0000.pfm"), "kept");
+  EXPECT_EQ(contentsOf(folder / "0000.usda"), "kept, too");
+  EXPECT_THAT(contentsOf(folder / "0001.usda"), HasSubstr("0001.pfm"));
+  EXPECT_EQ(contentsOf(folder / "0001.pfm"),
+            painted(folder, replaced(kLitScene, "\"azimuth\": 0", "\"azimuth\": 1")));
+}
+
 TEST(Jobs, ShardsPaintEachMapOnce) {
   const TestFolder folder;
   const std::string scene = folder.put("s.json", kLitScene);

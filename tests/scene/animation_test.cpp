@@ -140,6 +140,16 @@ TEST(Animation, TheReaderChecksWhatAFrameIs) {
   EXPECT_THAT(errorOf(keys, 3), HasSubstr("s.json: frame 3: pins[0].azimuth: 400 is above 360"));
 }
 
+TEST(Animation, ACommentBesideTheKeysIsNoPartOfTheValue) {
+  EXPECT_EQ(azimuthAt(2, R"({"comment": "round", "keys": [[1, 0], [3, 20]]})"), 10);
+  EXPECT_EQ(errorOf(R"({"comment": 1, "keys": [[1, 2]]})"),
+            "s.json: frame 1: pins[0].azimuth.comment: 1 found; allowed: text in quotes");
+  const std::string sun = R"({"type": "sunSky", "sun": {"keys": [
+      [1, {"comment": "low", "azimuth": 0, "elevation": 10}], [3, {"azimuth": 0, "elevation": 30}]]}})";
+  const Scene scene = SceneDocument(withBackground(sun), "s.json").read(2);
+  EXPECT_EQ(std::get<SunSkyBackground>(scene.background.paint).settings.sunElevation, 20);
+}
+
 TEST(Animation, CheckLooksAtEveryKey) {
   const std::string pin =
       R"("shape": "circle", "elevation": 0, "azimuth": 0, "radius": {"keys": [[1, 5], [24, -4]]})";

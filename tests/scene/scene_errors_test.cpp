@@ -278,6 +278,16 @@ TEST(SceneErrors, ReportNumbersThatOverflowBesideOtherErrors) {
             "s.json: background.color[1]: -2e400 is not finite as a 32-bit float; allowed: a number");
 }
 
+TEST(SceneErrors, ACommentIsAText) {
+  expectErrors({
+      {withBackground(kWhite, R"(, "comment": 1)"), "s.json: comment: 1 found; allowed: text in quotes"},
+      {withPin(kCircle, R"({"type": "color", "color": [1, 1, 1], "comment": ["a"]})"),
+       "s.json: pins[0].fill.comment: an array of 1 found; allowed: text in quotes"},
+      {withBackground(R"({"type": "color", "color": [1, 1, 1], "$schema": "a"})"),
+       R"(s.json: background["$schema"]: not a key of a color background; allowed: type, brightness, exposure, color, temperature)"},
+  });
+}
+
 TEST(SceneErrors, RefuseKeysGivenTwice) {
   expectErrors({
       {withBackground(kWhite, R"(, "version": 1)"),
@@ -299,7 +309,7 @@ TEST(SceneErrors, RefusePositionsThatFall) {
 TEST(SceneErrors, ComeInTheOrderOfTheFile) {
   EXPECT_EQ(
       errorsOf(R"({"vew": {}, "version": 1, "smoothing": 1, "background": {"type": "image", "path": 1}})"),
-      "s.json: vew: not a key of a scene (did you mean \"view\"?); allowed: version, quality, size, "
+      "s.json: vew: not a key of a scene (did you mean \"view\"?); allowed: $schema, version, quality, size, "
       "sizeFromImage, "
       "smoothing, background, pins, view\n"
       "s.json: smoothing: 1 found; allowed: true, false\n"
