@@ -125,6 +125,14 @@ Json numberJson(double number) {
   return number;
 }
 
+/// The scene that stands in a job, without what its text has beside it.
+Json sceneJson(const Job& job) {
+  Problems problems(job.textName);
+  JsonValue document;
+  if (!parseJson(job.sceneText, document, problems)) problems.throwIfAny(job.sceneText);
+  return toJson(document);
+}
+
 }  // namespace
 
 Job parseJob(std::string_view line, const std::string& where) {
@@ -139,10 +147,18 @@ Job parseJob(std::string_view line, const std::string& where) {
   throw SceneErrors(std::move(found));
 }
 
+Job readJob(const JsonValue& line, const std::string& where) {
+  Problems problems(where);
+  Job job;
+  JobReader(problems).read(line, job);
+  problems.throwIfAny({});
+  return job;
+}
+
 std::string jobText(const Job& job) {
   Json line = Json::object();
   if (job.scene.empty())
-    line["scene"] = Json::parse(job.sceneText);
+    line["scene"] = sceneJson(job);
   else
     line["scene"] = job.scene;
   for (const Setting& setting : job.set) line["set"][setting.path] = toJson(setting.value);
@@ -157,7 +173,7 @@ std::string jobText(const Job& job) {
 }
 
 std::string jobTitle(const Job& job) {
-  std::string title = job.scene.empty() ? "scene" : job.scene;
+  std::string title = job.scene.empty() ? job.textName : job.scene;
   if (job.frame) title += " frame " + numberText(*job.frame);
   return title;
 }
@@ -173,7 +189,7 @@ Scene JobScenes::read(const Job& job) {
     for (const Setting& setting : job.set) copy.set(setting);
     return copy.read(job.frame);
   };
-  if (job.scene.empty()) return changed(SceneDocument(job.sceneText, "scene"));
+  if (job.scene.empty()) return changed(SceneDocument(job.sceneText, job.textName));
   auto found = documents_.find(job.scene);
   if (found == documents_.end()) {
     // As many as a call names by hand; jobs with a scene each do not pile up.

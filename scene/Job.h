@@ -17,6 +17,7 @@ namespace orv::scene {
 struct Job {
   std::string scene = {};            ///< path of the scene's file; empty: `sceneText`
   std::string sceneText = {};        ///< JSON text of a scene that stands in the job itself
+  std::string textName = "scene";    ///< what messages call that
   std::vector<Setting> set = {};     ///< in this order
   std::optional<double> frame = {};  ///< of values that change with time
   std::optional<MapSize> size = {};  ///< instead of the scene's
@@ -28,10 +29,13 @@ struct Job {
 /// @throws SceneErrors with everything that is wrong in it; the scene is not looked at.
 Job parseJob(std::string_view line, const std::string& where);
 
+/// Reads a job from its document. @throws SceneErrors as `parseJob`.
+Job readJob(const JsonValue& line, const std::string& where);
+
 /// The job as a line of JSON, without its newline. Parsing it gives the job back.
 std::string jobText(const Job& job);
 
-/// What messages call the job's scene: its path, or `scene`; with the frame where there is one.
+/// What messages call the job's scene: its path, or its text's name; with the frame where there is one.
 std::string jobTitle(const Job& job);
 
 /// The name of the job's scene: its file's without folder and ending, or `scene`.

@@ -1,6 +1,7 @@
 #include "scene/OutputFile.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -90,6 +91,12 @@ bool writeAll(int descriptor, const unsigned char* data, std::size_t size, std::
     const ssize_t n = atOffset ? ::pwrite(descriptor, data, size, static_cast<off_t>(offset))
                                : ::write(descriptor, data, size);
     if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && errno == EAGAIN) {
+      // Somebody made the pipe one that does not wait.
+      pollfd pipe{descriptor, POLLOUT, 0};
+      ::poll(&pipe, 1, -1);
+      continue;
+    }
     if (n <= 0) {
       if (n == 0) errno = EIO;
       return false;
@@ -101,9 +108,20 @@ bool writeAll(int descriptor, const unsigned char* data, std::size_t size, std::
   return true;
 }
 
+/// Cuts off what lies behind the place where an open file is written, so that it ends with what is written.
+void endAtPosition(int descriptor) {
+  struct stat status {};
+  if (descriptor < 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return;
+  const off_t position = ::lseek(descriptor, 0, SEEK_CUR);
+  const bool appends = (::fcntl(descriptor, F_GETFL) & O_APPEND) != 0;
+  // Where that fails, writing tells.
+  if (position >= 0 && !appends) static_cast<void>(!::ftruncate(descriptor, position));
+}
+
 }  // namespace
 
-OutputFile::OutputFile(std::string path, Kept kept) : path_(std::move(path)) {
+OutputFile::OutputFile(std::string path, Kept kept)
+    : path_(std::move(path)), name_(path_ == kStandardOutput ? "standard output" : path_) {
   buffer_.reserve(kBufferBytes);
   checkTarget();
   if (inPlace_)
@@ -120,6 +138,16 @@ OutputFile::~OutputFile() {
 
 /// Finds out before anything is written what would be refused at the end.
 void OutputFile::checkTarget() {
+  given_ = outputDescriptor(path_);
+  if (given_ >= 0) {
+    inPlace_ = true;
+    target_ = path_;
+    const int access = ::fcntl(given_, F_GETFL);
+    // What the program has opened itself is closed to others.
+    if (access < 0 || (access & O_ACCMODE) == O_RDONLY || (::fcntl(given_, F_GETFD) & FD_CLOEXEC) != 0)
+      fail(EBADF);
+    return;
+  }
   struct stat status {};
   // The system follows links that have no path to be read, such as those to a pipe.
   exists_ = ::stat(path_.c_str(), &status) == 0;
@@ -159,7 +187,7 @@ void OutputFile::openBeside(Kept kept) {
   const std::string folder = parent.empty() ? "." : parent.string();
   std::error_code ignored;
   if (!fs::exists(folder, ignored))
-    throw FileError(path_ + ": cannot be written: the folder " + folder + " does not exist");
+    throw FileError(name_ + ": cannot be written: the folder " + folder + " does not exist");
   if (kept == Kept::hidden || !openUnnamed(folder)) openHidden(folder);
   // What the process masks off is given back to a file that had it.
   if (exists_) ::fchmod(descriptor_, mode_);
@@ -283,8 +311,9 @@ void OutputFile::linkHidden() {
 }
 
 void OutputFile::commitInPlace() {
-  const int target = ::open(target_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
+  const int target = given_ >= 0 ? given_ : ::open(target_.c_str(), O_WRONLY | O_TRUNC | O_CLOEXEC);
   if (target < 0) fail(errno);
+  endAtPosition(given_);
   std::vector<unsigned char> chunk(kBufferBytes);
   int error = 0;
   std::uint64_t done = 0;
@@ -296,12 +325,12 @@ void OutputFile::commitInPlace() {
       error = errno;
     done += n;
   }
-  if (::close(target) != 0 && error == 0) error = errno;
+  if (target != given_ && ::close(target) != 0 && error == 0) error = errno;
   if (error != 0) fail(error);
 }
 
 void OutputFile::fail(int error) const {
-  throw FileError(path_ + ": cannot be written: " + std::strerror(error));
+  throw FileError(name_ + ": cannot be written: " + std::strerror(error));
 }
 
 void commitAll(const std::vector<std::unique_ptr<OutputFile>>& files) {
@@ -315,13 +344,31 @@ void commitAll(const std::vector<std::unique_ptr<OutputFile>>& files) {
       } catch (const FileError& error) {
         throw FileError(error.what() + (placed.empty() ? "" : "; in place already: " + placed));
       }
-      placed.append(placed.empty() ? "" : ", ").append(file->path());
+      placed.append(placed.empty() ? "" : ", ").append(file->name());
     }
   }
 }
 
+int outputDescriptor(const std::string& path) {
+  if (path == kStandardOutput || path == "/dev/stdout") return STDOUT_FILENO;
+  if (path == "/dev/stderr") return STDERR_FILENO;
+  for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
+    if (!path.starts_with(folder)) continue;
+    int number = -1;
+    const char* const end = path.data() + path.size();
+    const auto [rest, error] = std::from_chars(path.data() + folder.size(), end, number);
+    if (error == std::errc() && rest == end && number >= 0) return number;
+  }
+  return -1;
+}
+
 std::string outputTarget(const std::string& path) {
   std::error_code error;
+  if (const int descriptor = outputDescriptor(path); descriptor >= 0) {
+    const std::string target =
+        fs::read_symlink("/proc/self/fd/" + std::to_string(descriptor), error).string();
+    return error ? path : target;
+  }
   std::string canonical = fs::canonical(path, error).string();
   if (!error) return canonical;
   int unresolved = 0;

@@ -12,8 +12,9 @@ namespace orv::scene {
 /// that (`O_TMPFILE`), so that nothing is left of it however the program ends; elsewhere it is written under
 /// a hidden name beside its target. When it is complete it is linked in its target's place, or, where there
 /// is a file to be replaced, under a hidden name that is renamed at once. A target that is no regular file (a
-/// pipe, a device) gets its bytes when it is committed. Symbolic links are followed, so that a link stays a
-/// link. One thread.
+/// pipe, a device) gets its bytes when it is committed; so does a descriptor that the program was started
+/// with, which `-` (standard output), `/dev/stdout`, `/dev/fd/3` and the like name: it is written where it
+/// stands, whatever it leads to. Other symbolic links are followed, so that a link stays a link. One thread.
 class OutputFile {
  public:
   /// How the file is kept while it is written.
@@ -29,6 +30,8 @@ class OutputFile {
   OutputFile& operator=(const OutputFile&) = delete;
 
   const std::string& path() const { return path_; }
+  /// What messages call it.
+  const std::string& name() const { return name_; }
 
   /// Writes at an offset. The first failure is kept, and nothing is written from then on.
   /// @return false after a failure.
@@ -63,13 +66,15 @@ class OutputFile {
   [[noreturn]] void fail(int error) const;
 
   std::string path_;
+  std::string name_;
   std::string target_;  ///< `path_` with links followed
   std::string hidden_;  ///< path of the file beside the target; empty without one
   bool inPlace_ = false;
   bool exists_ = false;  ///< the target did, when this began
   unsigned mode_ = 0666;
-  int descriptor_ = -1;
-  int error_ = 0;  ///< errno of the first failure
+  int given_ = -1;       ///< the descriptor that the path names; -1 for none
+  int descriptor_ = -1;  ///< of what is being written
+  int error_ = 0;        ///< errno of the first failure
   int slot_ = -1;
   std::uint64_t size_ = 0;
   std::vector<unsigned char> buffer_;  ///< bytes to be written at `bufferOffset_`
@@ -80,8 +85,16 @@ class OutputFile {
 void commitAll(const std::vector<std::unique_ptr<OutputFile>>& files);
 
 /// The file that writing to `path` makes or replaces: absolute, with links followed, those of files that do
-/// not exist too; two paths of one output give the same. Of what can not be found out, the path as it is.
+/// not exist too; two paths of one output give the same, two names of one
+/// descriptor too. Of what can not be found out, the path as it is.
 std::string outputTarget(const std::string& path);
+
+/// The path that stands for standard output.
+inline constexpr const char* kStandardOutput = "-";
+
+/// The descriptor that a path names: `-`, `/dev/stdout`, `/dev/stderr`, `/dev/fd/N`, `/proc/self/fd/N`; -1
+/// for any other.
+int outputDescriptor(const std::string& path);
 
 /// Removes every file that is still being written. Safe in a signal handler, right before the process ends.
 void removeUnfinishedFiles() noexcept;

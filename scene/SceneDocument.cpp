@@ -1,5 +1,8 @@
 #include "scene/SceneDocument.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
@@ -22,9 +25,24 @@ constexpr double kFirstFrame = 1;
 /// How much text `check` reads in all, so that a hostile file does not cost much.
 constexpr std::size_t kMostCheckedBytes = std::size_t{1} << 26;
 
+/// Of the text of a document that has none, with its key.
+constexpr std::size_t kBytesOfValue = 16;
+
+std::size_t countValues(const JsonValue& value) {
+  std::size_t count = 1;
+  if (const auto* array = std::get_if<JsonArray>(&value.data))
+    for (const JsonValue& item : *array) count += countValues(item);
+  else if (const auto* object = std::get_if<JsonObject>(&value.data))
+    for (const JsonMember& member : *object) count += countValues(member.value);
+  return count;
+}
+
 /// The file's bytes, and at most one more than a scene may have, so that devices without an end are no trap.
 std::string readBytes(const std::string& path) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), &std::fclose);
+  // Standard input has a descriptor of its own here, so that it stays open.
+  std::FILE* const opened = path == "-" ? ::fdopen(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 3), "rb")
+                                        : std::fopen(path.c_str(), "rb");
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(opened, &std::fclose);
   std::string bytes;
   char buffer[65536];
   std::size_t n = sizeof buffer;
@@ -32,7 +50,8 @@ std::string readBytes(const std::string& path) {
     n = std::fread(buffer, 1, sizeof buffer, file.get());
     bytes.append(buffer, n);
   }
-  if (!file || std::ferror(file.get())) throw FileError(path + ": cannot be read: " + std::strerror(errno));
+  if (!file || std::ferror(file.get()))
+    throw FileError(sceneName(path) + ": cannot be read: " + std::strerror(errno));
   return bytes;
 }
 
@@ -68,20 +87,34 @@ std::string pinOf(std::string_view path, const JsonValue& document) {
 }  // namespace
 
 SceneDocument::SceneDocument(std::string_view text, const std::string& fileName)
-    : fileName_(fileName), text_(std::make_shared<const std::string>(text)), problems_(fileName) {
+    : fileName_(fileName),
+      text_(std::make_shared<const std::string>(text)),
+      bytes_(text.size()),
+      problems_(fileName) {
   if (!parseJson(*text_, document_, problems_)) fail(problems_);
 }
 
-SceneDocument SceneDocument::load(const std::string& path) {
-  const std::string bytes = readBytes(path);
+SceneDocument::SceneDocument(JsonValue document, std::string fileName)
+    : fileName_(std::move(fileName)),
+      text_(std::make_shared<const std::string>()),
+      bytes_(kBytesOfValue * countValues(document)),
+      problems_(fileName_),
+      document_(std::move(document)) {}
+
+std::string sceneName(const std::string& path) { return path == "-" ? "<stdin>" : path; }
+
+std::string readSceneText(const std::string& path) {
+  std::string bytes = readBytes(path);
   const std::string_view kind = pictureKind(bytes);
   if (!kind.empty())
-    throw SceneErrors({{path, "scene",
+    throw SceneErrors({{sceneName(path), "scene",
                         std::string(kind) + " picture found; allowed: a scene, which can show it: " +
                             "{\"version\": 1, \"background\": {\"type\": \"image\", \"path\": " +
                             quotedText(path) + "}}"}});
-  return {bytes, path};
+  return bytes;
 }
+
+SceneDocument SceneDocument::load(const std::string& path) { return {readSceneText(path), sceneName(path)}; }
 
 void SceneDocument::set(const Setting& setting) {
   try {
@@ -111,7 +144,7 @@ Scene SceneDocument::read(std::optional<double> frame) const {
 
 void SceneDocument::check() const {
   std::vector<double> frames = keyFrames(document_);
-  frames.resize(std::min(frames.size(), kMostCheckedBytes / std::max<std::size_t>(text_->size(), 1)));
+  frames.resize(std::min(frames.size(), kMostCheckedBytes / std::max<std::size_t>(bytes_, 1)));
   read();
   for (const double frame : frames) read(frame);
 }

@@ -21,7 +21,10 @@ class SceneDocument {
   /// @param fileName what messages call it. @throws SceneErrors when the text has no document.
   SceneDocument(std::string_view text, const std::string& fileName);
 
-  /// Reads a file (UTF-8). @throws FileError, SceneErrors.
+  /// A document that a program has made.
+  SceneDocument(JsonValue document, std::string fileName);
+
+  /// Reads a file (UTF-8); `-` is standard input. @throws FileError, SceneErrors.
   static SceneDocument load(const std::string& path);
 
   /// Changes the document. @throws SceneErrors when the setting's path does not lead anywhere.
@@ -40,6 +43,7 @@ class SceneDocument {
   /// Gives a problem the place of what its path leads to, where that stands in the text.
   void locate(Problem& problem) const;
 
+  const JsonValue& document() const { return document_; }
   const std::string& fileName() const { return fileName_; }
   /// The folder that the paths of pictures are relative to: the file's.
   std::string folder() const;
@@ -49,9 +53,17 @@ class SceneDocument {
 
   std::string fileName_;
   std::shared_ptr<const std::string> text_;
+  std::size_t bytes_;  ///< of the text, about
   Problems problems_;  ///< of the text
   JsonValue document_;
   std::vector<std::string> settings_;  ///< their paths
 };
+
+/// What messages call the scene at a path: `<stdin>` of `-`.
+std::string sceneName(const std::string& path);
+
+/// The text of a scene's file; `-` is standard input.
+/// @throws FileError when it can not be read; SceneErrors when it is a picture.
+std::string readSceneText(const std::string& path);
 
 }  // namespace orv::scene

@@ -30,11 +30,15 @@ std::string joined(const std::vector<Problem>& problems) {
 
 std::string Problem::finding() const {
   std::string result = file;
+  const auto append = [&result](const std::string& part) {
+    result.append(result.empty() ? "" : ": ").append(part);
+  };
   if (line > 0) result.append(":").append(std::to_string(line));
   if (column > 0) result.append(":").append(std::to_string(column));
-  if (!cause.empty()) result.append(": ").append(cause);
-  if (!path.empty()) result.append(": ").append(namedPath(path, pin));
-  return result.append(": ").append(text);
+  if (!cause.empty()) append(cause);
+  if (!path.empty()) append(namedPath(path, pin));
+  append(text);
+  return result;
 }
 
 std::vector<std::string> Problem::lines() const {

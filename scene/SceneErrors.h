@@ -14,7 +14,7 @@ struct FileError : std::runtime_error {
 
 /// Something that is wrong with a scene, and where.
 struct Problem {
-  std::string file;         ///< what messages call it
+  std::string file;         ///< what messages call it; empty: they do not name it
   std::string path;         ///< of the value: `pins[2].radius`, or `scene`; empty for text that is no JSON
   std::string text;         ///< what was found and what is allowed, one line
   std::size_t line = 0;     ///< of the file, from 1; 0 where the problem is none of the file's text

@@ -175,7 +175,7 @@ JsonValue settingValue(std::string_view text, const std::string& path) {
 
 void apply(const Setting& setting, JsonValue& document, std::uint32_t number) {
   const std::vector<Step> steps = stepsOf(setting.path);
-  const std::uint32_t place = kFromSetting + std::min(number, kFromSetting - 2);
+  const std::uint32_t place = kFromSetting + std::min(number, kWithoutText - kFromSetting - 1);
   JsonValue* at = &document;
   for (std::size_t i = 0; i < steps.size(); ++i) {
     const Step& step = steps[i];

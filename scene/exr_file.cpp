@@ -67,7 +67,7 @@ class ExrOutput {
     if (result == EXR_ERR_SUCCESS) return;
     if (result == EXR_ERR_OUT_OF_MEMORY) throw std::bad_alloc();
     file_.flushOrThrow();
-    throw FileError(file_.path() + ": cannot be written: " + exr_get_default_error_message(result));
+    throw FileError(file_.name() + ": cannot be written: " + exr_get_default_error_message(result));
   }
 
  private:

@@ -31,6 +31,9 @@ using JsonObject = std::vector<JsonMember>;  ///< in the file's order, each key 
 
 /// What is added to a setting's number to make the offset of the values that it put into a document.
 inline constexpr std::uint32_t kFromSetting = std::uint32_t{1} << 31;
+/// What is added to the number of a value, in the document's order, to make its offset where there is no
+/// text.
+inline constexpr std::uint32_t kWithoutText = std::uint32_t{3} << 30;
 /// The offset of what stands nowhere.
 inline constexpr std::uint32_t kNowhere = ~std::uint32_t{0};
 

@@ -66,7 +66,7 @@ void writePfm(const hdri::EnvImage& map, OutputFile& file, const MapFileOptions&
 /// What a format can not hold is not begun.
 void checkSize(int width, int height, const OutputFile& file, const MapFormat& format) {
   if (std::max(width, height) <= format.maxSide) return;
-  throw FileError(file.path() + ": cannot be written: " + std::to_string(width) + " x " +
+  throw FileError(file.name() + ": cannot be written: " + std::to_string(width) + " x " +
                   std::to_string(height) + " pixels; a " + std::string(format.name) + " file has at most " +
                   std::to_string(format.maxSide) + " a side");
 }
@@ -103,7 +103,7 @@ void writePicture(const void* pixels, int width, int height, OutputFile& file, c
   }
   // A failure of the file itself comes first: what the library says of it does not name the reason.
   file.flushOrThrow();
-  if (!failure.empty()) throw FileError(file.path() + ": cannot be written: " + failure);
+  if (!failure.empty()) throw FileError(file.name() + ": cannot be written: " + failure);
 }
 
 /// Writes a map within its limit.
@@ -129,15 +129,15 @@ bool MapFormat::knows(std::string_view compression) const {
 
 std::span<const MapFormat> mapFormats() { return kFormats; }
 
-const MapFormat* mapFormatOf(std::string_view path) {
+const MapFormat* mapFormatOf(std::string_view path, const MapFormat* otherwise) {
   const std::size_t dot = path.find_last_of("./");
-  if (dot == std::string_view::npos || path[dot] == '/') return nullptr;
+  if (dot == std::string_view::npos || path[dot] == '/') return otherwise;
   std::string ending(path.substr(dot));
   std::transform(ending.begin(), ending.end(), ending.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
   for (const MapFormat& format : kFormats)
     if (ending == format.endings[0] || ending == format.endings[1]) return &format;
-  return nullptr;
+  return otherwise;
 }
 
 std::vector<std::string_view> mapEndings() {

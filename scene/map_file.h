@@ -45,8 +45,8 @@ struct MapFileOptions {
 /// All formats, in the order in which they are listed.
 std::span<const MapFormat> mapFormats();
 
-/// The format that the ending of `path` names, in any letter case; null for none.
-const MapFormat* mapFormatOf(std::string_view path);
+/// The format that the ending of `path` names, in any letter case; `otherwise` where it names none.
+const MapFormat* mapFormatOf(std::string_view path, const MapFormat* otherwise = nullptr);
 
 /// The endings that name a format: ".exr", ".hdr" and so on.
 std::vector<std::string_view> mapEndings();

@@ -91,6 +91,9 @@ void checkOutputs(std::span<const Job> jobs) {
           !fs::is_directory(fs::path(".") / folder, error))
         throw SettingError(
             std::string(output).append(": there is no folder ").append(folder).append("; make it first"));
+      if (output == kStandardOutput && jobs.size() > 1)
+        throw SettingError("--output: -: standard output takes one map, these are " +
+                           std::to_string(jobs.size()) + "; name a file for each");
       const auto [found, isNew] = seen.try_emplace(target, &job);
       if (isNew) continue;
       throw SettingError(output + ": two maps would have this name, of " + jobTitle(*found->second) +

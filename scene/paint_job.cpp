@@ -28,7 +28,7 @@ class Outputs {
     const float automatic = choosesExposure() ? autoExposure(map) : 0.0f;
     for (const auto& file : files_) writeOne(map, *file, options_.exposureStops.value_or(automatic));
     if (dome_) {
-      writeDomeLight(*dome_, firstOfFloats(job_.outputs), options_.layout);
+      writeDomeLight(*dome_, firstOfFloats(job_.outputs, options_.format), options_.layout);
       files_.push_back(std::move(dome_));
     }
     commitAll(files_);
@@ -38,13 +38,15 @@ class Outputs {
  private:
   /// Whether a file is a preview that is exposed automatically.
   bool choosesExposure() const {
-    const auto isPreview = [](const std::string& path) { return mapFormatOf(path)->preview; };
+    const auto isPreview = [this](const std::string& path) {
+      return mapFormatOf(path, options_.format)->preview;
+    };
     return !options_.exposureStops && std::any_of(job_.outputs.begin(), job_.outputs.end(), isPreview);
   }
 
   void writeOne(const hdri::EnvImage& map, OutputFile& file, float exposureStops) {
-    const MapFormat& format = *mapFormatOf(file.path());
-    const std::string phase = "Writing " + std::filesystem::path(file.path()).filename().string();
+    const MapFormat& format = *mapFormatOf(file.path(), options_.format);
+    const std::string phase = "Writing " + std::filesystem::path(file.name()).filename().string();
     MapFileOptions options;
     // With several outputs the compression goes to those that know it.
     if (format.knows(options_.compression)) options.compression = options_.compression;
@@ -58,7 +60,7 @@ class Outputs {
     const ClampLoss loss = writeMap(map, file, format, options);
     if (loss.pixels == 0 || !options_.tell) return;
     const float limit = *limitOf(format, options);
-    losses_.push_back(file.path() + ": " + lossText(loss, limit, limit != options.limit));
+    losses_.push_back(file.name() + ": " + lossText(loss, limit, limit != options.limit));
   }
 
   /// What became of the values beyond a file's limit: how many, the largest, the light, and a remedy where
@@ -94,7 +96,7 @@ void turn(hdri::EnvImage& map, const JobOptions& options) {
 
 PaintOptions paintOptions(const Job& job, const JobOptions& options) {
   PaintOptions result;
-  result.fileName = job.scene.empty() ? "scene" : job.scene;
+  result.fileName = job.scene.empty() ? job.textName : job.scene;
   result.folder = std::filesystem::path(job.scene).parent_path().string();
   result.size = job.size;
   result.progress = options.progress;
@@ -103,9 +105,10 @@ PaintOptions paintOptions(const Job& job, const JobOptions& options) {
 
 }  // namespace
 
-std::string firstOfFloats(const std::vector<std::string>& outputs) {
-  const auto found = std::find_if(outputs.begin(), outputs.end(),
-                                  [](const std::string& path) { return !mapFormatOf(path)->preview; });
+std::string firstOfFloats(const std::vector<std::string>& outputs, const MapFormat* otherwise) {
+  const auto found = std::find_if(outputs.begin(), outputs.end(), [otherwise](const std::string& path) {
+    return !mapFormatOf(path, otherwise)->preview;
+  });
   return found == outputs.end() ? std::string() : *found;
 }
 
@@ -123,6 +126,14 @@ std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene,
         ": a visible colour, or a worse picture, was painted in place of what is missing; no file is written "
         "(--allow-fallback writes it all the same)");
   return std::move(painted.map);
+}
+
+void writeOutputs(const hdri::EnvImage& map, const Job& job, const JobOptions& options) {
+  Outputs outputs(job, options);
+  if (options.layout == Layout::native) return outputs.write(map);
+  hdri::EnvImage turned = map;
+  turn(turned, options);
+  outputs.write(turned);
 }
 
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options) {

@@ -8,6 +8,7 @@
 
 #include "scene/Job.h"
 #include "scene/Session.h"
+#include "scene/map_file.h"
 #include "scene/map_info.h"
 
 namespace orv::scene {
@@ -32,11 +33,12 @@ struct JobOptions {
   std::string compression = {};               ///< for the outputs whose formats know it; empty: ZIP
   bool half = false;
   std::optional<float> limit = {};
-  Layout layout = Layout::native;  ///< of every output
-  std::string usd = {};            ///< where a dome light is written that shows the first output of floats
-  std::string software = {};       ///< name and version of the program, for the files' headers
-  bool allowFallback = false;      ///< write maps where something missing is painted as a visible colour
-  bool measure = false;            ///< whether the light of the map is wanted
+  const MapFormat* format = nullptr;  ///< of outputs whose endings name none; null: there are no such
+  Layout layout = Layout::native;     ///< of every output
+  std::string usd = {};               ///< where a dome light is written that shows the first output of floats
+  std::string software = {};          ///< name and version of the program, for the files' headers
+  bool allowFallback = false;         ///< write maps where something missing is painted as a visible colour
+  bool measure = false;               ///< whether the light of the map is wanted
   bool last = false;  ///< no other job follows: the background is not kept while files are written
 
   /// Hears of the phase of the work and the amount done in it, 0 to 1; as in PaintOptions. May be empty.
@@ -44,13 +46,19 @@ struct JobOptions {
   Tell tell = {};
 };
 
-/// Paints a job and writes its outputs, each as its ending says. None is put in place before all are whole.
+/// Paints a job and writes its outputs, each as its ending or the options' format says. None is put in place
+/// before all are whole.
 /// @param scene the job's, as JobScenes reads it. @return the map's light where it was asked for.
 /// @throws FileError, PaintError, FallbackError; no output is there then that was not there before, but for a
 ///         failure of the system amid putting them in place.
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options);
 
+/// Writes a map of ours into a job's outputs, as `paintJob` writes what it has painted.
+/// @throws FileError; std::bad_alloc.
+void writeOutputs(const hdri::EnvImage& map, const Job& job, const JobOptions& options);
+
 /// The first of some outputs that is not a preview; empty when there is none.
-std::string firstOfFloats(const std::vector<std::string>& outputs);
+/// @param otherwise the format of those whose ending names none.
+std::string firstOfFloats(const std::vector<std::string>& outputs, const MapFormat* otherwise = nullptr);
 
 }  // namespace orv::scene

@@ -8,7 +8,9 @@
 namespace orv::scene {
 
 bool looksLikeScene(const std::string& path) {
-  if (std::filesystem::path(path).extension() == ".json") return true;
+  if (path == "-" || std::filesystem::path(path).extension() == ".json") return true;
+  std::error_code error;
+  if (std::filesystem::is_fifo(path, error)) return true;
   std::ifstream file(path, std::ios::binary);
   char buffer[256] = {};
   file.read(buffer, sizeof buffer);

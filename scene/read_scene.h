@@ -22,7 +22,8 @@ Scene readScene(const std::string& path);
 Scene parseScene(std::string_view text, const std::string& fileName);
 
 /// Whether the file at `path` is meant as a scene, not as a picture: it is named .json, or starts with a
-/// brace after spaces and comments, as no picture does. False for a file that can not be read.
+/// brace after spaces and comments, as no picture does; or it is
+/// standard input (`-`) or a pipe, where pictures can not be read. False for a file that can not be read.
 bool looksLikeScene(const std::string& path);
 
 }  // namespace orv::scene

@@ -5,10 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "check_arguments.h"
 #include "commands.h"
 #include "console.h"
 #include "run_jobs.h"
 #include "scene/Job.h"
+#include "scene/SceneDocument.h"
 #include "scene/SceneErrors.h"
 #include "scene/paint_job.h"
 #include "scene/sweep.h"
@@ -19,7 +21,7 @@ namespace {
 namespace scene = orv::scene;
 
 /// Reads job lines; empty ones separate nothing. @throws SceneErrors with what is wrong in any of them.
-std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, bool outputsGiven) {
+std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, const BatchArguments& arguments) {
   constexpr std::size_t kMostErrors = 200;
   std::vector<scene::Job> jobs;
   std::vector<scene::Problem> errors;
@@ -36,10 +38,10 @@ std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, bool
       continue;
     }
     const scene::Job& job = jobs.back();
-    if (job.outputs.empty() && !outputsGiven)
+    if (job.outputs.empty() && arguments.outputs.empty())
       errors.push_back({where, "output", "missing; give it in the line, or names for all with --output"});
     for (const std::string& output : job.outputs) {
-      const std::string wrong = checkOutput(output);
+      const std::string wrong = checkOutput(output, arguments.format);
       if (!wrong.empty()) errors.push_back({where, "output", wrong});
     }
     if (jobs.size() > scene::kMostMaps) {
@@ -59,7 +61,7 @@ std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, bool
 ExitStatus batch(const BatchArguments& arguments) {
   std::vector<scene::Job> jobs;
   if (arguments.jobs == "-") {
-    jobs = readJobs(std::cin, "standard input", !arguments.outputs.empty());
+    jobs = readJobs(std::cin, scene::sceneName("-"), arguments);
   } else {
     std::ifstream file(arguments.jobs, std::ios::binary);
     // A folder opens and can not be read.
@@ -69,12 +71,12 @@ ExitStatus batch(const BatchArguments& arguments) {
         throw scene::FileError(arguments.jobs + ": cannot be read: " + std::strerror(reason));
     }
     file.clear();
-    jobs = readJobs(file, arguments.jobs, !arguments.outputs.empty());
+    jobs = readJobs(file, arguments.jobs, arguments);
   }
   if (jobs.empty()) return done;
   nameOutputs(jobs, arguments);
   for (const scene::Job& job : jobs) {
-    if (arguments.usd.empty() || !scene::firstOfFloats(job.outputs).empty()) continue;
+    if (arguments.usd.empty() || !scene::firstOfFloats(job.outputs, arguments.format).empty()) continue;
     printMessage("--usd: " + job.outputs.front() + " holds no floats for the light to show");
     return callIsWrong;
   }

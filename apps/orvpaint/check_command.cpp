@@ -17,9 +17,10 @@ ExitStatus check(const std::vector<std::string>& scenes) {
     const ExitStatus failed = tellErrors([&] {
       const scene::SceneDocument document = scene::SceneDocument::load(path);
       document.check();
-      good.append(orv::printableText(path)).append(": good\n");
+      good.append(orv::printableText(document.fileName())).append(": good\n");
       // The scene is right all the same: its pictures may be somewhere else where it is painted.
-      std::vector<scene::Problem> missing = scene::missingImages(document.read(), path, document.folder());
+      std::vector<scene::Problem> missing =
+          scene::missingImages(document.read(), document.fileName(), document.folder());
       for (scene::Problem& problem : missing) {
         document.locate(problem);
         for (const std::string& line : problem.lines()) printLine(line);

@@ -8,6 +8,7 @@
 
 #include "scene/HostPicture.h"
 #include "scene/Scene.h"
+#include "scene/map_file.h"
 
 namespace orvpaint {
 
@@ -37,8 +38,9 @@ struct Shard {
 
 /// How maps are written, and which of them.
 struct MapArguments : PainterArguments {
-  std::vector<std::string> outputs;           ///< names, with words in braces
-  std::optional<float> exposureStops = 0.0f;  ///< of previews; none: chosen automatically
+  std::vector<std::string> outputs;               ///< names, with words in braces
+  const orv::scene::MapFormat* format = nullptr;  ///< of outputs whose ending names none
+  std::optional<float> exposureStops = 0.0f;      ///< of previews; none: chosen automatically
   std::string compression;
   bool half = false;
   std::optional<float> limit;
@@ -65,7 +67,8 @@ struct BatchArguments : MapArguments {
 struct PreviewArguments : PainterArguments {
   std::string scene;
   std::string output;
-  std::optional<float> exposureStops;  ///< none: chosen automatically
+  const orv::scene::MapFormat* format = nullptr;  ///< of an output whose ending names none
+  std::optional<float> exposureStops;             ///< none: chosen automatically
   float cameraAzimuth = 180;
 };
 
@@ -83,9 +86,6 @@ ExitStatus batch(const BatchArguments& arguments);
 ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
 ExitStatus info(const InfoArguments& arguments);
-
-/// What is wrong with the name of a map's file, or nothing.
-std::string checkOutput(const std::string& path);
 
 /// Name and version, as files and `--version` give it.
 std::string programVersion();

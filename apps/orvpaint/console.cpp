@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "ProgressBar.h"
@@ -27,7 +28,23 @@ extern "C" void endBySignal(int signal) {
   ::raise(signal);
 }
 
+/// Whether a stream is a terminal that understands escapes.
+bool isTerminal(Stream stream) {
+  const char* const kind = std::getenv("TERM");
+  return ::isatty(stream == Stream::out ? STDOUT_FILENO : STDERR_FILENO) == 1 && kind &&
+         std::string(kind) != "dumb";
+}
+
+bool showsStyles(Stream stream) {
+  const char* const none = std::getenv("NO_COLOR");
+  return (!none || !*none) && isTerminal(stream);
+}
+
 }  // namespace
+
+std::string boldText(const std::string& text, Stream stream) {
+  return showsStyles(stream) ? "\x1b[1m" + text + "\x1b[0m" : text;
+}
 
 void openClosedStreams() {
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
@@ -42,6 +59,11 @@ void printResult(const std::string& text) {
 void printLine(const std::string& line) {
   ProgressBar::hideAll();
   std::fprintf(stderr, "%s\n", orv::printableText(line).c_str());
+}
+
+void printText(const std::string& text) {
+  ProgressBar::hideAll();
+  std::fputs(text.c_str(), stderr);
 }
 
 void printMessage(const std::string& message) { printLine("orvpaint: " + message); }

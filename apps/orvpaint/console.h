@@ -7,6 +7,11 @@
 
 namespace orvpaint {
 
+enum class Stream { out, error };
+
+/// Bold where the stream is a terminal that shows it, and `NO_COLOR` is not set; else the text as it is.
+std::string boldText(const std::string& text, Stream stream);
+
 /// Opens the standard streams that were closed, so that no other file takes their number; what is written to
 /// them still fails.
 void openClosedStreams();
@@ -19,6 +24,9 @@ void printMessage(const std::string& message);
 
 /// Shows what is said of a map: with `quiet` only what is important.
 std::function<void(const std::string&, bool)> tellUnless(bool quiet);
+
+/// Writes text of ours to standard error as it is.
+void printText(const std::string& text);
 
 /// Writes a line that names its file itself to standard error, control characters in it as escapes.
 void printLine(const std::string& line);

@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "console.h"
 #include "orvrender/printable_text.h"
+#include "scene/SceneDocument.h"
 #include "scene/info_json.h"
 #include "scene/json_tree.h"
 #include "scene/map_info.h"
@@ -160,7 +161,7 @@ std::string sunText(const scene::SunInfo& sun, const hdri::SkySettings& sky) {
 
 std::string sceneText(const std::string& path, const scene::Scene& read, const scene::SceneInfo& info) {
   const Pictures pictures(info);
-  std::string text = line("scene", path);
+  std::string text = line("scene", scene::sceneName(path));
   std::string size = info.size ? Pictures::sizeText(info.size->width, info.size->height) : "not known";
   if (!read.sizeFromImage.empty())
     size.append(", of ").append(pictures.note("sizeFromImage", read.sizeFromImage));

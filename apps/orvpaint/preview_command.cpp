@@ -2,10 +2,12 @@
 #include <memory>
 
 #include "ProgressBar.h"
+#include "check_arguments.h"
 #include "commands.h"
 #include "console.h"
 #include "scene/HostPicture.h"
 #include "scene/OutputFile.h"
+#include "scene/SceneDocument.h"
 #include "scene/Session.h"
 #include "scene/ThreadLimit.h"
 #include "scene/map_file.h"
@@ -22,7 +24,7 @@ namespace scene = orv::scene;
 
 void writeSheet(const orv::hdri::EnvImage& map, const PreviewArguments& arguments, scene::OutputFile& file) {
   scene::SheetOptions options;
-  options.name = std::filesystem::path(arguments.scene).filename().string();
+  options.name = std::filesystem::path(scene::sceneName(arguments.scene)).filename().string();
   options.automatic = !arguments.exposureStops;
   options.exposureStops = options.automatic ? scene::autoExposure(map) : *arguments.exposureStops;
   options.cameraAzimuth = static_cast<double>(arguments.cameraAzimuth);
@@ -31,13 +33,14 @@ void writeSheet(const orv::hdri::EnvImage& map, const PreviewArguments& argument
   scene::MapFileOptions fileOptions;
   fileOptions.software = programVersion();
   scene::writePreview(scene::encodePicture(sheet), sheet.width, sheet.height, file,
-                      *scene::mapFormatOf(file.path()), fileOptions);
+                      *scene::mapFormatOf(file.path(), arguments.format), fileOptions);
   file.commit();
 }
 
 }  // namespace
 
 ExitStatus preview(const PreviewArguments& arguments) {
+  refuseTerminal(arguments.output);
   const scene::ThreadLimit threads(arguments.threads > 0 ? arguments.threads : scene::availableProcessors());
   if (!scene::looksLikeScene(arguments.scene)) {
     if (arguments.size) {
@@ -56,7 +59,7 @@ ExitStatus preview(const PreviewArguments& arguments) {
   scene::OutputFile file(arguments.output);
   ProgressBar bar(!arguments.quiet);
   scene::PaintOptions options;
-  options.fileName = arguments.scene;
+  options.fileName = scene::sceneName(arguments.scene);
   options.folder = std::filesystem::path(arguments.scene).parent_path().string();
   options.size = arguments.size;
   options.progress = [&bar](const char* phase, double amount) { bar.show(phase, amount); };

@@ -9,8 +9,10 @@
 #include <string>
 
 #include "ProgressBar.h"
+#include "check_arguments.h"
 #include "console.h"
 #include "scene/Manifest.h"
+#include "scene/OutputFile.h"
 #include "scene/Session.h"
 #include "scene/ThreadLimit.h"
 #include "scene/map_file.h"
@@ -32,7 +34,7 @@ struct Numbered {
 
 bool isThere(const std::string& path) {
   std::error_code error;
-  return std::filesystem::is_regular_file(path, error);
+  return scene::outputDescriptor(path) < 0 && std::filesystem::is_regular_file(path, error);
 }
 
 bool isThere(const Numbered& each) {
@@ -42,11 +44,11 @@ bool isThere(const Numbered& each) {
 }
 
 /// The light of a map that is there; none when it can not be read, or is a preview.
-std::optional<scene::MapLight> lightOfFile(const scene::Job& job, scene::Layout layout) {
-  const std::string path = scene::firstOfFloats(job.outputs);
+std::optional<scene::MapLight> lightOfFile(const scene::Job& job, const MapArguments& arguments) {
+  const std::string path = scene::firstOfFloats(job.outputs, arguments.format);
   if (path.empty()) return std::nullopt;
   try {
-    return scene::readMapInfo(path, layout);
+    return scene::readMapInfo(path, arguments.layout);
   } catch (const scene::FileError&) {
     return std::nullopt;
   }
@@ -61,6 +63,7 @@ class JobRun {
     options_.compression = arguments.compression;
     options_.half = arguments.half;
     options_.limit = arguments.limit;
+    options_.format = arguments.format;
     options_.layout = arguments.layout;
     options_.software = programVersion();
     options_.allowFallback = arguments.allowFallback;
@@ -207,6 +210,8 @@ ExitStatus runJobs(std::vector<scene::Job> jobs, const MapArguments& arguments) 
     printResult(lines);
     return done;
   }
+  for (const Numbered& each : wanted)
+    for (const std::string& path : each.job.outputs) refuseTerminal(path);
   const scene::ThreadLimit threads(arguments.threads > 0 ? arguments.threads : scene::availableProcessors());
   std::unique_ptr<scene::Manifest> manifest;
   if (!arguments.manifest.empty()) {
@@ -216,8 +221,7 @@ ExitStatus runJobs(std::vector<scene::Job> jobs, const MapArguments& arguments) 
     manifest = std::make_unique<scene::Manifest>(arguments.manifest, arguments.skipExisting, anew);
     for (const Numbered& each : skipped)
       if (!manifest->has(each.job))
-        manifest->add(each.job,
-                      {.status = Status::skipped, .light = lightOfFile(each.job, arguments.layout)});
+        manifest->add(each.job, {.status = Status::skipped, .light = lightOfFile(each.job, arguments)});
   }
   JobRun run(arguments, wanted.size(), single);
   for (const Numbered& each : wanted) {

@@ -49,6 +49,8 @@ OIIO::ImageSpec specOf(const PictureToWrite& picture) {
   // Equal pictures give equal files: the time of writing is the file system's to tell.
   if (picture.datesFiles) spec.attribute("DateTime", "");
   if (!picture.compression.empty()) spec.attribute("compression", picture.compression);
+  // Dither leaves little that a longer search finds: half the time for 5 % more bytes.
+  spec.attribute("png:compressionLevel", 4);
   if (picture.quality > 0) spec.attribute("CompressionQuality", picture.quality);
   return spec;
 }

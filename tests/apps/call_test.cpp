@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "apps/Program.h"
 
 namespace {
@@ -7,19 +9,56 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-TEST(Call, HelpGoesToStandardOutput) {
-  const Outcome run = orvpaint({"--help"});
+constexpr const char* kCommands[] = {"paint", "batch", "preview", "check", "info", "help"};
+
+TEST(Call, HelpListsTheCommandsAndNothingElse) {
+  const Outcome run = orvpaint({"help"});
   EXPECT_EQ(run.status, 0);
-  EXPECT_THAT(run.out, HasSubstr("Exit status: 0 done;"));
   EXPECT_EQ(run.err, "");
+  for (const char* command : kCommands) EXPECT_THAT(run.out, HasSubstr(std::string("\n  ") + command + " "));
+  EXPECT_EQ(std::count(run.out.begin(), run.out.end(), '\n'), 13);
+  for (const char* call : {"--help", "-h"}) EXPECT_EQ(orvpaint({call}).out, run.out);
 }
 
-TEST(Call, EachCommandHasHelp) {
-  for (const char* command : {"paint", "preview", "check", "info"}) {
-    const Outcome run = orvpaint({command, "--help"});
+TEST(Call, WithoutACommandTheCommandsAreListedAsAnError) {
+  const Outcome run = orvpaint({});
+  EXPECT_EQ(run.status, 2);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, orvpaint({"help"}).out);
+}
+
+TEST(Call, EachCommandHasHelpOfItsOwn) {
+  for (const char* command : kCommands) {
+    const Outcome run = orvpaint({"help", command});
     EXPECT_EQ(run.status, 0) << command;
-    EXPECT_THAT(run.out, HasSubstr(std::string("orvpaint ") + command));
+    EXPECT_EQ(run.err, "");
+    EXPECT_THAT(run.out, HasSubstr(std::string("Usage: orvpaint ") + command + " "));
+    // Each line of its examples calls this command.
+    std::istringstream examples(run.out.substr(run.out.find("\nExamples:\n") + 11));
+    int count = 0;
+    for (std::string line; std::getline(examples, line); ++count)
+      EXPECT_THAT(line, HasSubstr(std::string("orvpaint ") + command + " "));
+    EXPECT_GT(count, 0) << command;
+    EXPECT_EQ(orvpaint({command, "--help"}).out, run.out);
   }
+}
+
+TEST(Call, HelpFitsIntoEightyColumns) {
+  for (const char* command : kCommands) {
+    std::istringstream help(orvpaint({"help", command}).out);
+    // An example stands on its line, however long.
+    for (std::string line; std::getline(help, line) && line != "Examples:";)
+      EXPECT_LE(line.size(), 80u) << line;
+  }
+}
+
+TEST(Call, HelpSaysHowOptionsAreGiven) {
+  const std::string help = orvpaint({"help", "paint"}).out;
+  EXPECT_THAT(help, HasSubstr("Usage: orvpaint paint SCENE... -o OUT [OPTIONS]\n"));
+  EXPECT_THAT(help, HasSubstr("\n  -o, --output OUT        File to write"));
+  EXPECT_THAT(help,
+              HasSubstr("\n      --size WxH          Size of the map in pixels, instead of the scene's\n"));
+  EXPECT_THAT(help, HasSubstr("\n      --half              16-bit floats"));
 }
 
 TEST(Call, VersionGoesToStandardOutput) {
@@ -38,9 +77,20 @@ void expectWrongCall(const std::vector<std::string>& arguments, const std::strin
   EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
 }
 
-TEST(Call, WithoutACommandIsWrong) { expectWrongCall({}, "subcommand is required"); }
+TEST(Call, AWrongCallTellsWhereTheHelpOfItsCommandIs) {
+  EXPECT_EQ(orvpaint({"paint", "-o", "a.exr"}).err, "orvpaint: SCENE is required; see orvpaint help paint\n");
+  EXPECT_EQ(orvpaint({"check"}).err, "orvpaint: SCENE is required; see orvpaint help check\n");
+  EXPECT_EQ(orvpaint({"info", "a", "b", "--none"}).status, 2);
+  EXPECT_EQ(orvpaint({"paint", "s.json", "-o", "a.exr", "--size"}).err,
+            "orvpaint: --size: its WxH is missing; see orvpaint help paint\n");
+  EXPECT_EQ(orvpaint({"--none"}).err,
+            "orvpaint: --none is not an option of orvpaint; orvpaint help lists the commands\n");
+}
 
-TEST(Call, SuggestsTheNearestCommand) { expectWrongCall({"piant"}, "did you mean \"paint\"?"); }
+TEST(Call, SuggestsTheNearestCommand) {
+  expectWrongCall({"piant"}, "\"piant\" is not a command (did you mean \"paint\"?)");
+  expectWrongCall({"help", "previw"}, "\"previw\" is not a command (did you mean \"preview\"?)");
+}
 
 TEST(Call, SuggestsTheNearestOption) {
   expectWrongCall({"paint", "s.json", "-o", "a.exr", "--exposur", "1"}, "did you mean \"--exposure\"?");
@@ -55,6 +105,35 @@ TEST(Call, AnUnknownEndingListsTheEndings) {
                   "\"a.gif\" has no ending that names a format; allowed: .exr, .hdr, .pfm, .tif, .tiff, "
                   ".png, .jpg, .jpeg");
   expectWrongCall({"paint", "s.json", "-o", "/dev/full"}, "has no ending that names a format");
+}
+
+TEST(Call, StandardOutputTakesAFormatAndOneMap) {
+  expectWrongCall(
+      {"paint", "s.json", "-o", "-"},
+      "--output: -: standard output has no ending that names a format; add one, such as --format exr");
+  expectWrongCall({"paint", "s.json", "-o", "-", "-o", "-", "--format", "exr"}, "--output: - is given twice");
+  expectWrongCall({"paint", "s.json", "-o", "-", "-o", "/dev/stdout", "--format", "exr"},
+                  "--output: /dev/stdout is given twice");
+  expectWrongCall({"paint", "a.json", "b.json", "-o", "-", "--format", "exr"},
+                  "--output: -: standard output takes one map, these are 2; name a file for each");
+  expectWrongCall({"paint", "s.json", "-o", "-", "--format", "exr", "--usd", "a.usda"},
+                  "--usd: standard output has no name by which the light could show it");
+  expectWrongCall({"preview", "s.json", "-o", "-"}, "add one, such as --format png");
+  expectWrongCall({"preview", "s.json", "-o", "-", "--format", "exr"},
+                  "--format: a sheet is a picture; allowed: .png, .jpg, .jpeg");
+}
+
+TEST(Call, FormatsThatAreUnknownOrNotWantedAreWrong) {
+  expectWrongCall(
+      {"paint", "s.json", "-o", "-", "--format", "exx"},
+      "--format: \"exx\" is not a format (did you mean \"exr\"?); allowed: exr, hdr, pfm, tif, tiff, "
+      "png, jpg, jpeg");
+  expectWrongCall({"paint", "s.json", "-o", "a.exr", "--format", "png"},
+                  "--format: the ending of every output names its format already");
+}
+
+TEST(Call, StandardInputHoldsOneScene) {
+  expectWrongCall({"paint", "-", "-", "-o", "{index}.exr"}, "-: standard input is given twice");
 }
 
 TEST(Call, SizesOutOfRangeAreWrong) {

@@ -147,7 +147,7 @@ TEST(Check, NamesWhoWantsAMissingPicture) {
       folder.put("s.json", R"({"version": 1, "background": {"type": "image", "path": "none.exr"},
     "pins": [{"name": "rim", "shape": "circle", "azimuth": 150, "elevation": -20, "radius": 12,
               "fill": {"type": "image", "path": "b.png"}}]})");
-  EXPECT_EQ(orvpaint({"check", scene}).err, scene + ":1:57: background.path: there is no file " +
+  EXPECT_EQ(orvpaint({"check", scene}).err, scene + ":1:56: background.path: there is no file " +
                                                 (folder / "none.exr") +
                                                 R"(
   {"version": 1, "background": {"type": "image", "path": "none.exr"},

@@ -12,6 +12,8 @@
 #include <vector>
 
 #include "backgrounds/maps.h"
+#include "shapes/sphere_geometry.h"
+#include "shapes/trigonometry.h"
 #include "support/fake_host/FakeHost.h"
 #include "support/reference/sphere.h"
 
@@ -155,6 +157,58 @@ TEST(Tilt, EmptyMapsStayEmpty) {
   tilt(map, {}, TiltSettings(1, 1));
   tilt(map, {}, TiltSettings(1, 0));
   EXPECT_TRUE(map.empty());
+}
+
+/// Where eight pixels look the map up, in columns and rows, by the formula's steps in 32-bit floats:
+///   theta = (y + 0.5) (1 / height) pi,  phi = x (1 / width) 6.283185,  from left to right.
+struct LookUp {
+  Float8 column;
+  Float8 row;
+};
+LookUp lookUpOf(const Matrix3& rotation, std::uint32_t width, std::uint32_t height, Float8 x,
+                std::uint32_t y) {
+  const auto m = [&](std::size_t i, std::size_t j) { return splat(static_cast<float>(rotation[i][j])); };
+  const float perRow = 1.0f / static_cast<float>(height), perColumn = 1.0f / static_cast<float>(width);
+  const float rows = static_cast<float>(y) + 0.5f;
+  const float part = rows * perRow;
+  const SinCos8 theta = sinCos(splat(part * 3.1415927f));
+  const Float8 turned = x * splat(perColumn);
+  const SinCos8 phi = sinCos(turned * splat(6.283185f));
+  Float8 d[3];
+  for (std::size_t j = 0; j < 3; ++j)
+    d[j] = fma(theta.sin, fma(m(0, j), phi.cos, m(1, j) * phi.sin), m(2, j) * theta.cos);
+  const Float8 angle = atan2(d[1], d[0]) * splat(0.15915494f);
+  const Float8 positive = select(angle < zero8(), angle + splat(1.0f), angle);
+  const Float8 u = select(positive >= splat(1.0f), positive - splat(1.0f), positive);
+  const Float8 v = arccos(min(max(d[2], splat(-1.0f)), splat(1.0f))) * splat(0.31830987f);
+  return {u * splat(static_cast<float>(width - 1)), v * splat(static_cast<float>(height - 1))};
+}
+
+TEST(Tilt, PositionsHaveTheBitsOfTheFormula) {
+  for (const auto& [width, height] : {std::pair{97u, 61u}, {200u, 101u}, {64u, 32u}})
+    for (const auto& [azimuth, angle] : {std::pair{0.0f, 0.3f}, {1.0f, -0.7f}, {4.5f, 2.0f}}) {
+      // Pixels hold their own places, so a blend of them is the position, without rounding.
+      BlockedMap map = mapOf(width, height, [](int x, int y) {
+        return reference::Color{1.0 * x, 1.0 * y, 0.0};
+      });
+      tilt(map, {}, TiltSettings(azimuth, angle));
+      const Matrix3 rotation = rotationMatrix(quaternionFromAxis({0, 1, 0}, -double{angle}) *
+                                              quaternionFromAxis({0, 0, 1}, -double{azimuth}));
+      int different = 0;
+      for (std::uint32_t y = 0; y < height; ++y)
+        for (std::uint32_t x = 0; x < map.paddedWidth(); x += 8) {
+          alignas(32) float at[8], column[8], row[8];
+          for (std::uint32_t lane = 0; lane < 8; ++lane) at[lane] = static_cast<float>((x + lane) % width);
+          const LookUp expected = lookUpOf(rotation, width, height, load(at), y);
+          store(column, expected.column);
+          store(row, expected.row);
+          for (std::uint32_t lane = 0; lane < 8; ++lane) {
+            const Block& block = map.row(y)[x / 8];
+            different += block.r[lane] != column[lane] || block.g[lane] != row[lane];
+          }
+        }
+      EXPECT_EQ(different, 0) << width << " x " << height << ", " << azimuth << ", " << angle;
+    }
 }
 
 TEST(Tilt, WhatLiesToTheRightAndAboveComesToTheCentre) {

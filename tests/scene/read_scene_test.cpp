@@ -115,8 +115,8 @@ TEST(ReadScene, WithoutASunTheSkyFollowsItsPlaceAndTime) {
 
 TEST(ReadScene, ReadsARotatedBackgroundAsFill) {
   const Scene scene =
-      parseScene(withPin(kRect, R"({"type": "background", "turn": 400, "tilt": -20})"), "s.json");
-  EXPECT_EQ(std::get<BackgroundFill>(scene.pins.at(0).fill.paint), (BackgroundFill{400, -20, {}}));
+      parseScene(withPin(kRect, R"({"type": "background", "turn": -340, "tilt": -20})"), "s.json");
+  EXPECT_EQ(std::get<BackgroundFill>(scene.pins.at(0).fill.paint), (BackgroundFill{-340, -20, {}}));
 }
 
 TEST(ReadScene, ReadsAllAdjustments) {

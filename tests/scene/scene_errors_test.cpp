@@ -67,7 +67,8 @@ TEST(SceneErrors, TellOfAByteOfZeroWhereverItIs) {
 TEST(SceneErrors, SuggestTheNearestKey) {
   expectErrors({
       {withBackground(kWhite, R"(, "smoothin": true)"),
-       "s.json: smoothin: not a key of a scene (did you mean \"smoothing\"?); allowed: version, quality, "
+       "s.json: smoothin: not a key of a scene (did you mean \"smoothing\"?); allowed: $schema, version, "
+       "quality, "
        "size, "
        "sizeFromImage, smoothing, background, pins, view"},
       {withBackground(R"({"type": "color", "color": [1, 1, 1], "colour": 1})"),

@@ -203,7 +203,7 @@ class SceneMaker {
       case 2:
         return {mode, ImageFill{kImage, adjustments()}};
       default:
-        return {mode, BackgroundFill{any(), any(), adjustments()}};
+        return {mode, BackgroundFill{between(-360, 360), any(), adjustments()}};
     }
   }
 
