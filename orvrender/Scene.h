@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include "orvrender/Cancel.h"
+#include "orvrender/Failures.h"
 #include "orvrender/Progress.h"
 #include "orvrender/SceneApi.h"
 #include "orvrender/images/ImageLibrary.h"
@@ -17,6 +19,8 @@ class orvScene {
   orvScene& operator=(const orvScene&) = delete;
 
   const orvScene_options options;
+  orv::host::Cancel cancel;
+  orv::host::Failures failures;
   orv::host::Progress progress;
   orv::host::SceneApi api;
   orv::host::ImageLibrary images;

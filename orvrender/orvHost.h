@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -21,6 +22,17 @@ struct orvMemory_counters {
   std::uint64_t totalBlocks;  ///< blocks handed out since the program started
 };
 
+/// Places of a failure that are no pin.
+constexpr std::int32_t orvFailure_background = -1;
+constexpr std::int32_t orvFailure_nowhere = -2;  ///< nothing was painted in its place: of a size, or a load
+
+/// What went wrong, as a line of the log has told it.
+struct orvFailure {
+  const char* image;   ///< its path or name, as it was asked for; empty: it was no image
+  const char* reason;  ///< the finding and the remedy, one line; empty when there was no memory for it
+  std::int32_t pin;    ///< that shows a plain color for it, in the order of adding, from 0; or a place above
+};
+
 /// What a scene is made with.
 struct orvScene_options {
   bool sky = true;                     ///< whether `orv_get_sky` finds one
@@ -34,6 +46,9 @@ struct orvScene_options {
 
 extern "C" {
 
+/// The version of this library: the `ORVHDRI_VERSION_STRING` (<hdri/version.h>) that it was built with.
+const char* orv_version();
+
 /// Makes a scene; null when there is no memory. Destroyed with its images, nodes and sky by
 /// `orv_scene_destroy`.
 orvScene* orv_scene_create(const orvScene_options& options);
@@ -46,6 +61,21 @@ void orv_log_set_listener(orvLog_listener listener, void* user);
 
 /// Sends a scene's progress to `listener`; null drops it, as at the start. Thread-safe.
 void orv_progress_set_listener(orvScene* scene, orvProgress_listener listener, void* user);
+
+/// Lets a program cancel what is under way for a scene, a paint above all: within milliseconds of the flag's
+/// being set rows end, files are left unread, and `IPainter::paint` gives null. The flag has to stay set
+/// until `paint` has returned; the program clears it before it paints again. Set from anywhere, a signal
+/// handler too.
+/// @param flag lives until another is set; null, as at the start: nothing is cancelled. Thread-safe, but not
+///        while the scene is painted.
+void orv_cancel_set_flag(orvScene* scene, const std::atomic<bool>* flag);
+
+/// What went wrong last since the scene was made or `orv_failure_clear`; null: nothing. What is cancelled is
+/// no failure. The answer lives until the next failure of the scene, so ask between its paints.
+const orvFailure* orv_failure_last(orvScene* scene);
+
+/// Forgets what went wrong. Null is ignored.
+void orv_failure_clear(orvScene* scene);
 
 /// Counters of the memory operations. Thread-safe.
 orvMemory_counters orv_memory_counters();
@@ -66,6 +96,21 @@ void orv_image_set_environment_size(orvScene* scene, std::uint32_t width, std::u
 /// the map, degrees. @return false, and nothing stored, for a scene without a sky. As the sky, one thread at
 /// a time.
 bool orv_sky_sun(orvScene* scene, double* azimuth, double* elevation);
+
+/// Gives a scene an image from memory, which brushes and `orv_image_load` find by its name as they find a
+/// file by its path: it is scaled, blurred, rotated and filtered as one. It is copied, and stays until it is
+/// replaced or removed; its bytes do not count to the scene's budget. Who has loaded an image of that name
+/// keeps it as it was. A background that a painter keeps is not prepared again on its own.
+/// @param name begins with `memory:` and goes on with anything, such as `memory:studio`.
+/// @param rgb width x height linear RGB floats, rows packed from the top; NaN counts as 0 and an infinity as
+///        65504 of its sign, as in files.
+/// @return false, with a line in the log, without such a name or pixels, above the scene's limits of images,
+///         or when there is no memory. Thread-safe.
+bool orv_image_add(orvScene* scene, const char* name, const float* rgb, std::uint32_t width,
+                   std::uint32_t height);
+
+/// Takes such an image away. @return false when there is none. Thread-safe.
+bool orv_image_remove(orvScene* scene, const char* name);
 
 /// Marks a node's parameter as animated, or not. Set-up thread only.
 void orv_node_set_animated(class orvNode* node, const char* name, bool animated);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <new>
 
+#include "host/orvImage.h"
 #include "orvrender/orvHost.h"
 #include "scene/LogCollector.h"
 

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "hdri/EnvImage.h"
-#include "host/orvImage.h"
 #include "scene/SceneErrors.h"
 
+class orvImage;
 class orvScene;
 
 namespace orv::scene {

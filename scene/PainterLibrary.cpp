@@ -15,6 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const char* kLibrary = "liborvhdri_avx2.so";
+constexpr const char* kHost = "liborvrender.so";
 
 /// Paths to try, in order; the last one is the bare name, for the library path.
 std::vector<std::string> candidates() {
@@ -31,6 +32,15 @@ std::vector<std::string> candidates() {
   std::erase_if(paths, [&](const std::string& path) { return !fs::exists(path, error); });
   paths.emplace_back(kLibrary);
   return paths;
+}
+
+/// Lets the painter find the host that is loaded here, whatever lies beside the painter: its operations come
+/// first, and, where the loader finds it by the name that painters need, it is known by that name as well.
+void takeLoadedHost() {
+  Dl_info host{};
+  const bool known = dladdr(reinterpret_cast<const void*>(&orv_scene_create), &host) != 0 && host.dli_fname;
+  for (const char* name : {known ? host.dli_fname : kHost, kHost})
+    if (void* const loaded = dlopen(name, RTLD_NOW | RTLD_NOLOAD | RTLD_GLOBAL)) dlclose(loaded);
 }
 
 std::string lastError() {
@@ -72,6 +82,7 @@ PainterLibrary::PainterLibrary(const std::string& path, ProcessorFeatures proces
   else
     paths = candidates();
 
+  takeLoadedHost();
   void* library = nullptr;
   std::string reason;
   for (const std::string& candidate : paths) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -296,9 +297,13 @@ inline constexpr auto kSceneKeys =
          key("pins", Array<decltype(kPinKeys), ScenePin>{kPinKeys, "pins"}, &Scene::pins),  //
          key("view", FreeObject{}, &Scene::view));
 
+/// Whether a path names an image that the session was given from memory (`Session::addImage`).
+inline bool isInMemory(std::string_view path) { return path.starts_with("memory:"); }
+
 /// `path` as seen from the working directory when the scene file lies in `folder`. An absolute path stands
-/// for itself.
+/// for itself, and so does the name of an image from memory.
 inline std::string resolvePath(const std::string& folder, const std::string& path) {
+  if (isInMemory(path)) return path;
   return (std::filesystem::path(folder) / path).string();
 }
 

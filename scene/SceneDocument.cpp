@@ -87,17 +87,13 @@ std::string pinOf(std::string_view path, const JsonValue& document) {
 }  // namespace
 
 SceneDocument::SceneDocument(std::string_view text, const std::string& fileName)
-    : fileName_(fileName),
-      text_(std::make_shared<const std::string>(text)),
-      bytes_(text.size()),
-      problems_(fileName) {
+    : fileName_(fileName), text_(std::make_shared<const std::string>(text)), problems_(fileName) {
   if (!parseJson(*text_, document_, problems_)) fail(problems_);
 }
 
 SceneDocument::SceneDocument(JsonValue document, std::string fileName)
     : fileName_(std::move(fileName)),
       text_(std::make_shared<const std::string>()),
-      bytes_(kBytesOfValue * countValues(document)),
       problems_(fileName_),
       document_(std::move(document)) {}
 
@@ -144,7 +140,8 @@ Scene SceneDocument::read(std::optional<double> frame) const {
 
 void SceneDocument::check() const {
   std::vector<double> frames = keyFrames(document_);
-  frames.resize(std::min(frames.size(), kMostCheckedBytes / std::max<std::size_t>(bytes_, 1)));
+  const std::size_t bytes = text_->empty() ? kBytesOfValue * countValues(document_) : text_->size();
+  frames.resize(std::min(frames.size(), kMostCheckedBytes / std::max<std::size_t>(bytes, 1)));
   read();
   for (const double frame : frames) read(frame);
 }

@@ -52,9 +52,8 @@ class SceneDocument {
   [[noreturn]] void fail(const Problems& problems) const;
 
   std::string fileName_;
-  std::shared_ptr<const std::string> text_;
-  std::size_t bytes_;  ///< of the text, about
-  Problems problems_;  ///< of the text
+  std::shared_ptr<const std::string> text_;  ///< empty: there is none
+  Problems problems_;                        ///< of the text
   JsonValue document_;
   std::vector<std::string> settings_;  ///< their paths
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -38,13 +39,24 @@ class Session {
   /// Paints a scene.
   /// @return a map of the scene's size, or of the options'. The messages are what the host's log said: of a
   ///         picture that is kept, nothing a second time.
-  /// @throws FileError, PaintError as `paintScene`; the session can be used afterwards.
+  /// @throws FileError, PaintError, PaintCancelled as `paintScene`; the session can be used afterwards.
   PaintResult paint(const Scene& scene, const PaintOptions& options = {});
+
+  /// Gives scenes an image from memory, which they show by its name, as `path` or `sizeFromImage`, as they
+  /// show a file. It is copied, and stays until it is replaced or removed.
+  /// @param name `memory:` and anything more. @param rgb width x height linear RGB floats, rows packed from
+  ///        the top; NaN counts as 0 and an infinity as 65504 of its sign.
+  /// @throws FileError when the name or the size is none that an image can have, or there is no memory.
+  void addImage(const std::string& name, const float* rgb, std::uint32_t width, std::uint32_t height);
+  /// Takes such an image away. @return false when there is none.
+  bool removeImage(const std::string& name);
 
   /// Gives back the background's memory, at most 28 bytes a pixel; the next scene's is prepared anew.
   void forgetBackground();
 
  private:
+  void forgetBackgroundOf(const std::string& image);
+
   struct DestroyScene {
     void operator()(orvScene* host) const;
   };

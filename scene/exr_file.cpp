@@ -235,8 +235,10 @@ void writeBands(const ExrOutput& output, const hdri::EnvImage& map, const MapFil
     bands.push_back(std::make_unique<Band>(output, compressionOf(options.compression)));
 
   int next = 0;
+  const StopCheck* const check = StopCheck::current();
   const auto begin = [&](tbb::flow_control& control) {
     const LoopOrder::Join order;
+    StopCheck::ask(check);
     if (next == bandCount) control.stop();
     return next++;
   };

@@ -8,6 +8,8 @@ std::vector<Problem> missingImages(const Scene& scene, const std::string& fileNa
                                    const std::string& folder) {
   std::vector<Problem> missing;
   const auto look = [&](const std::string& place, const std::string& path, const std::string& pin = {}) {
+    // The session knows what it was given.
+    if (isInMemory(path)) return;
     const std::string resolved = resolvePath(folder, path);
     std::error_code error;
     if (std::filesystem::exists(resolved, error)) return;

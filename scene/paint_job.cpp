@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "maps/row_loop.h"
 #include "scene/OutputFile.h"
 #include "scene/layout.h"
 #include "scene/map_file.h"
@@ -32,6 +33,7 @@ class Outputs {
       files_.push_back(std::move(dome_));
     }
     commitAll(files_);
+    tellWritten({map.width, map.height});
     for (const std::string& line : losses_) options_.tell(line, true);
   }
 
@@ -42,6 +44,14 @@ class Outputs {
       return mapFormatOf(path, options_.format)->preview;
     };
     return !options_.exposureStops && std::any_of(job_.outputs.begin(), job_.outputs.end(), isPreview);
+  }
+
+  void tellWritten(const MapSize& size) const {
+    if (!options_.written) return;
+    for (const auto& file : files_) {
+      const bool holdsMap = mapFormatOf(file->path(), options_.format) && file->path() != options_.usd;
+      options_.written({file->name(), holdsMap ? size : MapSize{0, 0}, file->size()});
+    }
   }
 
   void writeOne(const hdri::EnvImage& map, OutputFile& file, float exposureStops) {
@@ -55,6 +65,7 @@ class Outputs {
     options.limit = options_.limit;
     options.exposureStops = exposureStops;
     options.software = options_.software;
+    if (options_.progress) options_.progress(phase.c_str(), 0);
     if (options_.progress)
       options.progress = [&](float amount) { options_.progress(phase.c_str(), static_cast<double>(amount)); };
     const ClampLoss loss = writeMap(map, file, format, options);
@@ -100,7 +111,21 @@ PaintOptions paintOptions(const Job& job, const JobOptions& options) {
   result.folder = std::filesystem::path(job.scene).parent_path().string();
   result.size = job.size;
   result.progress = options.progress;
+  result.cancel = options.cancel;
   return result;
+}
+
+bool isSet(const void* flag) { return static_cast<const std::atomic<bool>*>(flag)->load(); }
+
+MapLight paintAndWrite(Session& session, const Scene& scene, const Job& job, const JobOptions& options,
+                       Outputs& outputs) {
+  const std::shared_ptr<hdri::EnvImage> map =
+      paintShown(session, scene, paintOptions(job, options), options.allowFallback, options.tell);
+  if (options.last) session.forgetBackground();
+  const MapLight light = options.measure ? lightOf(*map) : MapLight{};
+  turn(*map, options);
+  outputs.write(*map);
+  return light;
 }
 
 }  // namespace
@@ -138,13 +163,12 @@ void writeOutputs(const hdri::EnvImage& map, const Job& job, const JobOptions& o
 
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options) {
   Outputs outputs(job, options);
-  const std::shared_ptr<hdri::EnvImage> map =
-      paintShown(session, scene, paintOptions(job, options), options.allowFallback, options.tell);
-  if (options.last) session.forgetBackground();
-  const MapLight light = options.measure ? lightOf(*map) : MapLight{};
-  turn(*map, options);
-  outputs.write(*map);
-  return light;
+  const StopCheck check(options.cancel ? &isSet : nullptr, options.cancel);
+  try {
+    return paintAndWrite(session, scene, job, options, outputs);
+  } catch (const LoopStopped&) {
+    throw PaintCancelled(paintOptions(job, options).fileName + ": the paint was cancelled");
+  }
 }
 
 }  // namespace orv::scene

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -27,6 +28,13 @@ using Tell = std::function<void(const std::string& line, bool important)>;
 std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene, const PaintOptions& options,
                                            bool allowFallback, const Tell& tell);
 
+/// A file that was put in place.
+struct WrittenFile {
+  std::string name;         ///< as messages call it
+  MapSize size;             ///< of its map; nothing of a file that holds none
+  std::uint64_t bytes = 0;  ///< of the file
+};
+
 /// How jobs are painted and their files written.
 struct JobOptions {
   std::optional<float> exposureStops = 0.0f;  ///< of previews; none: chosen automatically
@@ -44,12 +52,17 @@ struct JobOptions {
   /// Hears of the phase of the work and the amount done in it, 0 to 1; as in PaintOptions. May be empty.
   std::function<void(const char* phase, double amount)> progress = {};
   Tell tell = {};
+  /// Cancels the job, its files' writing too; as in PaintOptions. Null: it can not be cancelled.
+  const std::atomic<bool>* cancel = nullptr;
+  /// Hears of each file when all are in place. May be empty.
+  std::function<void(const WrittenFile& file)> written = {};
 };
 
 /// Paints a job and writes its outputs, each as its ending or the options' format says. None is put in place
 /// before all are whole.
 /// @param scene the job's, as JobScenes reads it. @return the map's light where it was asked for.
-/// @throws FileError, PaintError, FallbackError; no output is there then that was not there before, but for a
+/// @throws FileError, PaintError, FallbackError, PaintCancelled; no output is there then that was not there
+/// before, but for a
 ///         failure of the system amid putting them in place.
 MapLight paintJob(Session& session, const Scene& scene, const Job& job, const JobOptions& options);
 

@@ -28,11 +28,18 @@ bool tellsOfFallback(std::string_view line) {
          });
 }
 
+bool isSet(const std::atomic<bool>* flag) { return flag && flag->load(); }
+
+void throwIfCancelled(const PaintOptions& options) {
+  if (isSet(options.cancel)) throw PaintCancelled(options.fileName + ": the paint was cancelled");
+}
+
 /// The size of the map.
 MapSize sizeOf(const Scene& scene, orvScene* host, const PaintOptions& options, const LogCollector& log) {
   if (options.size || scene.sizeFromImage.empty()) return options.size.value_or(scene.size);
   const std::string path = resolvePath(options.folder, scene.sizeFromImage);
   orvImage* const image = orv_image_load(host, path.c_str(), orvTexture_profile::environment, true, nullptr);
+  if (!image) throwIfCancelled(options);
   if (!image)
     throw FileError(options.fileName + ": sizeFromImage: the size of " + path +
                     " cannot be read: " + log.joined());
@@ -98,6 +105,7 @@ void addPins(const Scene& scene, const MapSize& size, hdri::IPainter& painter, c
   const PinLayer layer(scene, size, painter, lights);
   for (std::size_t i = 0; i < scene.pins.size(); ++i) {
     const ScenePin& pin = scene.pins[i];
+    throwIfCancelled(options);
     if (!pin.enabled || layer.add(pin, *fillBrush(pin.fill, options.folder))) continue;
     throw PaintError(options.fileName + ": " + pinLabel(scene, i) +
                      ": refused by the painter, which has no memory left for it or can not paint its fill");
@@ -124,6 +132,18 @@ class ProgressListener {
   }
 
   orvScene* host_;  // null: nobody listens
+};
+
+/// Lets the flag of the options cancel what a host does while it lives.
+class CancelFlag {
+ public:
+  CancelFlag(orvScene* host, const std::atomic<bool>* flag) : host_(host) { orv_cancel_set_flag(host, flag); }
+  ~CancelFlag() { orv_cancel_set_flag(host_, nullptr); }
+  CancelFlag(const CancelFlag&) = delete;
+  CancelFlag& operator=(const CancelFlag&) = delete;
+
+ private:
+  orvScene* host_;
 };
 
 /// The use of a painter for one scene. At its end the pins are taken away, and the background where it is not
@@ -167,7 +187,8 @@ class PainterUse {
   bool keeps_ = false;
 };
 
-/// The state of the file that a background shows; none when it shows none, or none is there.
+/// The state of the file that a background shows; none when it shows none, or none is there. Of images from
+/// memory the session sees to it.
 std::optional<host::FileStamp> imageStampOf(const Background& background, const std::string& folder) {
   const auto* image = std::get_if<ImageBackground>(&background.paint);
   return image ? host::FileStamp::of(resolvePath(folder, image->path)) : std::nullopt;
@@ -179,6 +200,7 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
                        const PaintOptions& options, KeptWork* kept) {
   const LogCollector log;
   const ProgressListener progress(host, options.progress);
+  const CancelFlag cancel(host, options.cancel);
   PaintResult result;
   PainterUse use(painter, scene, kept);
   try {
@@ -200,6 +222,10 @@ PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* ho
     throw PaintError(options.fileName + ": size: the map has more pixels than the painter can address");
   }
   result.messages = log.lines();
+  if (!result.map && isSet(options.cancel)) {
+    if (result.messages.empty() && !result.fellBack) use.keep();
+    throwIfCancelled(options);
+  }
   if (!result.map)
     throw PaintError(options.fileName + ": background: could not be painted" +
                      (result.messages.empty() ? "" : ": " + log.joined()));

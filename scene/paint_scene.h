@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -23,6 +24,11 @@ struct PaintError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// A paint was cancelled, as its caller wanted; `what()` is one line.
+struct PaintCancelled : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
 struct PaintOptions {
   std::string fileName = "scene";    ///< what messages call the scene
   std::string folder = {};           ///< image paths are relative to it: the scene file's
@@ -30,6 +36,9 @@ struct PaintOptions {
   /// Hears of the phase of the work and of the amount done in it, 0 to 1. Called from any thread, one call at
   /// a time; must not throw. May be empty.
   std::function<void(const char* phase, double amount)> progress = {};
+  /// Cancels the paint, within milliseconds of its being set, from any thread or a signal handler. It stays
+  /// set until the call has ended. Null: the paint can not be cancelled.
+  const std::atomic<bool>* cancel = nullptr;
 };
 
 struct PaintResult {
@@ -55,7 +64,8 @@ struct KeptWork {
 ///        of a file that has not changed, is not prepared again. One that the host had something to say of is
 ///        not kept. Null: nothing is kept.
 /// @throws FileError when the image that gives the size can not be read; PaintError when the painter refuses
-///         a pin or there is not enough memory. Nothing is kept then.
+///         a pin or there is not enough memory. Nothing is kept then. PaintCancelled; what the painter has
+///         finished is kept.
 PaintResult paintScene(const Scene& scene, hdri::IPainter& painter, orvScene* host,
                        const PaintOptions& options, KeptWork* kept = nullptr);
 

@@ -1,20 +1,26 @@
 #include "ProgressBar.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdio>
 
-#include "orvrender/printable_text.h"
+#include "console.h"
+#include "text_columns.h"
 
 namespace orvpaint {
 namespace {
 
 std::atomic<bool> shown{false};
 
-/// `0:07`, `12:30`, `1:02:03`.
+std::string barText(double amount, std::size_t width) {
+  const auto full = static_cast<std::size_t>(amount * static_cast<double>(width));
+  std::string text = " [";
+  return text.append(full, '#').append(width - full, '.').append("]");
+}
+
+}  // namespace
+
 std::string clockText(double seconds) {
   const auto total = static_cast<long>(std::min(std::ceil(seconds), 359999.0));
   char text[32];
@@ -25,39 +31,41 @@ std::string clockText(double seconds) {
   return text;
 }
 
-}  // namespace
-
-std::string progressLine(const std::string& phase, double amount, double seconds) {
-  constexpr int kWidth = 24;
-  const int full = static_cast<int>(amount * kWidth);
-  std::string line = orv::printableText(phase).substr(0, 40);
-  line.append(" [").append(static_cast<std::size_t>(full), '#');
-  line.append(static_cast<std::size_t>(kWidth - full), '.').append("] ");
-  line.append(std::to_string(static_cast<int>(amount * 100))).append(" %");
+std::string progressLine(const std::string& label, double amount, double seconds, std::size_t columns) {
+  constexpr std::size_t kBarWidth = 24;
+  constexpr std::size_t kNarrowBarWidth = 8;
+  // Of a label that still says something.
+  constexpr std::size_t kLeastLabel = 16;
+  std::string percentage = " ";
+  percentage.append(std::to_string(static_cast<int>(amount * 100))).append(" %");
+  std::string left;
   // An estimate from the first moments would jump about.
   if (seconds > 0.5 && amount > 0.01)
-    line.append(", ").append(clockText(seconds * (1 / amount - 1))).append(" left");
-  return line;
+    left.append(", ").append(clockText(seconds * (1 / amount - 1))).append(" left");
+  const std::size_t wanted = std::min(columnsOf(label), kLeastLabel);
+  for (const std::string& tail :
+       {barText(amount, kBarWidth) + percentage + left, barText(amount, kNarrowBarWidth) + percentage + left,
+        percentage + left, percentage})
+    if (tail.size() + wanted <= columns) return cutToColumns(label, columns - tail.size()) + tail;
+  return cutToColumns(percentage.substr(1), columns);
 }
 
-ProgressBar::ProgressBar(bool wanted) : active_(wanted && ::isatty(STDERR_FILENO) == 1) {}
+ProgressBar::ProgressBar(bool wanted) : active_(wanted && isTerminal(Stream::error)) {}
 
 ProgressBar::~ProgressBar() { hideAll(); }
 
-void ProgressBar::show(const std::string& phase, double amount) {
+void ProgressBar::show(const std::string& label, double amount) {
   if (!active_) return;
   const std::lock_guard lock(mutex_);
   const Clock::time_point now = Clock::now();
-  if (phase != phase_) {
-    phase_ = phase;
-    phaseStart_ = now;
-  } else if (now - lastDrawn_ < std::chrono::milliseconds(100)) {
-    return;
-  }
+  if (label == label_ && now - lastDrawn_ < std::chrono::milliseconds(100)) return;
+  label_ = label;
   lastDrawn_ = now;
-  const double seconds = std::chrono::duration<double>(now - phaseStart_).count();
+  const double seconds = std::chrono::duration<double>(now - start_).count();
   const double part = amount >= 0 ? std::min(amount, 1.0) : 0.0;
-  std::fprintf(stderr, "\r%s\x1b[K", progressLine(phase, part, seconds).c_str());
+  // The last column stays free: terminals that fill it go to the next line.
+  const std::size_t columns = terminalColumns() - 1;
+  std::fprintf(stderr, "\r%s\x1b[K", progressLine(label, part, seconds, columns).c_str());
   shown = true;
 }
 

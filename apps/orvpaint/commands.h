@@ -10,6 +10,10 @@
 #include "scene/Scene.h"
 #include "scene/map_file.h"
 
+namespace CLI {
+class App;
+}
+
 namespace orvpaint {
 
 /// What the program leaves with.
@@ -20,14 +24,20 @@ enum ExitStatus : int {
   fellBack = 3,     ///< the painter fell back to a visible colour, or to a worse picture
 };
 
+/// How much is said beside errors.
+enum class Talk { quiet, normal, verbose };
+
 /// What it takes to paint.
 struct PainterArguments {
   std::optional<orv::scene::MapSize> size;
   int threads = 0;  ///< 0: as many as the process may use processors
   std::string painter;
   bool quiet = false;
+  bool verbose = false;
   bool allowFallback = false;
   std::uint64_t maxImagePixels = orv::scene::kMaxPicturePixels;  ///< larger pictures are refused
+
+  Talk talk() const { return quiet ? Talk::quiet : verbose ? Talk::verbose : Talk::normal; }
 };
 
 /// One of `count` parts of a call's maps.
@@ -85,6 +95,9 @@ ExitStatus paint(const PaintArguments& arguments);
 ExitStatus batch(const BatchArguments& arguments);
 ExitStatus preview(const PreviewArguments& arguments);
 ExitStatus check(const std::vector<std::string>& scenes);
+/// Writes man pages and completion, made of the commands' description, below a folder as they are installed
+/// below `share`.
+ExitStatus generate(const CLI::App& app, const std::string& folder);
 ExitStatus info(const InfoArguments& arguments);
 
 /// Name and version, as files and `--version` give it.

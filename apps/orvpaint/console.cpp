@@ -1,6 +1,7 @@
 #include "console.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -28,23 +29,35 @@ extern "C" void endBySignal(int signal) {
   ::raise(signal);
 }
 
-/// Whether a stream is a terminal that understands escapes.
-bool isTerminal(Stream stream) {
-  const char* const kind = std::getenv("TERM");
-  return ::isatty(stream == Stream::out ? STDOUT_FILENO : STDERR_FILENO) == 1 && kind &&
-         std::string(kind) != "dumb";
+constexpr const char* kBold = "\x1b[1m";
+constexpr const char* kBoldRed = "\x1b[1;31m";
+constexpr const char* kBoldYellow = "\x1b[1;33m";
+
+std::string styled(const std::string& text, const char* style, Stream stream) {
+  const char* const none = std::getenv("NO_COLOR");
+  const bool shown = (!none || !*none) && isTerminal(stream);
+  return shown ? style + text + "\x1b[0m" : text;
 }
 
-bool showsStyles(Stream stream) {
-  const char* const none = std::getenv("NO_COLOR");
-  return (!none || !*none) && isTerminal(stream);
+/// Writes a line after the program's name.
+void printNamed(const std::string& message, const char* style) {
+  printText(styled("orvpaint:", style, Stream::error) + " " + orv::printableText(message) + "\n");
 }
 
 }  // namespace
 
-std::string boldText(const std::string& text, Stream stream) {
-  return showsStyles(stream) ? "\x1b[1m" + text + "\x1b[0m" : text;
+bool isTerminal(Stream stream) {
+  const char* const kind = std::getenv("TERM");
+  return ::isatty(stream == Stream::out ? STDOUT_FILENO : STDERR_FILENO) == 1 && kind && *kind &&
+         std::string(kind) != "dumb";
 }
+
+std::size_t terminalColumns() {
+  winsize size{};
+  return ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+std::string boldText(const std::string& text, Stream stream) { return styled(text, kBold, stream); }
 
 void openClosedStreams() {
   for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
@@ -56,21 +69,18 @@ void printResult(const std::string& text) {
   throw orv::scene::FileError(std::string("standard output: cannot be written: ") + std::strerror(errno));
 }
 
-void printLine(const std::string& line) {
-  ProgressBar::hideAll();
-  std::fprintf(stderr, "%s\n", orv::printableText(line).c_str());
-}
+void printLine(const std::string& line) { printText(orv::printableText(line) + "\n"); }
 
 void printText(const std::string& text) {
   ProgressBar::hideAll();
   std::fputs(text.c_str(), stderr);
 }
 
-void printMessage(const std::string& message) { printLine("orvpaint: " + message); }
+void printMessage(const std::string& message) { printNamed(message, kBoldRed); }
 
 std::function<void(const std::string&, bool)> tellUnless(bool quiet) {
   return [quiet](const std::string& line, bool important) {
-    if (!quiet || important) printMessage(line);
+    if (!quiet || important) printNamed(line, kBoldYellow);
   };
 }
 

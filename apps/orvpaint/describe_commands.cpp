@@ -55,7 +55,11 @@ void addPainter(CLI::App& command, PainterArguments& arguments) {
       ->type_name("LIBRARY")
       ->group(kRun);
   addMaxImagePixels(command, arguments.maxImagePixels);
-  command.add_flag("-q,--quiet", arguments.quiet, "Say nothing but errors, and what light is lost")
+  CLI::Option* const quiet =
+      command.add_flag("-q,--quiet", arguments.quiet, "Say nothing but errors, and what light is lost");
+  quiet->group(kRun);
+  command.add_flag("-v,--verbose", arguments.verbose, "Tell each map's phases and files, and their times")
+      ->excludes(quiet)
       ->group(kRun);
 }
 
@@ -228,7 +232,38 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
   CLI::App& help = *app.add_subcommand("help", "Print the list of commands, or the help of one");
   help.add_option("COMMAND", arguments.helpCommand, "Command to explain")->type_name("COMMAND");
   help.footer("orvpaint help paint");
+  // For builds and packages; nobody else needs to be told of it.
+  CLI::App& generate = *app.add_subcommand("generate", "Write man pages and completion below a folder");
+  generate.group("");
+  generate.add_option("FOLDER", arguments.generateFolder, "Folder, made where it is not there")
+      ->required()
+      ->type_name("FOLDER");
   for (CLI::App* command : app.get_subcommands({})) command->get_help_ptr()->group(kRun);
+}
+
+std::string detailsOf(std::string_view command) {
+  if (command == "paint")
+    return "Paints each scene into a latitude-longitude map and writes it as every ending of --output says. "
+           "Files "
+           "appear whole or not at all. Sweeps and frames paint many maps of a scene in one call; pictures, "
+           "the "
+           "sky's tables and a background that stays the same are kept between them.";
+  if (command == "batch")
+    return "Paints a map for each line of JSON: an object with scene (a path, or a scene), and where they "
+           "are "
+           "wanted set, frame, size, output and values. A map that can not be painted is named with the "
+           "reason, "
+           "and the others are painted.";
+  if (command == "preview")
+    return "Shows a map above a mirror ball, a grey diffuse ball and a glossy ball in its light, with a "
+           "caption of "
+           "its size, its mean and largest luminance and the exposure. The picture has 1024 x 900 pixels.";
+  if (command == "check")
+    return "Reads scenes and names every error in them with its place, and pictures that are not there with "
+           "the "
+           "brush or pin that wants them. Nothing is painted.";
+  if (command == "info") return "Says what is in a scene or in a map's file.";
+  return "Prints the list of commands, or what a command takes, with examples.";
 }
 
 }  // namespace orvpaint

@@ -84,6 +84,7 @@ ExitStatus runCommand(const CLI::App& app, const std::string& command, const Arg
   if (command == "preview") return preview(arguments.preview);
   if (command == "check") return check(arguments.checkedScenes);
   if (command == "info") return info(arguments.info);
+  if (command == "generate") return generate(app, arguments.generateFolder);
   return help(app, arguments.helpCommand);
 }
 
@@ -96,7 +97,9 @@ ExitStatus run(int argc, char** argv) {
     return callIsWrong;
   }
   const CLI::App* const command = commandNamed(app, argv[1]);
-  if (!command && argv[1][0] != '-') return wrongCall(notACommand(app, argv[1]), nullptr);
+  const auto isNamed = [argv](const CLI::App* each) { return each->get_name() == argv[1]; };
+  if (argv[1][0] != '-' && app.get_subcommands(isNamed).empty())
+    return wrongCall(notACommand(app, argv[1]), nullptr);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {

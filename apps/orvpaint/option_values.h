@@ -38,7 +38,7 @@ std::string compressionsText();
 
 /// What a value is, by the name that help gives it: the words that it is one of, or the files.
 struct ValueKind {
-  std::vector<std::string_view> words = {};  ///< empty: any
+  std::vector<std::string_view> words = {};    ///< empty: any
   std::vector<std::string_view> endings = {};  ///< of the files that it may name; empty: any
   bool isFile = false;
 };

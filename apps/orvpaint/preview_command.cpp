@@ -1,7 +1,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "ProgressBar.h"
+#include "RunReport.h"
 #include "check_arguments.h"
 #include "commands.h"
 #include "console.h"
@@ -22,7 +22,9 @@ namespace {
 
 namespace scene = orv::scene;
 
-void writeSheet(const orv::hdri::EnvImage& map, const PreviewArguments& arguments, scene::OutputFile& file) {
+void writeSheet(const orv::hdri::EnvImage& map, const PreviewArguments& arguments, scene::OutputFile& file,
+                RunReport& report) {
+  report.phase("Writing " + std::filesystem::path(file.name()).filename().string(), 0);
   scene::SheetOptions options;
   options.name = std::filesystem::path(scene::sceneName(arguments.scene)).filename().string();
   options.automatic = !arguments.exposureStops;
@@ -35,12 +37,16 @@ void writeSheet(const orv::hdri::EnvImage& map, const PreviewArguments& argument
   scene::writePreview(scene::encodePicture(sheet), sheet.width, sheet.height, file,
                       *scene::mapFormatOf(file.path(), arguments.format), fileOptions);
   file.commit();
+  report.written({file.name(), {sheet.width, sheet.height}, file.size()});
+  report.end();
 }
 
 }  // namespace
 
 ExitStatus preview(const PreviewArguments& arguments) {
   refuseTerminal(arguments.output);
+  RunReport report(arguments.talk(), 1);
+  report.begin(scene::sceneName(arguments.scene), {scene::mapFormatOf(arguments.output, arguments.format)});
   const scene::ThreadLimit threads(arguments.threads > 0 ? arguments.threads : scene::availableProcessors());
   if (!scene::looksLikeScene(arguments.scene)) {
     if (arguments.size) {
@@ -49,7 +55,7 @@ ExitStatus preview(const PreviewArguments& arguments) {
     }
     const orv::hdri::EnvImage map = scene::readMap(arguments.scene, arguments.maxImagePixels);
     scene::OutputFile file(arguments.output);
-    writeSheet(map, arguments, file);
+    writeSheet(map, arguments, file, report);
     return done;
   }
   const scene::Scene read = scene::readScene(arguments.scene);
@@ -57,17 +63,16 @@ ExitStatus preview(const PreviewArguments& arguments) {
   host.maxImagePixels = arguments.maxImagePixels;
   scene::Session session(arguments.painter, host);
   scene::OutputFile file(arguments.output);
-  ProgressBar bar(!arguments.quiet);
+  report.phase("Background", 0);
   scene::PaintOptions options;
   options.fileName = scene::sceneName(arguments.scene);
   options.folder = std::filesystem::path(arguments.scene).parent_path().string();
   options.size = arguments.size;
-  options.progress = [&bar](const char* phase, double amount) { bar.show(phase, amount); };
+  options.progress = [&report](const char* phase, double amount) { report.phase(phase, amount); };
   const std::shared_ptr<orv::hdri::EnvImage> map =
       scene::paintShown(session, read, options, arguments.allowFallback, tellUnless(arguments.quiet));
   session.forgetBackground();
-  bar.show("Previewing", 0);
-  writeSheet(*map, arguments, file);
+  writeSheet(*map, arguments, file, report);
   return done;
 }
 

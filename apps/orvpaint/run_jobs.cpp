@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "ProgressBar.h"
+#include "RunReport.h"
 #include "check_arguments.h"
 #include "console.h"
 #include "scene/Manifest.h"
@@ -58,7 +58,7 @@ std::optional<scene::MapLight> lightOfFile(const scene::Job& job, const MapArgum
 class JobRun {
  public:
   JobRun(const MapArguments& arguments, std::size_t count, bool single)
-      : arguments_(arguments), count_(count), single_(single), bar_(!arguments.quiet) {
+      : arguments_(arguments), count_(count), single_(single), report_(arguments.talk(), count) {
     options_.exposureStops = arguments.exposureStops;
     options_.compression = arguments.compression;
     options_.half = arguments.half;
@@ -68,13 +68,8 @@ class JobRun {
     options_.software = programVersion();
     options_.allowFallback = arguments.allowFallback;
     options_.measure = !arguments.manifest.empty();
-    options_.progress = [this](const char* phase, double amount) {
-      if (single_)
-        bar_.show(phase, amount);
-      else
-        bar_.show("Painting " + std::to_string(count_) + " maps",
-                  static_cast<double>(done_) / static_cast<double>(count_));
-    };
+    options_.progress = [this](const char* phase, double amount) { report_.phase(phase, amount); };
+    options_.written = [this](const scene::WrittenFile& file) { report_.written(file); };
     options_.tell = tellUnless(arguments.quiet);
   }
 
@@ -83,9 +78,11 @@ class JobRun {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     scene::JobOutcome outcome;
+    report_.begin(scene::jobTitle(job), formatsOf(job));
     try {
       const scene::Scene read = scenes_.read(job);
       if (!session_) session_ = std::make_unique<scene::Session>(arguments_.painter, hostOptions());
+      report_.phase("Background", 0);
       options_.usd = each.usd;
       options_.last = done_ + 1 == count_;
       const scene::MapLight light = scene::paintJob(*session_, read, job, options_);
@@ -107,11 +104,14 @@ class JobRun {
       fail(job, error.what(), fileFailed);
     }
     ++done_;
+    report_.end();
     outcome.seconds = std::chrono::duration<double>(Clock::now() - start).count();
     return outcome;
   }
 
-  ExitStatus status() const {
+  /// Tells what came of all. @return the greatest status.
+  ExitStatus finish() {
+    report_.finish();
     if (!single_ && failed_ > 0)
       printMessage(std::to_string(failed_) + " of " + std::to_string(count_) +
                    (count_ == 1 ? " map is not painted" : " maps are not painted"));
@@ -123,6 +123,13 @@ class JobRun {
     orvScene_options options = count_ == 1 ? scene::forOnePaint() : orvScene_options{};
     options.maxImagePixels = arguments_.maxImagePixels;
     return options;
+  }
+
+  std::vector<const scene::MapFormat*> formatsOf(const scene::Job& job) const {
+    std::vector<const scene::MapFormat*> formats;
+    for (const std::string& path : job.outputs)
+      formats.push_back(scene::mapFormatOf(path, arguments_.format));
+    return formats;
   }
 
   void fail(const scene::Job& job, const std::string& reason, ExitStatus status) {
@@ -146,7 +153,7 @@ class JobRun {
   const MapArguments& arguments_;
   std::size_t count_;
   bool single_;  // one map: messages speak of it alone
-  ProgressBar bar_;
+  RunReport report_;
   scene::JobOptions options_;
   scene::JobScenes scenes_;
   std::unique_ptr<scene::Session> session_;
@@ -228,7 +235,7 @@ ExitStatus runJobs(std::vector<scene::Job> jobs, const MapArguments& arguments) 
     const scene::JobOutcome outcome = run.paint(each);
     if (manifest) manifest->add(each.job, outcome);
   }
-  return run.status();
+  return run.finish();
 }
 
 }  // namespace orvpaint

@@ -32,7 +32,12 @@ struct Adjustments {
   float tintGreen = 1;
   float tintBlue = 1;
 
-  friend bool operator==(const Adjustments&, const Adjustments&) = default;
+  friend constexpr bool operator==(const Adjustments& a, const Adjustments& b) {
+    return a.brightness == b.brightness && a.gamma == b.gamma && a.hueShift == b.hueShift &&
+           a.saturation == b.saturation && a.tintRed == b.tintRed && a.tintGreen == b.tintGreen &&
+           a.tintBlue == b.tintBlue;
+  }
+  friend constexpr bool operator!=(const Adjustments& a, const Adjustments& b) { return !(a == b); }
 };
 
 /// An adjustment and the name that host nodes know it by.

@@ -18,7 +18,13 @@ struct GradientStop {
   float b = 1;
   float intensity = 1;  ///< multiplies the colour
 
-  friend bool operator==(const GradientStop&, const GradientStop&) = default;
+  friend constexpr bool operator==(const GradientStop& one, const GradientStop& other) {
+    return one.position == other.position && one.slopeIn == other.slopeIn && one.slopeOut == other.slopeOut &&
+           one.r == other.r && one.g == other.g && one.b == other.b && one.intensity == other.intensity;
+  }
+  friend constexpr bool operator!=(const GradientStop& one, const GradientStop& other) {
+    return !(one == other);
+  }
 };
 
 /// An opacity on the way along a gradient.
@@ -28,7 +34,11 @@ struct CurveStop {
   float slopeOut = 1;
   float value = 1;
 
-  friend bool operator==(const CurveStop&, const CurveStop&) = default;
+  friend constexpr bool operator==(const CurveStop& a, const CurveStop& b) {
+    return a.position == b.position && a.slopeIn == b.slopeIn && a.slopeOut == b.slopeOut &&
+           a.value == b.value;
+  }
+  friend constexpr bool operator!=(const CurveStop& a, const CurveStop& b) { return !(a == b); }
 };
 
 /// A gradient of colours with cubic Hermite segments, and an opacity along it. As a background, 0 is the

@@ -8,7 +8,10 @@ struct Rgb {
   float g;
   float b;
 
-  friend bool operator==(const Rgb&, const Rgb&) = default;
+  friend constexpr bool operator==(const Rgb& one, const Rgb& other) {
+    return one.r == other.r && one.g == other.g && one.b == other.b;
+  }
+  friend constexpr bool operator!=(const Rgb& one, const Rgb& other) { return !(one == other); }
 };
 
 }  // namespace orv::hdri

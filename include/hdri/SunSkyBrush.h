@@ -23,7 +23,15 @@ struct SkySettings {
   float timeZone = 0.0f;           ///< hours ahead of UTC, -12 to 14
   float northOffset = 0.0f;        ///< degrees, -360 to 360
 
-  friend bool operator==(const SkySettings&, const SkySettings&) = default;
+  friend constexpr bool operator==(const SkySettings& a, const SkySettings& b) {
+    return a.turbidity == b.turbidity && a.ozone == b.ozone && a.groundAlbedo == b.groundAlbedo &&
+           a.skyIntensity == b.skyIntensity && a.sunIntensity == b.sunIntensity && a.sunSize == b.sunSize &&
+           a.latitude == b.latitude && a.longitude == b.longitude && a.hours == b.hours &&
+           a.sunFromAngles == b.sunFromAngles && a.sunAzimuth == b.sunAzimuth &&
+           a.sunElevation == b.sunElevation && a.dayOfYear == b.dayOfYear && a.timeZone == b.timeZone &&
+           a.northOffset == b.northOffset;
+  }
+  friend constexpr bool operator!=(const SkySettings& a, const SkySettings& b) { return !(a == b); }
 };
 
 /// The host's sun-and-sky model.

@@ -5,13 +5,22 @@
 #include <algorithm>
 #include <exception>
 #include <new>
+#include <string_view>
+#include <utility>
 
 #include "host/orvLog.h"
 #include "orvrender/files/ImageError.h"
-#include "orvrender/images/read_image.h"
 #include "orvrender/images/resample.h"
 
 namespace orv::host {
+namespace {
+
+bool isNameOfGiven(std::string_view name) {
+  constexpr std::string_view kStart = "memory:";
+  return name.size() > kStart.size() && name.starts_with(kStart);
+}
+
+}  // namespace
 
 bool ImageLibrary::Entry::isContentAsked() const {
   return std::any_of(users.begin(), users.end(), [](const HostImage& user) { return user.hasAsked(); });
@@ -34,7 +43,7 @@ std::list<Pixels>::iterator ImageLibrary::Entry::findScaled(const ImageSize& wan
 }
 
 std::uint64_t ImageLibrary::Entry::bytes() const {
-  std::uint64_t sum = content ? content->bytes() : 0;
+  std::uint64_t sum = content && !given ? content->bytes() : 0;
   for (const Pixels& pixels : scaled) sum += pixels.bytes();
   return sum;
 }
@@ -58,7 +67,12 @@ orvImage* ImageLibrary::load(const std::string& path, orvTexture_profile profile
   // Taken before the file is read: a change in between makes the next load read it again.
   const FileStamp stamp = FileStamp::of(path).value_or(FileStamp{});
   const ImageSize wanted = profile == orvTexture_profile::environment ? environmentSize_ : ImageSize{};
-  auto entry = cached ? find(path, profile, stamp, wanted) : entries_.end();
+  auto entry = findGiven(path);
+  if (entry == entries_.end() && isNameOfGiven(path)) {
+    fail(path, "there is no image of that name in memory; give it to the scene first (orv_image_add)");
+    return nullptr;
+  }
+  if (entry == entries_.end() && cached) entry = find(path, profile, stamp, wanted);
   if (entry == entries_.end()) {
     std::unique_ptr<ImageContent> content = read(path, profile);
     if (!content) return nullptr;
@@ -73,29 +87,84 @@ orvImage* ImageLibrary::load(const std::string& path, orvTexture_profile profile
   return &user;
 }
 
-std::unique_ptr<ImageContent> ImageLibrary::read(const std::string& path, orvTexture_profile profile) const {
+void ImageLibrary::fail(const std::string& image, const std::string& reason) const {
+  orv_critical("%s: %s\n", image.c_str(), reason.c_str());
+  failures_.add(image, reason);
+}
+
+std::unique_ptr<ImageContent> ImageLibrary::take(const std::string& image,
+                                                 const std::function<ReadImage()>& get) const {
   try {
     auto content = std::make_unique<ImageContent>();
     // A thread that waits for its rows must not start on work that asks for the lock it holds.
     tbb::this_task_arena::isolate([&] {
-      ReadImage read = readImage(path, profile, limits_);
-      if (read.replaced.pixels > 0) {
+      ReadImage got = get();
+      if (got.replaced.pixels > 0) {
         orv_critical(
             "%s: %llu of its pixels are not finite; NaN counts as 0 and an infinity as 65504: save it "
             "without them\n",
-            path.c_str(), static_cast<unsigned long long>(read.replaced.pixels));
+            image.c_str(), static_cast<unsigned long long>(got.replaced.pixels));
       }
-      content->pixels = std::move(read.pixels);
+      content->pixels = std::move(got.pixels);
     });
     return content;
+  } catch (const LoopStopped&) {
+    // Nobody wants it any more.
   } catch (const ImageError& error) {
-    orv_critical("%s: %s\n", path.c_str(), error.what());
+    fail(image, error.what());
   } catch (const std::bad_alloc&) {
-    orv_critical("%s: there is no memory to read it; close other programs\n", path.c_str());
+    fail(image, "there is no memory to read it; close other programs");
   } catch (const std::exception& error) {
-    orv_critical("%s: cannot be read (%s); save or copy it again\n", path.c_str(), error.what());
+    fail(image, std::string("cannot be read (") + error.what() + "); save or copy it again");
   }
   return nullptr;
+}
+
+std::unique_ptr<ImageContent> ImageLibrary::read(const std::string& path, orvTexture_profile profile) const {
+  return take(path, [&] {
+    const Cancel::Scope cancels(cancel_);
+    StopCheck::ask();
+    return readImage(path, profile, limits_);
+  });
+}
+
+bool ImageLibrary::add(const std::string& name, const float* rgb, std::uint32_t width, std::uint32_t height) {
+  if (!isNameOfGiven(name)) {
+    fail(name, "an image from memory needs a name such as memory:studio");
+    return false;
+  }
+  if (!rgb) {
+    fail(name, "it has no pixels; give some");
+    return false;
+  }
+  // The copy is made before others wait for the lock.
+  std::unique_ptr<ImageContent> content = take(name, [&] { return copyImage(rgb, width, height, limits_); });
+  if (!content) return false;
+  const std::lock_guard lock(mutex_);
+  const ImageHeader header{name, orvTexture_profile::environment, width, height, false};
+  const auto added = entries_.insert(entries_.end(), {header, {}, std::move(content), {}, true});
+  if (const auto old = findGiven(name); old != entries_.end()) release(old);
+  added->given = true;
+  return true;
+}
+
+bool ImageLibrary::remove(const std::string& name) {
+  const std::lock_guard lock(mutex_);
+  const auto found = findGiven(name);
+  if (found == entries_.end()) return false;
+  release(found);
+  return true;
+}
+
+ImageLibrary::Entries::iterator ImageLibrary::findGiven(const std::string& name) {
+  return std::find_if(entries_.begin(), entries_.end(), [&](const Entry& entry) {
+    return entry.given && entry.shared && entry.header.path == name;
+  });
+}
+
+void ImageLibrary::release(Entries::iterator given) {
+  given->shared = false;
+  if (given->users.empty()) entries_.erase(given);
 }
 
 void ImageLibrary::giveBack(const orvImage* image, bool discard) {
@@ -107,7 +176,7 @@ void ImageLibrary::giveBack(const orvImage* image, bool discard) {
     return;
   }
   entry->users.remove_if([image](const HostImage& user) { return &user == image; });
-  if (discard) entry->shared = false;
+  if (discard && !entry->given) entry->shared = false;
   if (entry->users.empty() && !entry->shared) {
     entries_.erase(entry);
     return;
@@ -121,10 +190,10 @@ void ImageLibrary::setKeep(bool keep, bool discardAll) {
   const std::lock_guard lock(mutex_);
   keep_ = keep;
   if (discardAll) {
-    entries_.remove_if([](const Entry& entry) { return entry.users.empty(); });
+    entries_.remove_if([](const Entry& entry) { return entry.users.empty() && !entry.given; });
     for (Entry& entry : entries_) {
-      entry.shared = false;
-      if (!entry.isContentAsked()) entry.content.reset();
+      if (!entry.given) entry.shared = false;
+      if (!entry.given && !entry.isContentAsked()) entry.content.reset();
       entry.scaled.remove_if([&](const Pixels& pixels) { return !entry.isAsked(pixels); });
     }
   }
@@ -167,14 +236,15 @@ const Pixels& ImageLibrary::scaledFor(const HostImage& image) {
 const Pixels* ImageLibrary::makeScaled(Entry& entry, const ImageSize& size) const {
   try {
     Pixels scaled;
+    const Cancel::Scope cancels(cancel_);
     tbb::this_task_arena::isolate([&] { scaled = resample(entry.content->pixels, size.width, size.height); });
     if (scaled.rgb) return &entry.scaled.emplace_back(std::move(scaled));
+  } catch (const LoopStopped&) {
+    return nullptr;
   } catch (const std::bad_alloc&) {
   }
-  orv_critical(
-      "%s: there is no memory to scale it to %u x %u pixels, so single ones are taken; close other "
-      "programs\n",
-      entry.header.path.c_str(), size.width, size.height);
+  fail(entry.header.path, "there is no memory to scale it to " + sizeText(size.width, size.height) +
+                              " pixels, so single ones are taken; close other programs");
   return nullptr;
 }
 
@@ -190,8 +260,11 @@ void ImageLibrary::readAgain(Entry& entry) const {
     if (pixels.width == header.width && pixels.height == header.height &&
         (pixels.alpha != nullptr) == header.hasAlpha)
       return;
-    orv_critical("%s: it is %u x %u pixels now and was %u x %u when it was loaded; load it again\n",
-                 header.path.c_str(), pixels.width, pixels.height, header.width, header.height);
+    fail(header.path, "it is " + sizeText(pixels.width, pixels.height) + " pixels now and was " +
+                          sizeText(header.width, header.height) + " when it was loaded; load it again");
+  } else if (cancel_.isAsked()) {
+    // Black for who asks now; whoever comes next has it read.
+    return;
   }
   // Black for who has the image, and for nobody else.
   entry.shared = false;
@@ -210,11 +283,14 @@ const MipPyramid* ImageLibrary::pyramidFor(const HostImage& image) {
   ImageContent& content = *entry.content;
   try {
     if (!content.pyramid) {
+      const Cancel::Scope cancels(cancel_);
       tbb::this_task_arena::isolate([&] { content.pyramid = std::make_unique<MipPyramid>(content.pixels); });
     }
+  } catch (const LoopStopped&) {
+    // It is not looked up any more.
   } catch (const std::bad_alloc&) {
-    orv_critical("%s: there is no memory to filter it, so it is looked up without; close other programs\n",
-                 entry.header.path.c_str());
+    fail(entry.header.path,
+         "there is no memory to filter it, so it is looked up without; close other programs");
   }
   return content.pyramid.get();
 }
@@ -259,7 +335,7 @@ void ImageLibrary::trim(const Entry* spared) {
       const auto next = std::next(entry);
       if (&*entry != spared && entry->users.empty() != used) {
         dropUnasked(*entry, bytes);
-        if (entry->users.empty() && entry->bytes() == 0) entries_.erase(entry);
+        if (entry->users.empty() && entry->bytes() == 0 && !entry->given) entries_.erase(entry);
       }
       entry = next;
     }
@@ -276,7 +352,7 @@ void ImageLibrary::dropUnasked(Entry& entry, std::uint64_t& bytes) const {
   // The size used last goes last: who shows it again does without the file.
   const auto last = scaled.empty() ? scaled.end() : std::prev(scaled.end());
   for (auto pixels = scaled.begin(); pixels != last;) pixels = dropScaled(pixels);
-  if (bytes > budget_ && entry.content && !entry.isContentAsked()) {
+  if (bytes > budget_ && entry.content && !entry.given && !entry.isContentAsked()) {
     bytes -= entry.content->bytes();
     entry.content.reset();
   }

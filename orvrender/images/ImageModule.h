@@ -7,6 +7,7 @@
 #include <string>
 
 #include "host/orvImage.h"
+#include "maps/row_loop.h"
 #include "orvrender/files/FileKind.h"
 #include "orvrender/files/FilePixels.h"
 #include "orvrender/files/image_checks.h"
@@ -38,9 +39,9 @@ struct PictureToWrite {
 class ImageModule {
  public:
   /// Reads any file that the host takes: its colour, over the display window, black where the file holds
-  /// nothing. Throws ImageError.
+  /// nothing. Throws ImageError; LoopStopped where `check` (null asks nothing) says so.
   virtual FilePixels read(const std::string& path, const FileFacts& file, orvTexture_profile profile,
-                          const ImageLimits& limits) const = 0;
+                          const ImageLimits& limits, const StopCheck* check) const = 0;
   /// The header of any such file, of its first part. Throws ImageError.
   virtual FileHeader describe(const std::string& path) const = 0;
   /// @return why the picture could not be written; empty when it was.

@@ -80,7 +80,7 @@ FilePixels readFile(const std::string& path, const FileFacts& file, orvTexture_p
                     const ImageLimits& limits) {
   if (file.kind == FileKind::openexr)
     if (std::optional<FilePixels> read = readExr(path, limits)) return std::move(*read);
-  return orv_image_module()->read(path, file, profile, limits);
+  return orv_image_module()->read(path, file, profile, limits, StopCheck::current());
 }
 
 }  // namespace
@@ -91,6 +91,16 @@ ReadImage readImage(const std::string& path, orvTexture_profile profile, const I
   const Replaced replaced = repair(read);
   reorient(read.pixels, read.orientation);
   return {std::move(read.pixels), replaced};
+}
+
+ReadImage copyImage(const float* rgb, std::uint32_t width, std::uint32_t height, const ImageLimits& limits) {
+  const Window window{0, 0, width, height};
+  checkSize("image", window, limits);
+  FilePixels copy{allocatePixels(window, false), false, 1};
+  copy.endRow = height;
+  std::copy_n(rgb, 3 * copy.pixels.count(), copy.pixels.rgb.get());
+  const Replaced replaced = repair(copy);
+  return {std::move(copy.pixels), replaced};
 }
 
 }  // namespace orv::host

@@ -27,6 +27,10 @@ struct ReadImage {
 /// infinity the largest half float, 65504, of its sign. Throws ImageError.
 ReadImage readImage(const std::string& path, orvTexture_profile profile, const ImageLimits& limits);
 
+/// The same of pixels in memory: width x height RGB floats, linear, rows packed from the top. Throws
+/// ImageError.
+ReadImage copyImage(const float* rgb, std::uint32_t width, std::uint32_t height, const ImageLimits& limits);
+
 }  // namespace orv::host
 
 extern "C" {

@@ -21,8 +21,9 @@ void limitThreads() {
 class OpenImageIoModule final : public ImageModule {
  public:
   FilePixels read(const std::string& path, const FileFacts& file, orvTexture_profile profile,
-                  const ImageLimits& limits) const override {
+                  const ImageLimits& limits, const StopCheck* check) const override {
     limitThreads();
+    const StopCheck sameCheck(check);
     return readPicture(path, file, profile, limits);
   }
 

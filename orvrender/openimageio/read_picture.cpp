@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::int64_t kBlockBytes = std::int64_t{32} << 20;
 
+/// Of codes, which readers unpack on one thread, so that a cancelled read ends soon.
+constexpr std::int64_t kCodeBlockBytes = std::int64_t{1} << 20;
+
 /// Puts blocks of file pixels into the image.
 class BlockWriter {
  public:
@@ -115,7 +118,9 @@ void readBlocks(ImageSource& source, Pixels& out) {
   const std::int64_t tileColumns = tiled ? spec.tile_width : data.width();
   const std::int64_t tileRows = tiled ? spec.tile_height : 16;
   const std::int64_t tilesWide = (data.width() + tileColumns - 1) / tileColumns;
-  const std::int64_t tiles = std::max<std::int64_t>(1, kBlockBytes / (tileColumns * tileRows * pixelBytes));
+  const bool coded = writer.format() != OIIO::TypeDesc(OIIO::TypeDesc::FLOAT);
+  const std::int64_t blockBytes = coded ? kCodeBlockBytes : kBlockBytes;
+  const std::int64_t tiles = std::max<std::int64_t>(1, blockBytes / (tileColumns * tileRows * pixelBytes));
   const std::int64_t columns = std::min(tiles, tilesWide) * tileColumns;
   const std::int64_t rows = std::max<std::int64_t>(1, tiles / tilesWide) * tileRows;
 
@@ -124,12 +129,14 @@ void readBlocks(ImageSource& source, Pixels& out) {
   std::vector<std::byte> block(static_cast<std::size_t>(blockRows * blockColumns * pixelBytes));
   for (std::int64_t y = data.y0 + (wanted.y0 - data.y0) / rows * rows; y < wanted.y1; y += rows) {
     const std::int64_t yEnd = std::min(y + rows, data.y1);
+    StopCheck::ask();
     if (!tiled) {
       source.readRows(y, yEnd, writer.format(), block.data());
       writer.write({data.x0, y, data.x1, yEnd}, block.data());
       continue;
     }
     for (std::int64_t x = data.x0 + (wanted.x0 - data.x0) / columns * columns; x < wanted.x1; x += columns) {
+      StopCheck::ask();
       const Window window{x, y, std::min(x + columns, data.x1), yEnd};
       source.readTiles(window, writer.format(), block.data());
       writer.write(window, block.data());
@@ -149,7 +156,14 @@ bool readDirectly(ImageSource& source, Pixels& out) {
 
   constexpr std::int64_t kPixelBytes = 3 * sizeof(float);
   float* const first = out.rgb.get() + 3 * ((wanted.y0 - map.y0) * map.width() + (wanted.x0 - map.x0));
-  source.readRows(wanted.y0, wanted.y1, OIIO::TypeDesc::FLOAT, first, kPixelBytes, map.width() * kPixelBytes);
+  const std::int64_t stride = map.width() * kPixelBytes;
+  // Portions that keep all threads at work, for a reader may have some.
+  constexpr std::int64_t kRows = 512;
+  for (std::int64_t y = wanted.y0; y < wanted.y1; y += kRows) {
+    StopCheck::ask();
+    source.readRows(y, std::min(y + kRows, wanted.y1), OIIO::TypeDesc::FLOAT,
+                    first + 3 * (y - wanted.y0) * map.width(), kPixelBytes, stride);
+  }
   return true;
 }
 

@@ -3,17 +3,24 @@
 #include <algorithm>
 #include <cmath>
 
+#include "orvrender/Cancel.h"
 #include "orvrender/sky/SkyModel.h"
 #include "orvrender/sky/solar_position.h"
 
 namespace orv::host {
 
-ReferenceSky::ReferenceSky() = default;
+ReferenceSky::ReferenceSky(const Cancel* cancel) : cancel_(cancel) {}
 ReferenceSky::~ReferenceSky() = default;
 
 void ReferenceSky::render(const void*, float* rgb, std::uint32_t width, std::uint32_t height) {
   if (!model_) model_ = std::make_unique<SkyModel>();
-  model_->render(conditionsOf(*this), sun(), rgb, width, height);
+  static const Cancel never;
+  const Cancel::Scope cancels(cancel_ ? *cancel_ : never);
+  try {
+    model_->render(conditionsOf(*this), sun(), rgb, width, height);
+  } catch (const LoopStopped&) {
+    // Who asked for it wants it no longer. Tables that are not whole are built by the next render.
+  }
 }
 
 void ReferenceSky::set_sun_direction(const double* direction) {

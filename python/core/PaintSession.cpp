@@ -2,31 +2,41 @@
 
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <filesystem>
 #include <stdexcept>
+#include <utility>
 
+#include "Interrupts.h"
 #include "errors.h"
 #include "scene/SceneDocument.h"
 
 namespace orv::python {
 namespace {
 
-/// A progress function of Python. What it throws ends the listening, and is thrown when the paint is over.
+/// The session of which this thread is hearing the progress; null: none.
+thread_local const PaintSession* hearsOf = nullptr;
+
+/// A progress function of Python. What it throws cancels the paint, and is thrown when that is over.
 class PythonProgress {
  public:
-  explicit PythonProgress(py::object function) : function_(std::move(function)) {}
+  PythonProgress(py::object function, const PaintSession& session, std::atomic<bool>& cancel)
+      : function_(std::move(function)), session_(session), cancel_(cancel) {}
 
   /// Called without the interpreter's lock, from any thread.
   void operator()(const char* phase, double amount) {
     const py::gil_scoped_acquire lock;
     if (failure_) return;
+    const PaintSession* const outer = std::exchange(hearsOf, &session_);
     try {
       function_(phase, amount);
     } catch (...) {
       failure_ = std::current_exception();
+      cancel_ = true;
     }
+    hearsOf = outer;
   }
 
   void throwIfFailed() const {
@@ -35,6 +45,8 @@ class PythonProgress {
 
  private:
   py::object function_;
+  const PaintSession& session_;
+  std::atomic<bool>& cancel_;
   std::exception_ptr failure_;
 };
 
@@ -54,6 +66,18 @@ py::list textsOf(const std::vector<std::string>& lines) {
   for (const std::string& line : lines)
     texts.append(py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(line.c_str())));
   return texts;
+}
+
+/// Paints; what a refusal to show fallbacks is about comes with it.
+MapPointer paintTold(scene::Session& session, const scene::Scene& scene, const scene::PaintOptions& options,
+                     bool allowFallback, Lines& lines) {
+  try {
+    return scene::paintShown(session, scene, options, allowFallback, lines.tell());
+  } catch (const scene::FallbackError& error) {
+    std::string text;
+    for (const std::string& line : lines.important) text += line + "\n";
+    throw scene::FallbackError(text + error.what());
+  }
 }
 
 std::unique_ptr<scene::Session> makeSession(const std::string& painter, std::uint64_t maxImagePixels,
@@ -88,12 +112,33 @@ PaintSession::PaintSession(int threads, const std::string& painter, std::uint64_
 }
 
 template <typename Work>
-auto PaintSession::run(Work&& work) {
+auto PaintSession::run(const std::atomic<bool>& cancel, Work&& work) {
   refuseForks();
+  if (hearsOf == this)
+    throw std::runtime_error("a progress function can not paint with the session that it hears of");
   const py::gil_scoped_release release;
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_, std::defer_lock);
+  constexpr std::chrono::milliseconds kBetweenLooks(20);
+  while (!lock.try_lock_for(kBetweenLooks))
+    if (cancel) throw scene::PaintCancelled("the paint was cancelled");
   if (!session_) throw std::runtime_error("this session is closed");
   return arena_ ? arena_->execute(work) : work();
+}
+
+void PaintSession::give(const Pictures& pictures) {
+  std::erase_if(given_, [this](const Given& given) {
+    if (!given.picture.expired()) return false;
+    session_->removeImage(given.name);
+    return true;
+  });
+  for (const std::shared_ptr<Picture>& picture : pictures) {
+    const auto isIt = [&](const Given& given) { return given.name == picture->name; };
+    if (std::any_of(given_.begin(), given_.end(), isIt)) continue;
+    const hdri::EnvImage& map = *picture->map;
+    session_->addImage(picture->name, &map.pixels.data()->r, static_cast<std::uint32_t>(map.width),
+                       static_cast<std::uint32_t>(map.height));
+    given_.push_back({picture->name, picture});
+  }
 }
 
 py::tuple PaintSession::paint(const py::handle& document, const py::handle& size, const py::handle& frame,
@@ -101,29 +146,39 @@ py::tuple PaintSession::paint(const py::handle& document, const py::handle& size
   Pictures pictures;
   const scene::Job call = readCall(size, frame);
   const scene::SceneDocument scene(toDocument(document, request.name, pictures), request.name);
-  PythonProgress progress(request.progress);
-  Lines lines;
+  std::atomic<bool> cancel = false;
+  PythonProgress progress(request.progress, *this, cancel);
   scene::PaintOptions options;
   options.fileName = request.name;
   options.folder = request.folder;
   options.size = call.size;
+  options.cancel = &cancel;
   if (!request.progress.is_none())
     options.progress = [&progress](const char* phase, double amount) { progress(phase, amount); };
-  MapPointer map = run([&] {
-    MapPointer painted;
+  while (true) {
+    Lines lines;
+    const auto work = [&] {
+      give(pictures);
+      MapPointer map = paintTold(*session_, scene.read(call.frame), options, request.allowFallback, lines);
+      if (!keeps_) {
+        session_->forgetBackground();
+        for (const Given& given : given_) session_->removeImage(given.name);
+        given_.clear();
+      }
+      return map;
+    };
     try {
-      painted =
-          scene::paintShown(*session_, scene.read(call.frame), options, request.allowFallback, lines.tell());
-    } catch (const scene::FallbackError& error) {
-      std::string text;
-      for (const std::string& line : lines.important) text += line + "\n";
-      throw scene::FallbackError(text + error.what());
+      const Interrupts interrupts(cancel);
+      MapPointer map = run(cancel, work);
+      progress.throwIfFailed();
+      return py::make_tuple(arrayOf(std::move(map)), textsOf(lines.told));
+    } catch (const scene::PaintCancelled&) {
+      progress.throwIfFailed();
     }
-    if (!keeps_) session_->forgetBackground();
-    return painted;
-  });
-  progress.throwIfFailed();
-  return py::make_tuple(arrayOf(std::move(map)), textsOf(lines.told));
+    // KeyboardInterrupt, unless a handler of the program's own lets it pass: then the paint goes on.
+    if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+    cancel = false;
+  }
 }
 
 py::dict PaintSession::paintJob(const scene::Job& job, const scene::JobOptions& asked) {
@@ -133,7 +188,8 @@ py::dict PaintSession::paintJob(const scene::Job& job, const scene::JobOptions& 
   std::string error;
   scene::MapLight light;
   MapPointer map;
-  run([&] {
+  const std::atomic<bool> cancel = false;
+  run(cancel, [&] {
     scene::JobOptions options = asked;
     options.tell = lines.tell();
     try {
@@ -143,7 +199,7 @@ py::dict PaintSession::paintJob(const scene::Job& job, const scene::JobOptions& 
         paint.fileName = job.scene.empty() ? "scene" : job.scene;
         paint.folder = std::filesystem::path(job.scene).parent_path().string();
         paint.size = job.size;
-        map = scene::paintShown(*session_, scene, paint, options.allowFallback, options.tell);
+        map = paintTold(*session_, scene, paint, options.allowFallback, lines);
       } else {
         light = scene::paintJob(*session_, scene, job, options);
       }

@@ -3,6 +3,7 @@
 #include <pybind11/pybind11.h>
 #include <tbb/task_arena.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -32,7 +33,8 @@ class PaintSession {
   /// @param keeps whether pictures, tables and the background stay for the next paint.
   PaintSession(int threads, const std::string& painter, std::uint64_t maxImagePixels, bool keeps);
 
-  /// Paints a document. @param size None, or width and height. @param frame None, or a number.
+  /// Paints a document. Ctrl-C cancels it. @param size None, or width and height. @param frame None, or a
+  /// number.
   /// @return the map, and what is to be told of it line by line.
   py::tuple paint(const py::handle& document, const py::handle& size, const py::handle& frame,
                   const PaintRequest& request);
@@ -46,13 +48,24 @@ class PaintSession {
   void close();
 
  private:
-  template <typename Work>
-  auto run(Work&& work);
+  /// A picture that the session has a copy of.
+  struct Given {
+    std::string name;
+    std::weak_ptr<Picture> picture;
+  };
 
-  std::mutex mutex_;
+  /// Works while no other thread does, without the interpreter's lock.
+  /// @param cancel ends the waiting for others. @throws scene::PaintCancelled.
+  template <typename Work>
+  auto run(const std::atomic<bool>& cancel, Work&& work);
+  /// Gives the library's session the pictures that it does not have, and takes those away that nobody holds.
+  void give(const Pictures& pictures);
+
+  std::timed_mutex mutex_;
   std::unique_ptr<scene::Session> session_;  // null: closed
   std::unique_ptr<tbb::task_arena> arena_;   // null: all threads
   scene::JobScenes scenes_;
+  std::vector<Given> given_;
   bool keeps_;
 };
 

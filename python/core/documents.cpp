@@ -1,7 +1,9 @@
 #include "documents.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "scene/Problems.h"
 
@@ -37,9 +39,9 @@ class Converter {
     else if (PyLong_Check(object))
       putInteger(object, result);
     else if (PyDict_Check(object))
-      result.data = members(value, place, opened(depth));
+      result.data = members(object, place, opened(depth));
     else if (PyList_Check(object) || PyTuple_Check(object))
-      result.data = items(value, place, opened(depth));
+      result.data = items(object, place, opened(depth));
     else if (object != Py_None)
       return convertOther(value, place, depth);
     return result;
@@ -80,39 +82,40 @@ class Converter {
     result.data = wide;
   }
 
-  JsonArray items(const py::handle& value, const JsonPath& place, std::size_t depth) {
-    const auto copy = py::reinterpret_steal<py::object>(PySequence_Tuple(value.ptr()));
-    if (!copy) throw py::error_already_set();
-    const auto size = static_cast<std::size_t>(PyTuple_GET_SIZE(copy.ptr()));
+  // What is read of a value may be code that changes the list or the dict: each value is held, and looked at
+  // once.
+  JsonArray items(PyObject* sequence, const JsonPath& place, std::size_t depth) {
+    const auto size = [sequence] { return static_cast<std::size_t>(PySequence_Fast_GET_SIZE(sequence)); };
     JsonArray result;
-    result.reserve(std::min(size, scene::kMaxSceneValues));
-    for (std::size_t i = 0; i < size; ++i)
-      result.push_back(
-          convert(PyTuple_GET_ITEM(copy.ptr(), static_cast<Py_ssize_t>(i)), place.child(i), depth));
+    result.reserve(std::min(size(), scene::kMaxSceneValues));
+    for (std::size_t i = 0; i < size(); ++i) {
+      const auto held =
+          py::reinterpret_borrow<py::object>(PySequence_Fast_GET_ITEM(sequence, static_cast<Py_ssize_t>(i)));
+      result.push_back(convert(held, place.child(i), depth));
+    }
     return result;
   }
 
-  JsonObject members(const py::handle& value, const JsonPath& place, std::size_t depth) {
-    // What is read of a value may change the dict.
-    const auto copy = py::reinterpret_steal<py::list>(PyDict_Items(value.ptr()));
-    if (!copy) throw py::error_already_set();
+  JsonObject members(PyObject* dict, const JsonPath& place, std::size_t depth) {
     JsonObject result;
-    result.reserve(copy.size());
-    for (const py::handle& item : copy) {
-      PyObject* const key = PyTuple_GET_ITEM(item.ptr(), 0);
-      const py::handle held = PyTuple_GET_ITEM(item.ptr(), 1);
+    result.reserve(static_cast<std::size_t>(PyDict_GET_SIZE(dict)));
+    PyObject* key = nullptr;
+    PyObject* value = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(dict, &position, &key, &value) != 0;) {
+      const auto heldKey = py::reinterpret_borrow<py::object>(key);
+      const auto held = py::reinterpret_borrow<py::object>(value);
       if (!PyUnicode_Check(key))
         stop(place.text(), std::string("a key that is ") + Py_TYPE(key)->tp_name + " found; allowed: text");
-      const std::string name = text(key, place);
+      std::string name = text(key, place);
       if (name == "image" && py::isinstance<Picture>(held)) {
-        if (PyDict_GetItemString(value.ptr(), "path"))
+        if (PyDict_GetItemString(dict, "path"))
           stop(place.child(name).text(), "the object has a path, too; allowed: one of both");
         pictures_.push_back(held.cast<std::shared_ptr<Picture>>());
         result.push_back({"path", {pictures_.back()->name, count_++}});
         continue;
       }
       JsonValue member = convert(held, place.child(name), depth);
-      result.push_back({name, std::move(member)});
+      result.push_back({std::move(name), std::move(member)});
     }
     return result;
   }

@@ -164,7 +164,11 @@ py::object memoryOf(const py::array& array) {
 }  // namespace
 
 void addFiles(py::module_& module) {
-  py::class_<Picture, std::shared_ptr<Picture>>(module, "Picture")
+  py::class_<Picture, std::shared_ptr<Picture>>(
+      module, "Picture",
+      "A picture in memory for scenes to show: a copy of an array of "
+      "float32 (height, width, 3), finite, which stays as it is. Arrays "
+      "that are put into a scene become one.")
       .def(py::init(&makePicture), py::arg("array"))
       .def_readonly("name", &Picture::name)
       .def_property_readonly("width", [](const Picture& picture) { return picture.map->width; })

@@ -21,6 +21,8 @@ from .errors import (
     SceneError,
     SettingError,
 )
+from .batch import Result, Results, batch, generate
+from .jobs import sweep
 from .maps import Map, directions, info, preview, random_directions, read, solid_angles, tone_map, write
 from .scene import Scene
 from .session import Session, paint
@@ -36,18 +38,23 @@ __all__ = [
     "PainterError",
     "Picture",
     "Problem",
+    "Result",
+    "Results",
     "Scene",
     "SceneError",
     "Session",
     "SettingError",
     "__version__",
+    "batch",
     "directions",
+    "generate",
     "info",
     "paint",
     "preview",
     "random_directions",
     "read",
     "solid_angles",
+    "sweep",
     "tone_map",
     "write",
 ]

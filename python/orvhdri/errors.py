@@ -37,6 +37,11 @@ class SceneError(Error, ValueError):
             Problem(path or "scene", line or None, column or None, text) for path, line, column, text, _ in found
         ]
 
+    @classmethod
+    def joined(cls, errors: "Sequence[SceneError]") -> "SceneError":
+        """Several in one."""
+        return cls([found for error in errors for found in error._found])
+
     def __reduce__(self):
         return type(self), (self._found,)
 

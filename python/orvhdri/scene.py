@@ -173,9 +173,7 @@ class Scene(Object):
         :return: a line for each picture that is not there.
         :raises SceneError: with everything that is wrong in it.
         """
-        lines = _core.check(self, self._name, self._folder)
-        known = {picture.name for picture in _pictures(self)}
-        return [line for line in lines if not any(line.endswith(f"there is no file {name}") for name in known)]
+        return _core.check(self, self._name, self._folder)
 
     def set(self, path: str, value: Any) -> None:
         """Changes a value as ``orvpaint --set`` does: ``scene.set("pins.key.fill.brightness", 12)``. Objects that are

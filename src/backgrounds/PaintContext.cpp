@@ -1,7 +1,9 @@
 #include "backgrounds/PaintContext.h"
 
+#include "backgrounds/optional_operations.h"
 #include "host/orvLog.h"
 #include "host/orvProgress.h"
+#include "maps/StopCheck.h"
 
 namespace orv::hdri::blockedAVX2 {
 
@@ -17,9 +19,17 @@ void PaintContext::progressFraction(float a, float b) const {
   if (scene) orv_progress_add(scene, a / b);
 }
 
+void PaintContext::tellFallback(std::int32_t pin) const {
+  if (optionalOperations().fallback) optionalOperations().fallback(scene, pin);
+}
+
 ImageHandle PaintContext::loadImage(const std::string& path) const {
   orvImage* image = orv_image_load(scene, path.c_str(), orvTexture_profile::environment, true, nullptr);
-  if (!image) orv_critical("Failed to find image '%s' used environment painter\n", path.c_str());
+  if (!image) {
+    // A host that was told to stop gives no image, which is no failure.
+    StopCheck::ask();
+    orv_critical("Failed to find image '%s' used environment painter\n", path.c_str());
+  }
   return ImageHandle(image, {scene});
 }
 

@@ -31,7 +31,12 @@ struct PaintContext {
   /// Advances the phase by a / b.
   void progressFraction(float a, float b) const;
 
+  /// Tells the host, if it wants to know, that a plain color is painted in place of what was asked for.
+  /// @param pin its place in the list; -1: the background.
+  void tellFallback(std::int32_t pin) const;
+
   /// Loads an image through the host. @return null, after a line in the host's log, when it is not found.
+  /// @throws LoopStopped when the paint under way is cancelled.
   ImageHandle loadImage(const std::string& path) const;
 };
 

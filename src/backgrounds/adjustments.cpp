@@ -34,24 +34,11 @@ float magnitude(const BlockedMap& map) {
   return horizontalMax(reduceOverRows(map.height(), zero8(), add, larger));
 }
 
-/// Divides by four, while it lives, a map so large that sums of its pixels would overflow.
-class Headroom {
- public:
-  Headroom(BlockedMap& map, float maximum, bool canBeNegative) : map_(map) {
-    if (map.empty()) return;
-    quartered_ = (canBeNegative ? magnitude(map) : maximum) > kMost / 4;
-    if (quartered_) scale(map, 0.25f);
-  }
-  ~Headroom() {
-    if (quartered_) scale(map_, 4.0f);
-  }
-  Headroom(const Headroom&) = delete;
-  Headroom& operator=(const Headroom&) = delete;
-
- private:
-  BlockedMap& map_;
-  bool quartered_ = false;
-};
+/// Whether sums of a map's pixels would overflow.
+bool needsHeadroom(const BlockedMap& map, float maximum, bool canBeNegative) {
+  if (map.empty()) return false;
+  return (canBeNegative ? magnitude(map) : maximum) > kMost / 4;
+}
 
 }  // namespace
 
@@ -62,7 +49,8 @@ void applyAdjustments(MapBackground& background, const PaintContext& context, fl
   BlurSettings blurSettings(context.blurAmount);
   if (blurSettings.amount() > 0.0f) {
     context.progressText("Blur");
-    const Headroom headroom(map, maximum, background.canBeNegative());
+    const bool quartered = needsHeadroom(map, maximum, background.canBeNegative());
+    if (quartered) scale(map, 0.25f);
     if (context.blurOnSphere) {
       const double columnAngle = 2.0 * std::numbers::pi / map.width();
       if (blurSettings.reachesNeighbours(map.width()))
@@ -70,6 +58,7 @@ void applyAdjustments(MapBackground& background, const PaintContext& context, fl
     } else if (blurSettings.makeKernel(map.width(), map.height(), maximum)) {
       blur(map, blurSettings, context);
     }
+    if (quartered) scale(map, 4.0f);
   }
 
   // Fills that show the background bring their own rotation: the copy is taken before the map is rotated.

@@ -9,12 +9,15 @@
 
 #include <cstdint>
 
+#include "maps/StopCheck.h"
+
 #if defined(__SANITIZE_THREAD__)
 #include <sanitizer/tsan_interface.h>
 #endif
 
 // The parallel loops over rows, for the painter and for hosts. Each has a context of its own, which a host's
-// cancelled task group does not reach, so that all rows are run. A body is isolated: while it waits inside
+// cancelled task group does not reach, so that all rows are run unless the thread's StopCheck says that they
+// are not wanted, which ends the loop with LoopStopped. A body is isolated: while it waits inside
 // oneTBB, in an operation of the host say, its thread runs no other row of the loop, so that what belongs to
 // a thread belongs to a row while it is painted.
 namespace orv {
@@ -63,8 +66,10 @@ class LoopOrder {
 template <typename Body>
 void forEachRow(std::uint32_t end, std::uint32_t step, const Body& body) {
   tbb::task_group_context context(tbb::task_group_context::isolated);
+  const StopCheck* const check = StopCheck::current();
   const auto run = [&](std::uint32_t y) {
     const LoopOrder::Body order;
+    StopCheck::ask(check);
     tbb::this_task_arena::isolate([&] { body(y); });
   };
   const LoopOrder order;
@@ -76,10 +81,14 @@ void forEachRow(std::uint32_t end, std::uint32_t step, const Body& body) {
 template <typename Value, typename Body, typename Join>
 Value reduceOverRows(std::uint32_t end, const Value& start, const Body& body, const Join& join) {
   tbb::task_group_context context(tbb::task_group_context::isolated);
+  const StopCheck* const check = StopCheck::current();
   const auto run = [&](const tbb::blocked_range<std::uint32_t>& range, Value value) {
     const LoopOrder::Body order;
     tbb::this_task_arena::isolate([&] {
-      for (std::uint32_t y = range.begin(); y != range.end(); ++y) body(y, value);
+      for (std::uint32_t y = range.begin(); y != range.end(); ++y) {
+        StopCheck::ask(check);
+        body(y, value);
+      }
     });
     return value;
   };

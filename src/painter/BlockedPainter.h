@@ -51,6 +51,8 @@ class BlockedPainter final : public IPainter, public AlignedObject {
   bool installSunSky(const SunSkyBrush& brush);
   float softEdgeWidth() const;
   bool addPin(std::unique_ptr<PinShape> shape, const Brush& fill, bool rectangular);
+  /// The map of `paint`. @throws std::length_error, std::bad_alloc; LoopStopped when the host cancels it.
+  std::shared_ptr<EnvImage> paintAll();
   /// Prepares the background, or a white one in its place. @throws std::length_error, std::bad_alloc.
   void prepareBackground();
 

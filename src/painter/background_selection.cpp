@@ -60,6 +60,7 @@ bool BlockedPainter::installSunSky(const SunSkyBrush& brush) {
   }
   // A missing sky shows as a red map rather than as a silent failure.
   orv_critical("No skylight api found\n");
+  context_.tellFallback(-1);
   const ColorBrush red(1.0f, 0.0f, 0.0f);
   install<ColorBackground>(red);
   return false;
@@ -68,6 +69,7 @@ bool BlockedPainter::installSunSky(const SunSkyBrush& brush) {
 void BlockedPainter::prepareBackground() {
   if (background_->prepare(context_)) return;
   orv_critical("Background painting failed, using white instead\n");
+  context_.tellFallback(-1);
   const ColorBrush white(1.0f, 1.0f, 1.0f);
   install<ColorBackground>(white);
   background_->prepare(context_);

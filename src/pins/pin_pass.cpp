@@ -2,6 +2,7 @@
 
 #include <tbb/enumerable_thread_specific.h>
 
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <utility>
@@ -27,8 +28,11 @@ class PreparedFills {
   }
 
   void prepare(const PaintContext& context, const BackgroundSource& background) {
+    std::int32_t index = -1;
     for (const std::unique_ptr<Pin>& pin : pins_) {
+      ++index;
       if (pin->fill->prepare(context, background)) continue;
+      context.tellFallback(index);
       std::unique_ptr<PinFill> red = makeRedFill();
       if (!red) throw std::bad_alloc();
       pin->fill = std::move(red);

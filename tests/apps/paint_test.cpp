@@ -13,6 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
 
 constexpr const char* kAllOutputs[] = {"a.exr", "a.hdr", "a.pfm", "a.tif", "a.png", "a.jpg"};
@@ -56,7 +57,7 @@ Pfm readPfm(const std::string& path) {
 }
 
 TEST_F(PaintTest, PaintsTheColorOfTheScene) {
-  const Outcome run = paint({"-o", folder_ / "a.pfm"});
+  const Outcome run = paint({"-o", folder_ / "a.pfm", "-q"});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, "");
@@ -85,7 +86,7 @@ constexpr const char* kMiddleScene =
 
 TEST_F(PaintTest, TurnsEveryOutputIntoTheLayout) {
   scene_ = folder_.put("s.json", kMiddleScene);
-  const Outcome run = paint({"--layout", "mitsuba", "-o", folder_ / "a.pfm", "-o", folder_ / "b.pfm"});
+  const Outcome run = paint({"-q", "--layout", "mitsuba", "-o", folder_ / "a.pfm", "-o", folder_ / "b.pfm"});
   EXPECT_EQ(run.status, 0) << run.err;
   EXPECT_EQ(run.err, "");
   const Pfm pfm = readPfm(folder_ / "a.pfm");
@@ -97,9 +98,9 @@ TEST_F(PaintTest, TurnsEveryOutputIntoTheLayout) {
 TEST_F(PaintTest, TellsWhereALayoutHasToPartColumns) {
   const Outcome run = paint({"--layout", "usd", "--size", "66x32", "-o", folder_ / "a.pfm"});
   EXPECT_EQ(run.status, 0);
-  EXPECT_EQ(run.err,
-            "orvpaint: --layout usd: the columns are interpolated, because the width 66 is not a "
-            "multiple of 4\n");
+  EXPECT_THAT(run.err,
+              StartsWith("orvpaint: --layout usd: the columns are interpolated, because the width 66 "
+                         "is not a multiple of 4\n"));
   EXPECT_EQ(paint({"--layout", "usd", "--size", "66x32", "-q", "-o", folder_ / "a.pfm"}).err, "");
 }
 
@@ -409,7 +410,8 @@ TEST_F(PaintTest, AnInterruptThatIsIgnoredStaysIgnored) {
 
 TEST_F(PaintTest, WithoutTheModuleOfOpenImageIoOnlyItsFormatsFail) {
   // The host alone in a folder, which the loader looks through first.
-  fs::copy_file(ORVHDRI_BINARY_DIR "/lib/liborvrender.so", folder_ / "liborvrender.so");
+  fs::copy_file(ORVHDRI_BINARY_DIR "/lib/liborvrender.so.0", folder_ / "liborvrender.so.0");
+  fs::create_symlink("liborvrender.so.0", folder_ / "liborvrender.so");
   const std::string path = folder_ / "";
   const auto alone = [&] { ::setenv("LD_LIBRARY_PATH", path.c_str(), 1); };
   const Outcome exr = Program({"paint", scene_, "-q", "-o", folder_ / "a.exr"}).prepared(alone).run();

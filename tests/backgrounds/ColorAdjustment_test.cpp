@@ -85,6 +85,11 @@ TEST(ColorAdjustment, TheProductOfBrightnessAndTintDecidesWhetherToScale) {
                    .scaleOn());
 }
 
+TEST(ColorAdjustment, ABrightnessThatTheTintUndoesIsAScaleStill) {
+  EXPECT_TRUE(
+      ColorAdjustment({.brightness = 2, .tintRed = 0.5f, .tintGreen = 0.5f, .tintBlue = 0.5f}).scaleOn());
+}
+
 TEST(ColorAdjustment, AScaleThatOverflowsGivesTheLargestFiniteFloat) {
   constexpr float kMost = std::numeric_limits<float>::max();
   Block block{};
@@ -121,6 +126,10 @@ TEST(ColorAdjustment, ValuesWithin1e5OfNeutralCountAsNeutral) {
 TEST(ColorAdjustment, GammaNotAboveZeroCountsAsOne) {
   for (float gamma : {0.0f, -2.0f, std::numeric_limits<float>::quiet_NaN()})
     EXPECT_FALSE(ColorAdjustment(Adjustments{.gamma = gamma}).active()) << gamma;
+}
+
+TEST(ColorAdjustment, ASaturationThatIsNotANumberCountsAsNone) {
+  EXPECT_FALSE(ColorAdjustment(Adjustments{.saturation = std::numeric_limits<float>::quiet_NaN()}).active());
 }
 
 TEST(ColorAdjustment, ANegativeHueShiftCountsAsNone) {

@@ -92,6 +92,36 @@ TEST(InterleavedMap, BatchesHaveTheBitsOfOneBlockAtATime) {
   }
 }
 
+/// The channels of a block, red first.
+float* channelOf(Block& block, int channel) {
+  float* const channels[] = {block.r, block.g, block.b};
+  return channels[channel];
+}
+
+TEST(InterleavedMap, BetweenTheLargestAndItsNegativeLiesZeroWhereverTheyStand) {
+  constexpr float kMost = std::numeric_limits<float>::max();
+  constexpr std::uint32_t kWidth = 17, kHeight = 3;
+  for (int channel = 0; channel < 3; ++channel)
+    for (std::uint32_t y = 0; y < kHeight; ++y)
+      for (std::uint32_t x = 0; x + 1 < kWidth; ++x) {
+        BlockedMap map(kWidth, kHeight);
+        for (std::uint32_t row = 0; row < kHeight; ++row)
+          for (Block& block : map.row(row)) block = {};
+        channelOf(map.row(y)[x / 8], channel)[x % 8] = kMost;
+        channelOf(map.row(y)[(x + 1) / 8], channel)[(x + 1) % 8] = -kMost;
+        Block out = sample(map, (static_cast<float>(x) + 0.5f) / 16.0f, static_cast<float>(y) / 2.0f);
+        EXPECT_EQ(channelOf(out, channel)[0], 0.0f) << channel << " at " << x << ", " << y;
+      }
+}
+
+TEST(InterleavedMap, BesideTheLargestFloatTheLastColumnIsItself) {
+  BlockedMap map = ramp(17, 3);
+  map.row(0)[0].r[0] = std::numeric_limits<float>::max();
+  EXPECT_EQ(sample(map, 1, 0).r[0], 16.0f);
+  EXPECT_EQ(sample(map, 1, 1).b[0], 32.0f);
+  EXPECT_EQ(sample(map, 0, 1).g[0], 2.0f);
+}
+
 TEST(InterleavedMap, ASinglePixelIsSeenFromEverywhere) {
   BlockedMap map(1, 1);
   for (float& x : map.row(0)[0].r) x = 5;

@@ -123,6 +123,16 @@ TEST(BlurKernel, ASigmaThatReachesNoNeighbourMakesNone) {
   EXPECT_FALSE(denormal.makeKernel(64, 32, 1));
 }
 
+TEST(BlurKernel, OfAMapOfOneColumnOrRowIsItsCentre) {
+  // Sigmas of 0.5 and 5 pixels.
+  for (const auto& [width, height, amount] : {std::tuple{1u, 5u, 100.0f}, {100u, 1u, 10.0f}}) {
+    BlurSettings settings(amount);
+    EXPECT_TRUE(settings.makeKernel(width, height, 1));
+    ASSERT_EQ(settings.kernel().size(), 1u);
+    EXPECT_EQ(settings.kernel()[0], 1.0f);
+  }
+}
+
 TEST(BlurKernel, AnEmptyMapMakesNone) {
   BlurSettings settings(10);
   EXPECT_FALSE(settings.makeKernel(0, 5, 1));

@@ -13,9 +13,11 @@ Called by `./dev mutate`, from the root of the tree. Exit status 1 when under 97
 import argparse
 import concurrent.futures
 import dataclasses
+import hashlib
 import json
 import os
 import pathlib
+import pickle
 import random
 import re
 import shutil
@@ -51,6 +53,10 @@ class Mutant:
     new: str
     statement: bool = False  # leave out a statement rather than choose between two expressions
     number: int = 0
+
+    @property
+    def place(self):
+        return self.file, self.start, self.end, self.new
 
     @property
     def key(self):
@@ -152,10 +158,30 @@ class Sites:
                              statement=True)
 
 
-def find_sites(flags):
+class Known:
+    """What does not change while src/ does not, kept from run to run: the sites, and which do not compile."""
+
+    def __init__(self, sources):
+        self.path = OUT / "known.pickle"
+        self.digest = hashlib.sha256(repr(sorted(sources.items())).encode()).hexdigest()
+        self.sites, self.left_out = None, set()
+        if self.path.exists():
+            digest, sites, left_out = pickle.loads(self.path.read_bytes())
+            if digest == self.digest:
+                self.sites, self.left_out = sites, left_out
+
+    def keep(self):
+        OUT.mkdir(parents=True, exist_ok=True)
+        self.path.write_bytes(pickle.dumps((self.digest, self.sites, self.left_out)))
+
+
+def read_sources():
     files = subprocess.run(["git", "ls-files", "src"], capture_output=True, text=True, check=True).stdout.split()
-    sources = {f: (ROOT / f).read_bytes() for f in files
-               if f.endswith((".h", ".cpp")) and f.split("/")[1] in FOLDERS}
+    return {f: (ROOT / f).read_bytes() for f in files
+            if f.endswith((".h", ".cpp")) and f.split("/")[1] in FOLDERS}
+
+
+def find_sites(sources, flags):
     cl.Config.set_library_file("/usr/lib/llvm-14/lib/libclang.so.1")
     index, sites = cl.Index.create(), Sites(sources)
     for file in sources:
@@ -165,7 +191,7 @@ def find_sites(flags):
             if bad:
                 sys.exit(f"{file}: {bad[0]}")
             sites.visit(unit.cursor, False)
-    return sites
+    return list(sites.found.values())
 
 
 def read_named(path, sources):
@@ -245,13 +271,13 @@ def lines_of(mutants, sources):
     return table
 
 
-def build(mutants, sources, targets):
+def build(mutants, sources, targets, known):
     """Builds the copy, leaving out mutants that do not compile. Returns those that are in."""
     switch = OUT / "mutant.h"
-    switch.write_text("#pragma once\n#include <cstdlib>\n"
-                      "static const int orvMutant = std::getenv(\"ORVHDRI_MUTANT\") ? "
-                      "std::atoi(std::getenv(\"ORVHDRI_MUTANT\")) : 0;\n")
-    write_tree([], sources)
+    text = ("#pragma once\n#include <cstdlib>\nstatic const int orvMutant = std::getenv(\"ORVHDRI_MUTANT\") ? "
+            "std::atoi(std::getenv(\"ORVHDRI_MUTANT\")) : 0;\n")
+    if not switch.exists() or switch.read_text() != text:
+        switch.write_text(text)
     configure = ["cmake", "-S", str(COPY), "-B", str(BUILD), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
                  "-DCMAKE_CXX_COMPILER=clang++-14", f"-DCMAKE_CXX_FLAGS=-O2 -w -Wno-error -include {switch}",
                  "-DCMAKE_CXX_FLAGS_RELEASE=-O2"]
@@ -279,19 +305,52 @@ def build(mutants, sources, targets):
         bad.update(id(m) for m in mutants if m.number in named)
         if not bad:
             sys.exit(run.stdout[-6000:] + run.stderr[-2000:])
+        known.left_out |= {m.place for m in mutants if id(m) in bad}
+        known.keep()
         mutants = [m for m in mutants if id(m) not in bad]
         print(f"left out {len(bad)} that do not compile behind a switch; {len(mutants)} remain", flush=True)
     sys.exit("the mutated tree does not build")
 
 
-def run_one(mutant, limits):
+@dataclasses.dataclass
+class Part:
+    """Some tests of a program: most mutants fail a quick one, so the slow ones of all programs come last."""
+    program: str
+    filter: str
+    seconds: float
+
+
+def measure():
+    """The parts of all programs in the order in which they are run; every test passes without a mutant."""
+    quick, slow = [], []
+    for program in PROGRAMS:
+        times = OUT / f"{program}.json"
+        start = time.time()
+        base = subprocess.run([str(BUILD / "bin" / f"{program}_test"), "--gtest_brief=1", f"--gtest_output=json:{times}"],
+                              capture_output=True, text=True, cwd=BUILD)
+        if base.returncode:
+            sys.exit(f"{program}_test fails without a mutant:\n{base.stdout[-3000:]}")
+        seconds = time.time() - start
+        lasting = [f"{suite['name']}.{test['name']}" for suite in json.loads(times.read_text())["testsuites"]
+                   for test in suite["testsuite"] if float(test["time"].rstrip("s")) > 0.25]
+        quick.append(Part(program, "-" + ":".join(lasting), seconds))
+        # The slow ones of scene are of sessions, previews and pins' sizes: they find what the others do.
+        if lasting and program != "scene":
+            slow.append(Part(program, ":".join(lasting), seconds))
+        print(f"{program}_test: {seconds:.1f} s, {len(lasting)} slow tests", flush=True)
+    return quick + slow
+
+
+def run_one(mutant, parts):
     """The program that fails with this mutant and how, or None."""
     own = mutant.file.split("/")[1]
     environment = {**os.environ, "ORVHDRI_MUTANT": str(mutant.number), "GTEST_BRIEF": "1", "GTEST_FAIL_FAST": "1"}
-    for program in [own] + [p for p in PROGRAMS if p != own]:
+    is_slow = lambda part: not part.filter.startswith("-")
+    for part in sorted(parts, key=lambda part: (is_slow(part), part.program != own)):
+        program = part.program
         try:
-            run = subprocess.run([str(BUILD / "bin" / f"{program}_test")], env=environment, capture_output=True,
-                                 timeout=limits[program], cwd=BUILD)
+            run = subprocess.run([str(BUILD / "bin" / f"{program}_test"), f"--gtest_filter={part.filter}"],
+                                 env=environment, capture_output=True, timeout=20 + 8 * part.seconds, cwd=BUILD)
         except subprocess.TimeoutExpired:
             return program, "hangs"
         if run.returncode < 0:
@@ -326,40 +385,39 @@ def main():
     include = pathlib.Path("/usr/lib/llvm-14/lib/clang/14.0.6/include")
     if include.exists():
         flags.append(f"-isystem{include}")
-    sites = find_sites(flags)
-    found = list(sites.found.values())
-    named = [m for m in read_named(ROOT / "tests/mutation/named.txt", sites.sources)]
-    mutants = [m for m in draw(found, given.count, given.seed, named) if re.search(given.only, m.key)]
+    sources = read_sources()
+    known = Known(sources)
+    if known.sites is None:
+        known.sites = find_sites(sources, flags)
+        known.keep()
+    found = known.sites
+    named = [m for m in read_named(ROOT / "tests/mutation/named.txt", sources)]
+    mutants = [m for m in draw(found, given.count, given.seed, named)
+               if re.search(given.only, m.key) and m.place not in known.left_out]
     print(f"{len(found)} sites; {len(mutants)} mutants drawn with seed {given.seed}, {len(named)} of all named",
           flush=True)
 
     COPY.mkdir(parents=True, exist_ok=True)
+    for stale in COPY.rglob("*"):
+        if stale.is_file() and not (ROOT / stale.relative_to(COPY)).exists():
+            stale.unlink()
     tracked = subprocess.run(["git", "ls-files"], capture_output=True, text=True, check=True).stdout.split("\n")
     for name in filter(None, tracked):
         if not (ROOT / name).is_file():
             continue
         target = COPY / name
-        if name in sites.sources:
-            if target.exists():
-                continue
+        if name in sources and target.exists():
+            continue
         target.parent.mkdir(parents=True, exist_ok=True)
         if not target.exists() or target.read_bytes() != (ROOT / name).read_bytes():
             shutil.copy2(ROOT / name, target)
     targets = [f"{p}_test" for p in PROGRAMS]
-    mutants = build(mutants, sites.sources, targets)
+    mutants = build(mutants, sources, targets, known)
 
-    limits, begin = {}, time.time()
-    for program in PROGRAMS:
-        start = time.time()
-        base = subprocess.run([str(BUILD / "bin" / f"{program}_test"), "--gtest_brief=1"], capture_output=True, text=True,
-                              cwd=BUILD)
-        if base.returncode:
-            sys.exit(f"{program}_test fails without a mutant:\n{base.stdout[-3000:]}")
-        limits[program] = 20 + 8 * (time.time() - start)
-
+    begin, parts = time.time(), measure()
     equal, survivors, killed, lines = read_equal(ROOT / "tests/mutation/equal.txt"), [], 0, []
     with concurrent.futures.ThreadPoolExecutor(given.jobs) as pool:
-        for mutant, result in zip(mutants, pool.map(lambda m: run_one(m, limits), mutants)):
+        for mutant, result in zip(mutants, pool.map(lambda m: run_one(m, parts), mutants)):
             where = f"{mutant.number} {mutant.file}:{mutant.line}: {mutant.key.partition(': ')[2]}"
             if result:
                 killed += 1

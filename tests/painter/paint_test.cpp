@@ -72,6 +72,16 @@ TEST_F(Paint, GivesAMapOfTheSizeWithTheBackgroundsPixels) {
   EXPECT_TRUE(painter_->isValid());
 }
 
+TEST_F(Paint, WritesEveryPixelOfARowWhateverItsWidth) {
+  for (int width = 1; width <= 17; ++width) {
+    painter_->setSize(width, 2);
+    painter_->setBackground(ColorBrush(1, 2, 3));
+    const std::shared_ptr<EnvImage> map = painter_->paint();
+    ASSERT_EQ(map->pixels.size(), 2 * static_cast<std::size_t>(width));
+    for (const Rgb& pixel : map->pixels) EXPECT_TRUE(pixel.r == 1 && pixel.g == 2 && pixel.b == 3) << width;
+  }
+}
+
 TEST_F(Paint, OfZeroSizeRunsTheBackgroundAndIsEmpty) {
   painter_->setSize(0, 0);
   painter_->setBackground(ColorBrush(1, 1, 1));

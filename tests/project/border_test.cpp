@@ -32,13 +32,15 @@ std::set<std::string> listed(const std::string& name) {
   return lines(in);
 }
 
-/// The names that `nm` prints with the given options, without addresses, types and versions.
-std::set<std::string> symbols(const std::string& options) {
-  std::istringstream in(output("nm -D -C " + options + " " ORVHDRI_BINARY_DIR "/lib/liborvhdri_avx2.so"));
+/// The names that `nm` prints with the given options, without addresses, types and versions; of one type
+/// where it is given.
+std::set<std::string> symbols(const std::string& options, char type = 0,
+                              const std::string& library = "liborvhdri_avx2.so") {
+  std::istringstream in(output("nm -D -C " + options + " " ORVHDRI_BINARY_DIR "/lib/" + library));
   std::set<std::string> out;
   for (std::string line; std::getline(in, line);) {
     // "0000000000001234 T name" or "                 U name@VERSION".
-    if (line.size() < 20) continue;
+    if (line.size() < 20 || (type && line[17] != type)) continue;
     std::string name = line.substr(19);
     name = name.substr(0, name.find('@'));
     out.insert(name);
@@ -48,11 +50,24 @@ std::set<std::string> symbols(const std::string& options) {
 
 TEST(Border, ExportsAreExactlyTheList) { EXPECT_EQ(symbols("--defined-only"), listed("exports.txt")); }
 
-TEST(Border, HostOperationsAreExactlyTheList) {
+TEST(Border, TheHostGivesOutExactlyTheList) {
+  EXPECT_EQ(symbols("--defined-only", 0, "liborvrender.so"), listed("host_exports.txt"));
+  EXPECT_THAT(symbols("--defined-only", 0, "liborvrender_images.so"),
+              testing::ElementsAre("orv_image_module_entry"));
+}
+
+std::set<std::string> hostOperations(char type) {
   std::set<std::string> host;
-  for (const std::string& name : symbols("--undefined-only"))
+  for (const std::string& name : symbols("--undefined-only", type))
     if (name.starts_with("orv")) host.insert(name);
-  EXPECT_EQ(host, listed("imports.txt"));
+  return host;
+}
+
+TEST(Border, HostOperationsAreExactlyTheList) { EXPECT_EQ(hostOperations('U'), listed("imports.txt")); }
+
+// Weak: the library is loaded without them.
+TEST(Border, OperationsThatAHostMayLeaveOutAreExactlyTheList) {
+  EXPECT_EQ(hostOperations('w'), listed("optional_imports.txt"));
 }
 
 TEST(Border, NeedsNoLibraryButTheHostOneTBBAndTheRuntimes) {

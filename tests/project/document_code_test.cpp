@@ -10,32 +10,16 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include "documents.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-const fs::path kSource = ORVHDRI_SOURCE_DIR;
-
-/// The blocks of a document that are marked as C++.
-std::vector<std::string> blocksOf(const fs::path& document) {
-  std::vector<std::string> blocks;
-  std::ifstream in(document);
-  bool inside = false;
-  for (std::string line; std::getline(in, line);) {
-    if (line == "```cpp") {
-      inside = true;
-      blocks.emplace_back();
-    } else if (line == "```") {
-      inside = false;
-    } else if (inside) {
-      blocks.back() += line + "\n";
-    }
-  }
-  return blocks;
-}
+using documents::kSource;
 
 /// A source file that holds the block.
 std::string sourceOf(const std::string& block) {
@@ -78,22 +62,24 @@ class DocumentCode : public testing::Test {
   fs::path folder_;
 };
 
-TEST_F(DocumentCode, OfTheReadmeCompiles) {
-  const std::vector<std::string> blocks = blocksOf(kSource / "README.md");
+TEST_F(DocumentCode, OfTheReadmeIsAWholeProgram) {
+  const std::vector<std::string> blocks = documents::blocksOf(kSource / "README.md", "cpp");
   EXPECT_FALSE(blocks.empty());
-  for (const std::string& block : blocks) {
-    EXPECT_NE(block.find("int main("), std::string::npos) << "a whole program";
-    EXPECT_EQ(complaints(block), "");
-  }
+  for (const std::string& block : blocks) EXPECT_NE(block.find("int main("), std::string::npos);
+}
+
+TEST_F(DocumentCode, OfTheHostsGuideIsTheMinimalHost) {
+  const std::vector<std::string> blocks = documents::blocksOf(kSource / "docs/embedding.md", "cpp");
+  ASSERT_FALSE(blocks.empty());
+  EXPECT_EQ(blocks.front(), documents::textOf(kSource / "examples/minimal_host/main.cpp"));
 }
 
 TEST_F(DocumentCode, OfThePagesCompiles) {
   std::size_t blocks = 0;
-  for (const auto& page : fs::directory_iterator(kSource / "docs")) {
-    if (page.path().extension() != ".md") continue;
-    for (const std::string& block : blocksOf(page.path())) {
+  for (const fs::path& page : documents::pages()) {
+    for (const std::string& block : documents::blocksOf(page, "cpp")) {
       ++blocks;
-      EXPECT_EQ(complaints(block), "") << page.path();
+      EXPECT_EQ(complaints(block), "") << page;
     }
   }
   EXPECT_GT(blocks, 1u);

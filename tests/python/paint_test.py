@@ -229,3 +229,132 @@ def test_a_dict_is_painted_as_its_file_is(here, examples, orvpaint):
         subprocess.run([orvpaint, "paint", path, "--size", "64x32", "-o", "a.pfm"], check=True)
         orv.write(orv.paint(orv.Scene.load(path), size=(64, 32)), "b.pfm")
         assert (here / "a.pfm").read_bytes() == (here / "b.pfm").read_bytes(), path
+
+
+def image_scene(array, **more):
+    return {"version": 1, "background": {"type": "image", "image": array, **more}}
+
+
+def test_an_array_is_a_background_as_its_file_is(here, examples):
+    sky = orv.read(examples / "venice.exr")
+    orv.write(sky, "sky.exr")
+    for more in ({}, {"blur": 20}, {"brightness": 2, "rotation": {"azimuth": 30}}):
+        shown = orv.paint(image_scene(sky, **more), size=(128, 64))
+        of_file = {"version": 1, "background": {"type": "image", "path": "sky.exr", **more}}
+        assert shown.tobytes() == orv.paint(of_file, size=(128, 64)).tobytes()
+
+
+def test_an_array_of_any_strides_is_a_background(lamp):
+    sky = orv.paint(lamp, size=(64, 32))
+    turned = orv.Scene(image_scene(sky[:, ::-1]))
+    assert np.array_equal(orv.paint(turned, size=(64, 32)), sky[:, ::-1])
+
+
+def test_an_array_that_changes_later_does_not_change_the_scene(lamp):
+    sky = orv.paint(lamp, size=(64, 32))
+    kept = sky.copy()
+    scene = orv.Scene(image_scene(sky))
+    sky[:] = 9
+    with orv.Session() as session:
+        assert np.array_equal(session.paint(scene, size=(64, 32)), kept)
+        scene["background"]["image"] = sky
+        assert np.all(session.paint(scene, size=(64, 32)) == 9)
+
+
+def test_an_array_is_a_fill_of_a_pin(lamp):
+    lamp["pins"][0]["fill"] = {"type": "image", "image": np.full((8, 16, 3), 3, np.float32)}
+    assert orv.paint(lamp)[64, 128] == pytest.approx((3, 3, 3))
+
+
+def test_arrays_of_many_scenes_do_not_pile_up(lamp):
+    sky = np.ones((512, 1024, 3), np.float32)
+    with orv.Session() as session:
+        session.paint(image_scene(sky), size=(64, 32))
+        before = resident()
+        for i in range(40):
+            sky[:] = i
+            assert session.paint(image_scene(sky), size=(64, 32))[0, 0, 0] == i
+        assert resident() - before < 20 * sky.nbytes
+
+
+def resident():
+    with open("/proc/self/statm") as file:
+        return int(file.read().split()[1]) * 4096
+
+
+@pytest.mark.parametrize("value", [np.nan, np.inf, -np.inf])
+def test_an_array_that_is_not_finite_is_refused(value):
+    sky = np.ones((8, 16, 3), np.float32)
+    sky[2, 5, 1] = value
+    with pytest.raises(ValueError, match="image: the pixel in row 2, column 5 is not finite"):
+        orv.Scene(image_scene(sky))
+
+
+@pytest.mark.parametrize("sky", [np.ones((8, 16, 3)), np.ones((8, 16, 3), np.uint8), np.ones((8, 16), np.float32),
+                                 np.ones((0, 16, 3), np.float32)])
+def test_an_array_that_is_no_map_is_refused(sky):
+    with pytest.raises((TypeError, ValueError), match="image: an array of "):
+        orv.Scene(image_scene(sky))
+
+
+def test_a_path_beside_an_array_is_refused():
+    with pytest.raises(orv.SceneError, match="background.image: the object has a path, too"):
+        orv.Scene(image_scene(np.ones((8, 16, 3), np.float32), path="sky.exr"))
+
+
+def test_a_scene_with_an_array_is_changed_by_paths_and_copied(lamp):
+    scene = orv.Scene(image_scene(np.ones((8, 16, 3), np.float32)))
+    scene.set("background.brightness", 4)
+    other = scene.copy()
+    assert isinstance(other["background"]["image"], orv.Picture)
+    assert np.all(orv.paint(other, size=(16, 8)) == 4)
+
+
+def test_a_scene_with_an_array_is_not_saved(here):
+    with pytest.raises(orv.SceneError, match="an array as a picture found"):
+        orv.Scene(image_scene(np.ones((8, 16, 3), np.float32))).save("scene.json")
+    assert list(here.iterdir()) == []
+
+
+SLOW = """
+import signal, sys, threading, time, os
+import orvhdri as orv
+scene = orv.Scene({"version": 1, "background": {"type": "sunSky", "blur": 30}})
+wanted = orv.paint(scene, size=(2048, 1024)).tobytes()
+threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT)).start()
+%s
+"""
+
+
+def test_ctrl_c_cancels_a_paint():
+    script = SLOW % """
+start = time.monotonic()
+try:
+    while True:
+        orv.paint(scene, size=(8192, 4096))
+except KeyboardInterrupt:
+    print("interrupted")
+print(orv.paint(scene, size=(64, 32)).shape)
+"""
+    said = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=120)
+    assert said.stdout == "interrupted\n(32, 64, 3)\n", said.stderr
+
+
+def test_a_handler_that_lets_an_interrupt_pass_gets_its_map():
+    script = SLOW % """
+heard = []
+signal.signal(signal.SIGINT, lambda *_: heard.append(1))
+while not heard:
+    light = orv.paint(scene, size=(2048, 1024))
+print(heard, light.tobytes() == wanted)
+"""
+    said = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, timeout=120)
+    assert said.stdout == "[1] True\n", said.stderr
+
+
+def test_a_progress_function_can_not_paint_with_its_session(examples):
+    with orv.Session() as session:
+        with pytest.raises(RuntimeError, match="can not paint with the session that it hears of"):
+            session.paint(
+                examples / "studio.json", progress=lambda *_: session.paint(examples / "noon.json"), size=(512, 256)
+            )

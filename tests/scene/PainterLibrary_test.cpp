@@ -1,9 +1,13 @@
 #include "scene/PainterLibrary.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
 
 namespace orv::scene {
 namespace {
@@ -43,6 +47,21 @@ TEST(PainterLibrary, RefusesALibraryThatIsNoPainter) {
 TEST(PainterLibrary, IsFoundBesideTheHostLibrary) {
   const PainterLibrary library;
   EXPECT_TRUE(std::filesystem::equivalent(library.path(), kBuilt));
+}
+
+TEST(PainterLibrary, AnotherFoldersPainterTakesTheHostThatIsLoaded) {
+  namespace fs = std::filesystem;
+  const fs::path folder = fs::temp_directory_path() / ("orvhdri_painter_" + std::to_string(::getpid()));
+  fs::create_directories(folder);
+  for (const char* name : {"liborvhdri_avx2.so", "liborvrender.so"})
+    fs::copy_file(fs::path(ORVHDRI_BINARY_DIR "/lib") / name, folder / name,
+                  fs::copy_options::overwrite_existing);
+  const PainterLibrary library((folder / "liborvhdri_avx2.so").string());
+  std::ifstream maps("/proc/self/maps");
+  const std::string mapped{std::istreambuf_iterator<char>(maps), {}};
+  EXPECT_THAT(mapped, HasSubstr(folder.string() + "/liborvhdri_avx2.so"));
+  EXPECT_THAT(mapped, testing::Not(HasSubstr(folder.string() + "/liborvrender.so")));
+  fs::remove_all(folder);
 }
 
 TEST(PainterLibrary, TakesThePathOfTheEnvironment) {

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +12,7 @@
 
 #include "orvrender/orvHost.h"
 #include "scene/scene_texts.h"
+#include "sweeps/soak.h"
 
 namespace orv::scene {
 namespace {
@@ -183,11 +185,11 @@ class Editor {
   std::mt19937 random_;
 };
 
-TEST(Session, PaintsTheBytesOfFreshPaintsThroughAThousandEdits) {
+TEST(Session, PaintsTheBytesOfFreshPaintsThroughEveryEdit) {
   Session session;
   Editor editor(20);
   std::set<std::size_t> backgrounds;
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 0; i < sweeps::rounds(300, 1000); ++i) {
     editor.edit();
     const PaintOptions options{.folder = kExamples};
     const PaintResult painted = session.paint(editor.scene, options);
@@ -278,6 +280,133 @@ TEST_F(SessionPhases, ASceneThatCanNotBePaintedLeavesTheSessionUsable) {
   const Scene scene = parseScene(withBackground(kWhite, R"(, "sizeFromImage": "none.exr")"), "s.json");
   EXPECT_THROW(session.paint(scene, {.folder = kExamples}), FileError);
   EXPECT_FALSE(session.paint(scene, {.folder = kExamples, .size = MapSize{16, 8}}).fellBack);
+}
+
+/// Pixels that differ everywhere.
+std::vector<float> anyPixels(std::size_t count, float factor) {
+  std::vector<float> rgb(count);
+  for (std::size_t i = 0; i < count; ++i) rgb[i] = factor * static_cast<float>(i % 251);
+  return rgb;
+}
+
+/// Images from memory, beside files with the same pixels.
+class SessionImages : public SessionPhases {
+ protected:
+  void SetUp() override { std::filesystem::create_directories(copies); }
+  void TearDown() override { std::filesystem::remove_all(copies); }
+
+  /// Writes a portable float map, whose rows begin at the bottom.
+  void write(const std::string& name, const std::vector<float>& rgb, int width, int height) const {
+    std::ofstream file(copies / name, std::ios::binary);
+    file << "PF\n" << width << ' ' << height << "\n-1.0\n";
+    const auto row = static_cast<std::size_t>(3 * width);
+    for (auto y = static_cast<std::size_t>(height); y-- > 0;)
+      file.write(reinterpret_cast<const char*>(&rgb[y * row]),
+                 static_cast<std::streamsize>(row * sizeof(float)));
+  }
+
+  PaintResult paint(const std::string& text) {
+    return session.paint(parseScene(text, "s.json"), {.folder = copies.string()});
+  }
+
+  const std::filesystem::path copies =
+      std::filesystem::temp_directory_path() / ("orvhdri_session_" + std::to_string(::getpid()));
+};
+
+TEST_F(SessionImages, FromMemoryPaintWhatTheirFilesPaint) {
+  const std::vector<float> rgb = anyPixels(3 * 60 * 30, 0.01f);
+  write("a.pfm", rgb, 60, 30);
+  session.addImage("memory:a", rgb.data(), 60, 30);
+  const auto scene = [](const std::string& path) {
+    return withBackground(
+        R"({"type": "image", "path": ")" + path +
+            R"(", "blur": 5, "rotation": {"azimuth": 40, "tilt": 20}, "layout": "blender"})",
+        R"(, "size": [96, 48], "pins": [{)" + kCircle + R"(, "fill": {"type": "image", "path": ")" + path +
+            R"("}}])");
+  };
+  const PaintResult ofFile = paint(scene("a.pfm"));
+  const PaintResult ofMemory = paint(scene("memory:a"));
+  EXPECT_THAT(ofMemory.messages, IsEmpty());
+  EXPECT_TRUE(sameBytes(*ofFile.map, *ofMemory.map));
+}
+
+TEST_F(SessionImages, GiveTheMapItsSize) {
+  const std::vector<float> rgb = anyPixels(3 * 20 * 10, 1);
+  session.addImage("memory:a", rgb.data(), 20, 10);
+  const PaintResult painted = paint(withBackground(kWhite, R"(, "sizeFromImage": "memory:a")"));
+  EXPECT_EQ(painted.map->width, 20);
+  EXPECT_EQ(painted.map->height, 10);
+}
+
+TEST_F(SessionImages, ThatWereReplacedArePaintedAnew) {
+  const std::string scene = withBackground(R"({"type": "image", "path": "memory:a"})", R"(, "size": [8, 4])");
+  session.addImage("memory:a", std::vector<float>(96, 1.0f).data(), 8, 4);
+  EXPECT_EQ(paint(scene).map->pixels[0].r, 1.0f);
+  session.addImage("memory:a", std::vector<float>(96, 2.0f).data(), 8, 4);
+  EXPECT_EQ(paint(scene).map->pixels[0].r, 2.0f);
+  EXPECT_TRUE(session.removeImage("memory:a"));
+  EXPECT_FALSE(session.removeImage("memory:a"));
+  const PaintResult without = paint(scene);
+  EXPECT_TRUE(without.fellBack);
+  EXPECT_THAT(without.messages, Contains(HasSubstr("memory:a: there is no image of that name in memory")));
+}
+
+TEST_F(SessionImages, ThatAreTheSameAreNotPreparedAgain) {
+  session.addImage("memory:a", anyPixels(96, 1).data(), 8, 4);
+  const std::string scene = withBackground(R"({"type": "image", "path": "memory:a"})");
+  EXPECT_THAT(phasesOf(scene), Contains("Image Adjustments"));
+  session.addImage("memory:b", anyPixels(96, 1).data(), 8, 4);
+  EXPECT_THAT(phasesOf(scene), Not(Contains("Image Adjustments")));
+}
+
+TEST_F(SessionImages, NeedANameAndASize) {
+  const std::vector<float> rgb = anyPixels(96, 1);
+  EXPECT_THROW(session.addImage("a.exr", rgb.data(), 8, 4), FileError);
+  EXPECT_THROW(session.addImage("memory:a", rgb.data(), 0, 4), FileError);
+}
+
+TEST_F(SessionPhases, ACancelledPaintThrowsAndTheNextIsRight) {
+  const std::string sky = R"({"type": "sunSky", "blur": 3, "rotation": {"azimuth": 20, "tilt": 5}})";
+  const std::string pin = "{" + kCircle + R"(, "fill": )" + kWhite + "}";
+  const Scene scene = parseScene(withBackground(sky, ", \"pins\": [" + pin + "]"), "s.json");
+  const PaintOptions plain{.size = MapSize{64, 32}};
+  const PaintResult expected = paintFresh(scene, plain);
+  for (const char* last : {"Sun & Sky", "Sun & Sky Adjustments", "Blur", "Tilt", "Painting Pins"}) {
+    Session fresh;
+    std::atomic<bool> cancel{false};
+    PaintOptions options = plain;
+    options.cancel = &cancel;
+    options.progress = [&](const char* phase, double) {
+      if (std::string(phase) == last) cancel = true;
+    };
+    EXPECT_THROW(fresh.paint(scene, options), PaintCancelled) << last;
+    const PaintResult next = fresh.paint(scene, plain);
+    EXPECT_TRUE(sameBytes(*next.map, *expected.map)) << last;
+    EXPECT_THAT(next.messages, IsEmpty()) << last;
+  }
+}
+
+TEST_F(SessionPhases, AFlagThatIsSetAlreadyCancelsEachKindOfScene) {
+  const std::atomic<bool> cancel{true};
+  const PaintOptions options{.fileName = "s.json", .folder = kExamples, .cancel = &cancel};
+  for (const std::string& text : {withBackground(kWhite), withBackground(kSky),
+                                  withBackground(R"({"type": "image", "path": "venice.exr"})"),
+                                  withBackground(kWhite, R"(, "sizeFromImage": "venice.exr")")}) {
+    try {
+      session.paint(parseScene(text, "s.json"), options);
+      ADD_FAILURE() << text;
+    } catch (const PaintCancelled& cancelled) {
+      EXPECT_STREQ(cancelled.what(), "s.json: the paint was cancelled");
+    }
+  }
+}
+
+TEST_F(SessionPhases, ABackgroundThatWasReadyIsKeptWhenThePinsAreCancelled) {
+  std::atomic<bool> cancel{false};
+  PaintOptions options{.size = MapSize{64, 32}, .cancel = &cancel};
+  options.progress = [&](const char* phase, double) { cancel = std::string(phase) == "Painting Pins"; };
+  EXPECT_THROW(session.paint(parseScene(withBackground(kSky), "s.json"), options), PaintCancelled);
+  EXPECT_THAT(phasesOf(withBackground(kSky)), testing::ElementsAre("Painting Pins"));
 }
 
 TEST(Sessions, InSeveralThreadsHearOfTheirOwnScenesAlone) {

@@ -15,6 +15,7 @@
 #include "hdri/GradientBrush.h"
 #include "hdri/IPainter.h"
 #include "support/reference/falloffs.h"
+#include "sweeps/soak.h"
 
 namespace orv::scene {
 namespace {
@@ -139,7 +140,9 @@ INSTANTIATE_TEST_SUITE_P(Sizes, Maps,
 
 TEST(KeepLight, HoldsOnMapsWhosePixelsAreNearTheRoundingOfACosine) {
   const Size size{8192, 4096};
+  // A map of that size takes its time: every day the smallest pin, to which a rounding matters most.
   for (const double pixels : {0.5, 1.0, 2.0}) {
+    if (pixels > 0.5 * sweeps::rounds(1, 4)) break;
     const Errors errors = errorsOf(size, pixels, 0);
     EXPECT_LT(errors.worst, pixels < 1 ? 0.03 : 0.015) << pixels << " pixels";
   }

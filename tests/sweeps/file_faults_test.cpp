@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -79,11 +80,20 @@ class Painting {
   std::vector<std::string> expected_;
 };
 
+/// A picture of the library below is read, and a map of half a megabyte or more is written.
 constexpr const char* kScene =
     R"({"version": 1, "size": [600, 300],
         "background": {"type": "image", "path": "a.pfm", "blur": 3},
         "pins": [{"shape": "circle", "azimuth": 10, "elevation": 5, "radius": 30,
                   "fill": {"type": "image", "path": "a.pfm"}}]})";
+
+/// Needs none of the libraries below, which take thirty times as long to load as this to paint.
+constexpr const char* kPlainScene =
+    R"({"version": 1, "size": [160, 80],
+        "background": {"type": "gradient", "stops": [{"position": 0, "color": [1, 0, 0]},
+                                                     {"position": 1, "color": [0, 0, 1]}]},
+        "pins": [{"shape": "circle", "azimuth": 10, "elevation": 5, "radius": 30,
+                  "fill": {"type": "color", "color": [1, 2, 3]}}]})";
 
 class FilesFaults : public testing::Test {
  protected:
@@ -92,16 +102,27 @@ class FilesFaults : public testing::Test {
   }
 };
 
-class FileFaults : public FilesFaults, public testing::WithParamInterface<const char*> {};
+class FileFaults : public FilesFaults, public testing::WithParamInterface<const char*> {
+ protected:
+  /// One for all tests of a format.
+  static const Painting& painting() {
+    static std::map<std::string, Painting> all;
+    const std::string name = GetParam();
+    return all.try_emplace(name, sweeps::rounds(0, 1) ? kScene : kPlainScene, std::vector{name})
+        .first->second;
+  }
+};
 
 INSTANTIATE_TEST_SUITE_P(Formats, FileFaults,
                          testing::Values("a.exr", "a.hdr", "a.pfm", "a.tif", "a.png", "a.jpg"));
 
 TEST_P(FileFaults, AFailingWriteLeavesTheOldFile) {
-  const Painting painting(kScene, {GetParam()});
+  const Painting& painting = this->painting();
   for (const int error : {ENOSPC, EIO}) {
     int n = 1;
     for (;; ++n) {
+      // One way leads from either error: every day the second is tried at the first write.
+      if (error == EIO && n > sweeps::rounds(1, 1000000)) break;
       const Outcome run = painting.run("write " + std::to_string(n) + " " + std::to_string(error));
       if (!painting.struck()) break;
       EXPECT_EQ(run.status, 1) << n;
@@ -111,12 +132,12 @@ TEST_P(FileFaults, AFailingWriteLeavesTheOldFile) {
       painting.expectNothingBeside();
     }
     EXPECT_GT(n, 1);
-    EXPECT_TRUE(painting.allWhole());
+    EXPECT_TRUE(painting.struck() || painting.allWhole());
   }
 }
 
 TEST_P(FileFaults, AShortWriteIsGoneOnWith) {
-  const Painting painting(kScene, {GetParam()});
+  const Painting& painting = this->painting();
   int n = 1;
   for (;; ++n) {
     EXPECT_EQ(painting.run("short " + std::to_string(n) + " 0").status, 0) << n;
@@ -128,14 +149,20 @@ TEST_P(FileFaults, AShortWriteIsGoneOnWith) {
 }
 
 TEST_P(FileFaults, AnInterruptedWriteIsMadeAgain) {
-  const Painting painting(kScene, {GetParam()});
+  const Painting& painting = this->painting();
   EXPECT_EQ(painting.run("write 1 " + std::to_string(EINTR)).status, 0);
   EXPECT_TRUE(painting.struck());
   EXPECT_TRUE(painting.allWhole());
 }
 
+/// Of a format made here and, in the soak, of others.
+std::vector<std::string> severalOutputs() {
+  return sweeps::rounds(0, 1) ? std::vector<std::string>{"a.exr", "b.hdr", "c.png"}
+                              : std::vector<std::string>{"a.exr", "b.pfm", "c.exr"};
+}
+
 TEST_F(FilesFaults, AFailingWriteOfOneLeavesAllOutputsAsTheyWere) {
-  const Painting painting(kScene, {"a.exr", "b.hdr", "c.png"});
+  const Painting painting(kPlainScene, severalOutputs());
   int n = 1;
   for (;; ++n) {
     const Outcome run = painting.run("write " + std::to_string(n) + " " + std::to_string(ENOSPC));
@@ -149,7 +176,7 @@ TEST_F(FilesFaults, AFailingWriteOfOneLeavesAllOutputsAsTheyWere) {
 }
 
 TEST_F(FilesFaults, AnOutputThatCanNotTakeItsNameIsSaidAndNoneIsHalf) {
-  const Painting painting(kScene, {"a.exr", "b.hdr", "c.png"});
+  const Painting painting(kPlainScene, severalOutputs());
   int n = 1;
   for (;; ++n) {
     const Outcome run = painting.run("commit " + std::to_string(n) + " " + std::to_string(EIO));
@@ -189,18 +216,12 @@ void failAllocations(const Painting& painting, double share, bool mayEnd) {
 }
 
 TEST_F(FilesFaults, WithoutMemoryOutputsAreWholeOrAsTheyWere) {
-  constexpr const char* kPlainScene =
-      R"({"version": 1, "size": [64, 32],
-          "background": {"type": "gradient", "stops": [{"position": 0, "color": [1, 0, 0]},
-                                                       {"position": 1, "color": [0, 0, 1]}]},
-          "pins": [{"shape": "circle", "azimuth": 10, "elevation": 5, "radius": 30,
-                    "fill": {"type": "color", "color": [1, 2, 3]}}]})";
   failAllocations(Painting(kPlainScene, {"a.exr"}), sweeps::rounds(1, 0) / 8.0, false);
 }
 
 // OpenImageIO and oneTBB end the process for some allocations that fail. No output may be wrong for it.
 TEST_F(FilesFaults, WithoutMemoryForTheLibrariesBelowOutputsAreWholeOrAsTheyWere) {
-  failAllocations(Painting(kScene, {"a.exr", "b.tif"}), sweeps::rounds(100, 1) / 400.0, true);
+  failAllocations(Painting(kScene, {"a.exr", "b.tif"}), sweeps::rounds(240, 1) / 400.0, true);
 }
 
 }  // namespace

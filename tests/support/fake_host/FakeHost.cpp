@@ -9,6 +9,7 @@
 
 #include "host/orvLog.h"
 #include "host/orvMemory.h"
+#include "host/orvPaint.h"
 #include "host/orvProgress.h"
 
 struct FakeHost::State {
@@ -17,9 +18,12 @@ struct FakeHost::State {
   std::vector<std::string> callsAndSteps;
   std::vector<float> progressAmounts;
   std::vector<std::string> log;
+  std::vector<std::int32_t> fallbacks;
   std::atomic<std::int64_t> liveBlocks{0};
   std::atomic<std::int64_t> totalAllocations{0};
   std::atomic<std::int64_t> failAt{0};
+  std::atomic<std::int64_t> questions{0};
+  std::atomic<std::int64_t> cancelAt{0};
   std::atomic<std::size_t> lastBytes{0};
   std::atomic<std::size_t> lastAlignment{0};
   int sceneStorage = 0;
@@ -163,7 +167,9 @@ void FakeHost::reset() {
   state_->callsAndSteps.clear();
   state_->progressAmounts.clear();
   state_->log.clear();
+  state_->fallbacks.clear();
   state_->failAt = 0;
+  cancelAt(0);
 }
 
 std::vector<std::string> FakeHost::calls() const {
@@ -191,6 +197,15 @@ std::int64_t FakeHost::liveBlocks() const { return state_->liveBlocks; }
 std::int64_t FakeHost::totalAllocations() const { return state_->totalAllocations; }
 std::pair<std::size_t, std::size_t> FakeHost::lastAligned() const {
   return {state_->lastBytes, state_->lastAlignment};
+}
+void FakeHost::cancelAt(std::int64_t n) {
+  state_->questions = 0;
+  state_->cancelAt = n;
+}
+std::int64_t FakeHost::questions() const { return state_->questions; }
+std::vector<std::int32_t> FakeHost::fallbacks() const {
+  const std::lock_guard lock(state_->mutex);
+  return state_->fallbacks;
 }
 void FakeHost::failAllocation(std::int64_t n) { state_->failAt = n; }
 
@@ -243,6 +258,17 @@ void orv_progress_add(orvScene* scene, float amount) {
   const std::lock_guard lock(FakeHostAccess::state().mutex);
   FakeHostAccess::state().callsAndSteps.push_back(step.str());
   FakeHostAccess::state().progressAmounts.push_back(amount);
+}
+
+bool orv_cancelled(orvScene*) {
+  auto& state = FakeHostAccess::state();
+  const std::int64_t question = ++state.questions;
+  return state.cancelAt > 0 && question >= state.cancelAt;
+}
+
+void orv_fallback(orvScene*, std::int32_t pin) {
+  const std::lock_guard lock(FakeHostAccess::state().mutex);
+  FakeHostAccess::state().fallbacks.push_back(pin);
 }
 
 orvImage* orv_image_load(orvScene* scene, const char* path, orvTexture_profile profile, bool cached,

@@ -115,6 +115,13 @@ class FakeHost {
   std::int64_t totalAllocations() const;
   /// Bytes and alignment of the newest aligned allocation.
   std::pair<std::size_t, std::size_t> lastAligned() const;
+  /// Cancels the paint at the n-th question of it from now (1 is the next), and at each after it; 0: never.
+  void cancelAt(std::int64_t n);
+  /// How often `orv_cancelled` was asked since.
+  std::int64_t questions() const;
+  /// Pins of `orv_fallback`, in order.
+  std::vector<std::int32_t> fallbacks() const;
+
   /// Makes the n-th allocation from now fail (1 is the next); 0: none.
   void failAllocation(std::int64_t n);
 
