@@ -1,6 +1,7 @@
 #include "orvrender/Scene.h"
 
 #include <new>
+#include <numbers>
 
 #include "hdri/version.h"
 #include "host/orvPaint.h"
@@ -42,6 +43,14 @@ bool orv_cancelled(orvScene* scene) { return scene && scene->cancel.isAsked(); }
 
 void orv_cancel_set_flag(orvScene* scene, const std::atomic<bool>* flag) {
   if (scene) scene->cancel.setFlag(flag);
+}
+
+bool orv_sky_sun(orvScene* scene, double* azimuth, double* elevation) {
+  if (!scene || !scene->sky) return false;
+  const orv::host::SunPlace sun = scene->sky->sun();
+  *azimuth = sun.azimuth * (180 / std::numbers::pi);
+  *elevation = sun.elevation * (180 / std::numbers::pi);
+  return true;
 }
 
 }  // extern "C"

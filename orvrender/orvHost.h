@@ -92,6 +92,11 @@ void orv_memory_fail_at(std::uint64_t n);
 /// scene's limits counts as 0 x 0, with a line in the log. Null is ignored. Thread-safe.
 void orv_image_set_environment_size(orvScene* scene, std::uint32_t width, std::uint32_t height);
 
+/// Where a render of the scene's sky, as its settings are now, would put the sun: longitude and latitude on
+/// the map, degrees. @return false, and nothing stored, for a scene without a sky. As the sky, one thread at
+/// a time.
+bool orv_sky_sun(orvScene* scene, double* azimuth, double* elevation);
+
 /// Gives a scene an image from memory, which brushes and `orv_image_load` find by its name as they find a
 /// file by its path: it is scaled, blurred, rotated and filtered as one. It is copied, and stays until it is
 /// replaced or removed; its bytes do not count to the scene's budget. Who has loaded an image of that name

@@ -40,16 +40,16 @@ class JobReader {
       else if (member.key == "values")
         readValues(value, place, job);
       else
-        problems_.add(value.order, place.text(),
+        problems_.add(value.keyOffset, place.text(),
                       "not a key of a job" + suggestion(member.key, kKeys) + "; allowed: " + listOf(kKeys));
     }
     if (job.scene.empty() && job.sceneText.empty() && problems_.empty())
-      problems_.add(line.order, "scene", "missing; required: the path of a scene, or a scene");
+      problems_.add(line.offset, "scene", "missing; required: the path of a scene, or a scene");
   }
 
  private:
   void refuse(const JsonValue& value, const JsonPath& place, const std::string& allowed) {
-    problems_.add(value.order, place.step == JsonPath::Step::root ? "job" : place.text(),
+    problems_.add(value.offset, place.step == JsonPath::Step::root ? "job" : place.text(),
                   value.found() + " found; allowed: " + allowed);
   }
 
@@ -129,7 +129,7 @@ Json numberJson(double number) {
 Json sceneJson(const Job& job) {
   Problems problems(job.textName);
   JsonValue document;
-  if (!parseJson(job.sceneText, document, problems)) problems.throwIfAny();
+  if (!parseJson(job.sceneText, document, problems)) problems.throwIfAny(job.sceneText);
   return toJson(document);
 }
 
@@ -140,15 +140,18 @@ Job parseJob(std::string_view line, const std::string& where) {
   JsonValue document;
   Job job;
   if (parseJson(line, document, problems)) JobReader(problems).read(document, job);
-  problems.throwIfAny();
-  return job;
+  if (problems.empty()) return job;
+  std::vector<Problem> found = problems.told(line);
+  // `where` names the line already.
+  for (Problem& problem : found) problem.line = 0;
+  throw SceneErrors(std::move(found));
 }
 
 Job readJob(const JsonValue& line, const std::string& where) {
   Problems problems(where);
   Job job;
   JobReader(problems).read(line, job);
-  problems.throwIfAny();
+  problems.throwIfAny({});
   return job;
 }
 

@@ -63,7 +63,7 @@ bool ObjectReader::addKey(Members& members, std::string_view key) {
 }
 
 bool ObjectReader::refuse(const Place& place, const std::string& finding) {
-  problems_.add(place.value.order, place.path.text(), finding);
+  problems_.add(place.value.offset, place.path.text(), finding);
   return false;
 }
 
@@ -71,25 +71,42 @@ bool ObjectReader::refuseType(const Place& place, const std::string& allowed) {
   return refuse(place, place.value.found() + " found; allowed: " + allowed);
 }
 
+void ObjectReader::readComment(const Place& place) {
+  const JsonValue* const found = memberOf(place, kCommentKey);
+  if (!found) return;
+  std::string text;
+  if (!read(Text{}, {*found, place.path.child(kCommentKey)}, text) || !comments_.comments) return;
+  // As seen from who keeps it: without its own path and the point behind that.
+  std::string path = place.path.text();
+  if (path == comments_.place)
+    path.clear();
+  else if (comments_.place != JsonPath().text())
+    path.erase(0, comments_.place.size() + 1);
+  comments_.comments->push_back({std::move(path), std::move(text)});
+}
+
+bool ObjectReader::isKnown(const Members& members, std::string_view key) {
+  return key == kCommentKey || std::find(members.keys.begin(), members.keys.end(), key) != members.keys.end();
+}
+
 bool ObjectReader::hasUnknownKeys(const Members& members) {
   const auto& object = std::get<JsonObject>(members.place.value.data);
-  return std::any_of(object.begin(), object.end(), [&](const JsonMember& member) {
-    return std::find(members.keys.begin(), members.keys.end(), member.key) == members.keys.end();
-  });
+  return !std::all_of(object.begin(), object.end(),
+                      [&](const JsonMember& member) { return isKnown(members, member.key); });
 }
 
 void ObjectReader::checkKeys(const Members& members) {
   if (members.misplaced) return;  // They may be right where the name is.
   const Names& keys = members.keys;
   for (const JsonMember& member : std::get<JsonObject>(members.place.value.data)) {
-    if (std::find(keys.begin(), keys.end(), member.key) != keys.end()) continue;
+    if (isKnown(members, member.key)) continue;
     const auto owner = std::find_if(members.nested.begin(), members.nested.end(),
                                     [&](const auto& nested) { return nested.first == member.key; });
     const std::string hint = owner == members.nested.end()
                                  ? suggestion(member.key, keys)
                                  : " (it belongs in \"" + std::string(owner->second) + "\")";
-    refuse({member.value, members.place.path.child(member.key)},
-           "not a key of " + members.owner + hint + "; allowed: " + listOf(keys));
+    problems_.add(member.value.keyOffset, members.place.path.child(member.key).text(),
+                  "not a key of " + members.owner + hint + "; allowed: " + listOf(keys));
   }
 }
 

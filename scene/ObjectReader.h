@@ -41,6 +41,9 @@ class ObjectReader {
       refuseType(place, "an object, " + members.owner);
       return;
     }
+    const CommentKeeper outer = comments_;
+    if constexpr (requires { owner.comments; }) comments_ = {&owner.comments, place.path.text()};
+    readComment(place);
     keys.visitTag([&](const auto& tag) { choose(tag, members, owner); });
     const auto readMember = [&](const auto& key, auto&& value, const auto&) {
       if (addKey(members, key.name)) readGiven(members, key, value);
@@ -59,6 +62,7 @@ class ObjectReader {
       keys.visit(owner, addNested, !members.chosen);
       checkKeys(members);
     }
+    comments_ = outer;
   }
 
  private:
@@ -97,7 +101,7 @@ class ObjectReader {
       const bool good = read(key.type, {*found, path}, value);
       const JsonValue* other = key.insteadOf.empty() ? nullptr : memberOf(members.place, key.insteadOf);
       if (good && other)
-        refuse({*other, path},
+        refuse({*found, path},
                "given together with " + std::string(key.insteadOf) + "; allowed: one of the two");
     } else if (key.need == Need::required && !(!key.orElse.empty() && memberOf(members.place, key.orElse))) {
       refuse({members.place.value, path}, "missing; required: " + allowed(key.type));
@@ -176,6 +180,14 @@ class ObjectReader {
   static const JsonValue* memberOf(const Place& place, std::string_view key);
   static bool addKey(Members& members, std::string_view key);
 
+  /// Who keeps the comments of the objects that are being read.
+  struct CommentKeeper {
+    std::vector<Comment>* comments = nullptr;
+    std::string place = {};
+  };
+  void readComment(const Place& place);
+
+  static bool isKnown(const Members& members, std::string_view key);
   static bool hasUnknownKeys(const Members& members);
   void checkKeys(const Members& members);
   void checkAscending(const Place& place, std::string_view key, float value, float& last);
@@ -187,6 +199,7 @@ class ObjectReader {
   bool refuseType(const Place& place, const std::string& allowed);
 
   Problems& problems_;
+  CommentKeeper comments_;
 };
 
 }  // namespace orv::scene

@@ -1,8 +1,10 @@
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,36 +17,39 @@ class Problems {
  public:
   explicit Problems(std::string fileName) : fileName_(std::move(fileName)) {}
 
-  /// Adds `file: place: finding`. `order` is the place's position in the file.
-  void add(std::size_t order, const std::string& place, const std::string& finding) {
+  /// @param offset where it stands, as of a JsonValue. @param path of the value; empty: there is none.
+  void add(std::uint32_t offset, std::string path, std::string text) {
     ++count_;
-    if (found_.size() < kMostKept) found_.push_back({order, fileName_ + ": " + place + ": " + finding});
+    if (found_.size() < kMostKept) found_.push_back({offset, std::move(path), std::move(text)});
   }
 
-  /// Names the file otherwise in what is added from now on.
-  void setFileName(std::string fileName) { fileName_ = std::move(fileName); }
+  /// What findings are about, besides the file, from now on: `frame 3`.
+  void setCause(std::string cause) { cause_ = std::move(cause); }
 
   bool empty() const { return count_ == 0; }
 
+  /// What was added, in the file's order, with lines and columns.
+  /// @param text that offsets are of; empty: there are no places. @param settings the paths of those that put
+  ///        values into the document, by their numbers.
+  std::vector<Problem> told(std::string_view text, std::span<const std::string> settings = {}) const;
+
   /// @throws SceneErrors when anything was added.
-  void throwIfAny() {
-    if (empty()) return;
-    std::stable_sort(found_.begin(), found_.end(),
-                     [](const auto& a, const auto& b) { return a.first < b.first; });
-    std::vector<std::string> lines;
-    lines.reserve(found_.size() + 1);
-    for (auto& [order, line] : found_) lines.push_back(std::move(line));
-    if (count_ > lines.size())
-      lines.push_back(fileName_ + ": scene: " + std::to_string(count_ - lines.size()) +
-                      " more errors are not shown");
-    throw SceneErrors(std::move(lines));
+  void throwIfAny(std::string_view text) const {
+    if (!empty()) throw SceneErrors(told(text));
   }
 
  private:
   static constexpr std::size_t kMostKept = 200;
 
+  struct Found {
+    std::uint32_t offset;
+    std::string path;
+    std::string text;
+  };
+
   std::string fileName_;
-  std::vector<std::pair<std::size_t, std::string>> found_;
+  std::string cause_;
+  std::vector<Found> found_;
   std::size_t count_ = 0;
 };
 

@@ -186,7 +186,7 @@ struct BackgroundFill {
 
 inline constexpr auto kBackgroundFillKeys = keys(
     "background", Inlined{kAdjustmentKeys, &BackgroundFill::adjustments},
-    key("turn", Number::any(), &BackgroundFill::turn), key("tilt", Number::any(), &BackgroundFill::tilt));
+    key("turn", Number::azimuth(), &BackgroundFill::turn), key("tilt", Number::any(), &BackgroundFill::tilt));
 
 /// How the whole sphere is painted.
 struct Background {
@@ -240,6 +240,13 @@ inline constexpr auto kRectKeys = keys(
     key("cornerRadius", Number::atLeast(0), &RectShape::cornerRadius),
     key("falloff", Name{kNames<hdri::Falloff>, kOfRect, "is not a falloff of a rect"}, &RectShape::falloff));
 
+/// What people say of an object in its `comment`.
+struct Comment {
+  std::string path;  ///< of the object as seen from the one that keeps it: `fill.stops[1]`; empty: that one
+  std::string text;
+  friend bool operator==(const Comment&, const Comment&) = default;
+};
+
 struct ScenePin {
   std::string name;  ///< for people; empty when the pin has none
   bool enabled = true;
@@ -250,6 +257,7 @@ struct ScenePin {
   bool half = false;    ///< keep only the positive side of the second axis
   float falloffAmount = 0.5f;
   Fill fill;
+  std::vector<Comment> comments;  ///< of the pin and the objects in it
   friend bool operator==(const ScenePin&, const ScenePin&) = default;
 };
 
@@ -270,13 +278,16 @@ struct Scene {
   std::string sizeFromImage;  ///< path of the image whose size is taken instead of `size`; empty for none
   bool smoothing = true;
   Background background;
-  std::vector<ScenePin> pins;  ///< laid over the background in this order
-  std::string view;            ///< tools' own state: the JSON text of an object, or empty
+  std::vector<ScenePin> pins;     ///< laid over the background in this order
+  std::string view;               ///< tools' own state: the JSON text of an object, or empty
+  std::string schema;             ///< `$schema`: what editors check the file with; empty for none
+  std::vector<Comment> comments;  ///< of the scene and the objects in it that are in no pin
   friend bool operator==(const Scene&, const Scene&) = default;
 };
 
 inline constexpr auto kSceneKeys =
-    keys("a scene",  //
+    keys("a scene",                               //
+         key("$schema", Text{}, &Scene::schema),  //
          key("version", Integer{1, 1}, &Scene::version, Need::required),
          key("quality", Name{kNames<Quality>}, &Scene::quality),
          key("size", Size{}, &Scene::size, Need::alwaysWritten),

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -13,6 +14,7 @@
 
 #include "scene/ObjectReader.h"
 #include "scene/animation.h"
+#include "scene/text_place.h"
 
 namespace orv::scene {
 namespace {
@@ -63,26 +65,48 @@ std::string_view pictureKind(std::string_view bytes) {
   return {};
 }
 
+/// The name of the pin that a path leads into; empty for none.
+std::string pinOf(std::string_view path, const JsonValue& document) {
+  constexpr std::string_view kPins = "pins[";
+  const auto* scene = std::get_if<JsonObject>(&document.data);
+  std::size_t index = 0;
+  if (!scene || !path.starts_with(kPins)) return {};
+  std::from_chars(path.data() + kPins.size(), path.data() + path.size(), index);
+  for (const JsonMember& member : *scene) {
+    const auto* pins = std::get_if<JsonArray>(&member.value.data);
+    if (member.key != "pins" || !pins || index >= pins->size()) continue;
+    const auto* pin = std::get_if<JsonObject>(&(*pins)[index].data);
+    if (!pin) continue;
+    for (const JsonMember& each : *pin)
+      if (const auto* name = std::get_if<std::string>(&each.value.data); name && each.key == "name")
+        return *name;
+  }
+  return {};
+}
+
 }  // namespace
 
 SceneDocument::SceneDocument(std::string_view text, const std::string& fileName)
-    : fileName_(fileName), bytes_(text.size()), problems_(fileName) {
-  if (!parseJson(text, document_, problems_)) problems_.throwIfAny();
+    : fileName_(fileName), text_(std::make_shared<const std::string>(text)), problems_(fileName) {
+  if (!parseJson(*text_, document_, problems_)) fail(problems_);
 }
 
 SceneDocument::SceneDocument(JsonValue document, std::string fileName)
-    : fileName_(std::move(fileName)), problems_(fileName_), document_(std::move(document)) {}
+    : fileName_(std::move(fileName)),
+      text_(std::make_shared<const std::string>()),
+      problems_(fileName_),
+      document_(std::move(document)) {}
 
-std::string sceneName(const std::string& path) { return path == "-" ? "standard input" : path; }
+std::string sceneName(const std::string& path) { return path == "-" ? "<stdin>" : path; }
 
 std::string readSceneText(const std::string& path) {
   std::string bytes = readBytes(path);
   const std::string_view kind = pictureKind(bytes);
   if (!kind.empty())
-    throw SceneErrors(
-        {sceneName(path) + ": scene: " + std::string(kind) + " picture found; allowed: a scene, which can " +
-         "show it: {\"version\": 1, \"background\": {\"type\": \"image\", \"path\": " + quotedText(path) +
-         "}}"});
+    throw SceneErrors({{sceneName(path), "scene",
+                        std::string(kind) + " picture found; allowed: a scene, which can show it: " +
+                            "{\"version\": 1, \"background\": {\"type\": \"image\", \"path\": " +
+                            quotedText(path) + "}}"}});
   return bytes;
 }
 
@@ -90,9 +114,10 @@ SceneDocument SceneDocument::load(const std::string& path) { return {readSceneTe
 
 void SceneDocument::set(const Setting& setting) {
   try {
-    apply(setting, document_);
+    apply(setting, document_, static_cast<std::uint32_t>(settings_.size()));
+    settings_.push_back(setting.path);
   } catch (const SettingError& error) {
-    throw SceneErrors({fileName_ + ": " + error.what()});
+    throw SceneErrors({{fileName_, error.path(), error.finding()}});
   }
 }
 
@@ -100,28 +125,38 @@ Scene SceneDocument::read(std::optional<double> frame) const {
   Problems problems = problems_;
   Scene scene;
   const JsonPath root;
-  if (!isAnimated(document_)) {
-    ObjectReader(problems).readObject(kSceneKeys, {document_, root}, scene);
-    problems.throwIfAny();
-    return scene;
+  JsonValue still;
+  const bool moves = isAnimated(document_);
+  if (moves) {
+    if (frame) problems.setCause("frame " + numberText(*frame));
+    still = document_;
+    resolveAnimations(still, frame.value_or(kFirstFrame), problems);
+    if (!problems.empty()) fail(problems);
   }
-  if (frame) problems.setFileName(fileName_ + ": frame " + numberText(*frame));
-  JsonValue still = document_;
-  resolveAnimations(still, frame.value_or(kFirstFrame), problems);
-  problems.throwIfAny();
-  ObjectReader(problems).readObject(kSceneKeys, {still, root}, scene);
-  problems.throwIfAny();
+  ObjectReader(problems).readObject(kSceneKeys, {moves ? still : document_, root}, scene);
+  if (!problems.empty()) fail(problems);
   return scene;
 }
 
 void SceneDocument::check() const {
   std::vector<double> frames = keyFrames(document_);
-  const std::size_t bytes = bytes_ > 0 ? bytes_ : kBytesOfValue * countValues(document_);
+  const std::size_t bytes = text_->empty() ? kBytesOfValue * countValues(document_) : text_->size();
   frames.resize(std::min(frames.size(), kMostCheckedBytes / std::max<std::size_t>(bytes, 1)));
   read();
   for (const double frame : frames) read(frame);
 }
 
+void SceneDocument::locate(Problem& problem) const {
+  const JsonValue* const value = valueAt(problem.path, document_);
+  if (value && value->offset < kFromSetting) place(problem, PlaceFinder(*text_).at(value->offset));
+}
+
 std::string SceneDocument::folder() const { return std::filesystem::path(fileName_).parent_path().string(); }
+
+void SceneDocument::fail(const Problems& problems) const {
+  std::vector<Problem> found = problems.told(*text_, settings_);
+  for (Problem& problem : found) problem.pin = pinOf(problem.path, document_);
+  throw SceneErrors(std::move(found));
+}
 
 }  // namespace orv::scene

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -39,19 +40,25 @@ class SceneDocument {
   /// @throws SceneErrors with everything that is wrong in any of them.
   void check() const;
 
+  /// Gives a problem the place of what its path leads to, where that stands in the text.
+  void locate(Problem& problem) const;
+
   const JsonValue& document() const { return document_; }
   const std::string& fileName() const { return fileName_; }
   /// The folder that the paths of pictures are relative to: the file's.
   std::string folder() const;
 
  private:
+  [[noreturn]] void fail(const Problems& problems) const;
+
   std::string fileName_;
-  std::size_t bytes_ = 0;  ///< of the text; 0: there is none
-  Problems problems_;      ///< of the text
+  std::shared_ptr<const std::string> text_;  ///< empty: there is none
+  Problems problems_;                        ///< of the text
   JsonValue document_;
+  std::vector<std::string> settings_;  ///< their paths
 };
 
-/// What messages call the scene at a path: `standard input` of `-`.
+/// What messages call the scene at a path: `<stdin>` of `-`.
 std::string sceneName(const std::string& path);
 
 /// The text of a scene's file; `-` is standard input.

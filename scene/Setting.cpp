@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -19,11 +18,8 @@ struct Step {
   bool isIndex = false;
 };
 
-/// Where a value that was added stands in messages: behind all that the file has.
-constexpr std::uint32_t kAdded = std::numeric_limits<std::uint32_t>::max();
-
 [[noreturn]] void refuse(std::string_view path, const std::string& finding) {
-  throw SettingError(std::string(path.empty() ? "an empty path" : path) + ": " + finding);
+  throw SettingError(std::string(path.empty() ? "an empty path" : path), finding);
 }
 
 /// Where the brackets that open at `start` end: behind the `]`. Quoted text may hold one.
@@ -130,13 +126,25 @@ JsonValue& indexedItem(JsonValue& of, const Setting& setting, const std::vector<
   return (*items)[steps[i].index];
 }
 
-JsonValue& member(JsonObject& object, const Step& step, bool last) {
+JsonValue& member(JsonObject& object, const Step& step, bool last, std::uint32_t place) {
   for (JsonMember& each : object)
     if (each.key == step.key) return each.value;
-  JsonValue added{{}, kAdded};
+  JsonValue added{{}, place, place};
   if (!last) added.data = JsonObject{};
   object.push_back({step.key, std::move(added)});
   return object.back().value;
+}
+
+/// Gives everything inside a value this place.
+void setPlaces(JsonValue& value, std::uint32_t place) {
+  const auto set = [place](JsonValue& inner) {
+    inner.offset = inner.keyOffset = place;
+    setPlaces(inner, place);
+  };
+  if (auto* const items = std::get_if<JsonArray>(&value.data))
+    for (JsonValue& item : *items) set(item);
+  else if (auto* const members = std::get_if<JsonObject>(&value.data))
+    for (JsonMember& each : *members) set(each.value);
 }
 
 }  // namespace
@@ -154,24 +162,20 @@ std::pair<std::string, std::string> splitSetting(std::string_view text) {
 JsonValue settingValue(std::string_view text, const std::string& path) {
   Problems problems(path);
   JsonValue value;
-  if (parseJson(text, value, problems) && problems.empty()) {
-    value.order = kAdded;
-    return value;
-  }
+  if (parseJson(text, value, problems) && problems.empty()) return value;
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   if (first == std::string_view::npos) refuse(path, "no value; quotes are an empty text");
   if (std::string_view("[{\"").find(text[first]) != std::string_view::npos) {
-    try {
-      problems.throwIfAny();
-    } catch (const SceneErrors& errors) {
-      throw SettingError(errors.lines().front());
-    }
+    const Problem problem = problems.told(text).front();
+    refuse(path, (problem.column > 0 ? "character " + std::to_string(problem.column) : problem.path) + ": " +
+                     problem.text);
   }
-  return {std::string(text), kAdded};
+  return {std::string(text)};
 }
 
-void apply(const Setting& setting, JsonValue& document) {
+void apply(const Setting& setting, JsonValue& document, std::uint32_t number) {
   const std::vector<Step> steps = stepsOf(setting.path);
+  const std::uint32_t place = kFromSetting + std::min(number, kWithoutText - kFromSetting - 1);
   JsonValue* at = &document;
   for (std::size_t i = 0; i < steps.size(); ++i) {
     const Step& step = steps[i];
@@ -180,12 +184,29 @@ void apply(const Setting& setting, JsonValue& document) {
     } else if (auto* const items = std::get_if<JsonArray>(&at->data)) {
       at = &namedItem(*items, setting, steps, i);
     } else if (auto* const object = std::get_if<JsonObject>(&at->data)) {
-      at = &member(*object, step, i + 1 == steps.size());
+      at = &member(*object, step, i + 1 == steps.size(), place);
     } else {
       refuse(setting.path, placeText(steps, i) + " is " + at->found() + " and has no keys");
     }
   }
   at->data = setting.value.data;
+  at->offset = place;
+  setPlaces(*at, place);
+}
+
+const JsonValue* valueAt(std::string_view path, const JsonValue& document) {
+  const JsonValue* at = &document;
+  for (const Step& step : stepsOf(path)) {
+    const auto* const items = std::get_if<JsonArray>(&at->data);
+    const auto* const object = std::get_if<JsonObject>(&at->data);
+    at = nullptr;
+    if (step.isIndex && items && step.index < items->size()) at = &(*items)[step.index];
+    if (!step.isIndex && object)
+      for (const JsonMember& each : *object)
+        if (each.key == step.key) at = &each.value;
+    if (!at) return nullptr;
+  }
+  return at;
 }
 
 }  // namespace orv::scene

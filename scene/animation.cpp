@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "scene/nearest_name.h"
+#include "scene/scene_names.h"
 
 namespace orv::scene {
 namespace {
@@ -102,7 +103,7 @@ class Resolver {
 
  private:
   std::nullopt_t refuse(const JsonValue& value, const JsonPath& path, const std::string& finding) {
-    problems_.add(value.order, path.text(), finding);
+    problems_.add(value.offset, path.text(), finding);
     return std::nullopt;
   }
 
@@ -111,6 +112,11 @@ class Resolver {
     for (const JsonMember& member : object) {
       if (member.key == "keys") continue;
       const JsonPath place = path.child(member.key);
+      if (member.key == kCommentKey) {
+        if (!std::holds_alternative<std::string>(member.value.data))
+          return refuse(member.value, place, member.value.found() + " found; allowed: text in quotes");
+        continue;
+      }
       if (member.key != "interpolation") {
         const std::array<std::string_view, 2> allowed{"keys", "interpolation"};
         return refuse(member.value, place,
@@ -158,7 +164,7 @@ class Resolver {
       for (const JsonValue* value : values) numbers.push_back(value->asDouble());
       if (azimuth) unwind(numbers);
       const double now = between(at, keys, numbers);
-      return {azimuth ? std::fmod(now, 360.0) + 0.0 : now, last.order};
+      return {azimuth ? std::fmod(now, 360.0) + 0.0 : now, last.offset, last.keyOffset};
     }
     if (const auto* items = std::get_if<JsonArray>(&last.data)) {
       const auto alike = [&](const JsonValue* value) {
@@ -173,11 +179,15 @@ class Resolver {
         for (const JsonValue* value : values) each.push_back(&std::get<JsonArray>(value->data)[i]);
         now.push_back(valueOf(keys, at, each, false));
       }
-      return {std::move(now), last.order};
+      return {std::move(now), last.offset, last.keyOffset};
     }
     if (const auto* members = std::get_if<JsonObject>(&last.data)) {
       JsonObject now;
       for (const JsonMember& member : *members) {
+        if (member.key == kCommentKey) {
+          now.push_back(member);
+          continue;
+        }
         std::vector<const JsonValue*> each;
         for (const JsonValue* value : values) {
           const auto* object = std::get_if<JsonObject>(&value->data);
@@ -187,7 +197,7 @@ class Resolver {
         }
         now.push_back({member.key, valueOf(keys, at, each, isAzimuth(member.key))});
       }
-      return {std::move(now), last.order};
+      return {std::move(now), last.offset, last.keyOffset};
     }
     return last;
   }

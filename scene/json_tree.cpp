@@ -26,23 +26,49 @@ bool isPlainKey(std::string_view key) {
   return !key.empty() && key.size() <= 40 && std::all_of(key.begin(), key.end(), plain);
 }
 
-/// `line 3, column 5` of the last character read, columns counted in characters.
-std::string placeIn(std::string_view text, std::size_t position) {
-  const std::string_view read = text.substr(0, std::min(position, text.size()));
-  std::size_t line = 1;
-  std::size_t column = 0;
-  for (std::size_t i = 0; i < read.size(); ++i) {
-    if (read[i] == '\n' && i + 1 < read.size()) {
-      ++line;
-      column = 0;
-    } else if ((static_cast<unsigned char>(read[i]) & 0xC0u) != 0x80u) {
-      ++column;
+/// Follows the parser, which tells no places, through what it has found to be right.
+class TokenCursor {
+ public:
+  explicit TokenCursor(std::string_view text) : text_(text), at_(text.starts_with("\xEF\xBB\xBF") ? 3 : 0) {}
+
+  /// Where the next token begins that is neither a comma nor a colon; moves behind it.
+  std::uint32_t next() {
+    while (skipOne()) {
     }
+    const std::size_t start = at_;
+    constexpr std::string_view kEnds = " \t\r\n,:[]{}\"/";
+    if (start < text_.size() && text_[start] == '"')
+      at_ = endOfString(start);
+    else
+      at_ = std::max(std::min(text_.find_first_of(kEnds, start), text_.size()), start + 1);
+    return static_cast<std::uint32_t>(start);
   }
-  // At the end of the text, the place is behind its last character.
-  if (position > text.size() || column == 0) ++column;
-  return "line " + std::to_string(line) + ", column " + std::to_string(column);
-}
+
+ private:
+  /// Skips a character or a comment between tokens, if one is there.
+  bool skipOne() {
+    const std::string_view rest = text_.substr(std::min(at_, text_.size()));
+    if (rest.empty()) return false;
+    if (std::string_view(" \t\r\n,:").find(rest[0]) != std::string_view::npos) {
+      ++at_;
+      return true;
+    }
+    const bool isLine = rest.starts_with("//");
+    if (!isLine && !rest.starts_with("/*")) return false;
+    const std::size_t end = isLine ? rest.find_first_of("\r\n") : rest.find("*/", 2);
+    at_ += end == std::string_view::npos ? rest.size() : end + (isLine ? 1 : 2);
+    return true;
+  }
+
+  std::size_t endOfString(std::size_t start) const {
+    std::size_t i = start + 1;
+    while (i < text_.size() && text_[i] != '"') i += text_[i] == '\\' ? 2 : 1;
+    return i + 1;
+  }
+
+  std::string_view text_;
+  std::size_t at_;
+};
 
 /// Numbers that overflow, by the number of values before them.
 using Overflows = std::map<std::uint32_t, std::string>;
@@ -51,13 +77,13 @@ using Overflows = std::map<std::uint32_t, std::string>;
 class TreeBuilder final : public nlohmann::json_sax<Json> {
  public:
   struct Overflow {
-    std::uint32_t order;
-    std::size_t end;  ///< offset behind the number
+    std::uint32_t order;  ///< how many values stand before it
+    std::size_t end;      ///< offset behind the number
     std::string text;
   };
 
   TreeBuilder(std::string_view text, const Overflows& overflows, JsonValue& document, Problems& problems)
-      : text_(text), overflows_(overflows), document_(document), problems_(problems) {}
+      : text_(text), tokens_(text), overflows_(overflows), document_(document), problems_(problems) {}
 
   const std::optional<Overflow>& overflow() const { return overflow_; }
 
@@ -76,6 +102,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
   bool end_array() override { return close(); }
 
   bool key(string_t& name) override {
+    keyOffset_ = tokens_.next();
     key_ = std::move(name);
     return true;
   }
@@ -91,8 +118,10 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
       overflow_ = {count_, position, token};
       return false;
     }
-    problems_.add(0, placeIn(text_, position),
-                  commaFinding(position, token, error.what()).value_or(finding(error.what())));
+    if (addCommaFinding(position, error.what())) return false;
+    // At the last character that was read, or behind the text.
+    const std::size_t offset = std::min(position, text_.size() + 1);
+    problems_.add(static_cast<std::uint32_t>(offset == 0 ? 0 : offset - 1), {}, finding(error.what()));
     return false;
   }
 
@@ -112,7 +141,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
 
   bool open(Data data) {
     if (stack_.size() == kMaxSceneDepth) {
-      problems_.add(0, "scene", "more than " + std::to_string(kMaxSceneDepth) + " levels of nesting");
+      problems_.add(kNowhere, "scene", "more than " + std::to_string(kMaxSceneDepth) + " levels of nesting");
       return false;
     }
     JsonValue* value = put(std::move(data));
@@ -123,16 +152,19 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
   }
 
   bool close() {
+    tokens_.next();
     stack_.pop_back();
     return true;
   }
 
   JsonValue* put(Data data) {
     if (count_ == kMaxSceneValues) {
-      problems_.add(0, "scene", "more than " + std::to_string(kMaxSceneValues) + " values");
+      problems_.add(kNowhere, "scene", "more than " + std::to_string(kMaxSceneValues) + " values");
       return nullptr;
     }
-    JsonValue value{std::move(data), count_++};
+    ++count_;
+    const std::uint32_t offset = tokens_.next();
+    JsonValue value{std::move(data), offset, offset};
     if (stack_.empty()) {
       document_ = std::move(value);
       return &document_;
@@ -142,6 +174,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
       return &array->back();
     }
     auto& object = std::get<JsonObject>(stack_.back()->data);
+    value.keyOffset = keyOffset_;
     object.push_back({std::move(key_), std::move(value)});
     return &object.back().value;
   }
@@ -152,7 +185,7 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
     std::set<std::string> seen;
     std::erase_if(object, [&](const JsonMember& member) {
       if (seen.insert(member.key).second) return false;
-      problems_.add(member.value.order, openPath(member.key), "this key is given twice; allowed: once");
+      problems_.add(member.value.keyOffset, openPath(member.key), "this key is given twice; allowed: once");
       return true;
     });
   }
@@ -170,23 +203,27 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
     return steps[stack_.size() - 1].child(key).text();
   }
 
-  /// What is wrong with a comma, if one is.
-  std::optional<std::string> commaFinding(std::size_t position, const std::string& token,
-                                          std::string_view message) const {
-    if (token.empty() || position == 0 || position > text_.size()) return std::nullopt;
+  /// Tells what is wrong with a comma, if one is, at the token behind it.
+  bool addCommaFinding(std::size_t position, std::string_view message) {
+    if (position == 0 || position > text_.size()) return false;
     const char end = text_[position - 1];
     const std::string_view before = text_.substr(0, position - 1);
     const std::size_t last = before.find_last_not_of(" \t\r\n");
     const bool afterComma = last != std::string_view::npos && before[last] == ',';
-    if (afterComma && (end == '}' || end == ']'))
-      return std::string("nothing follows the comma before this ") + end + "; remove the comma";
     const bool wantsEnd = message.ends_with("; expected '}'") || message.ends_with("; expected ']'");
-    if (wantsEnd && message.find("unexpected end of input") == std::string_view::npos)
-      return "a comma is missing before " +
-             (token.size() > 1 && token.front() == '"'
-                  ? quotedText(std::string_view(token).substr(1, token.size() - 2))
-                  : token.substr(0, 40));
-    return std::nullopt;
+    if (afterComma && (end == '}' || end == ']')) {
+      problems_.add(tokens_.next(), {},
+                    std::string("nothing follows the comma before this ") + end + "; remove the comma");
+      return true;
+    }
+    if (!wantsEnd || message.find("unexpected end of input") != std::string_view::npos) return false;
+    const std::uint32_t start = tokens_.next();
+    std::string_view token = text_.substr(start, position - std::min<std::size_t>(start, position));
+    const bool isText = token.size() > 1 && token.starts_with('"') && token.ends_with('"');
+    problems_.add(start, {},
+                  "a comma is missing before " + (isText ? quotedText(token.substr(1, token.size() - 2))
+                                                         : std::string(token.substr(0, 40))));
+    return true;
   }
 
   /// The parser's message without its number and its place, which `place` gives.
@@ -206,12 +243,14 @@ class TreeBuilder final : public nlohmann::json_sax<Json> {
   }
 
   std::string_view text_;
+  TokenCursor tokens_;
   const Overflows& overflows_;
   JsonValue& document_;
   Problems& problems_;
   std::vector<JsonValue*> stack_;
   std::string key_;
-  std::uint32_t count_ = 0;
+  std::uint32_t keyOffset_ = 0;
+  std::uint32_t count_ = 0;  ///< of values
   std::optional<Overflow> overflow_;
 };
 
@@ -278,14 +317,14 @@ std::string numberText(double value) {
 
 bool parseJson(std::string_view text, JsonValue& document, Problems& problems) {
   if (text.size() > kMaxSceneBytes) {
-    problems.add(0, "scene",
+    problems.add(kNowhere, "scene",
                  "the file is longer than the " + std::to_string(kMaxSceneBytes >> 20) + " MiB allowed");
     return false;
   }
   // The parser would take it for the end of the text.
   const std::size_t nul = text.find('\0');
   if (nul != std::string_view::npos) {
-    problems.add(0, placeIn(text, nul + 1), "a byte of 0 is no text; save the file as UTF-8");
+    problems.add(static_cast<std::uint32_t>(nul), {}, "a byte of 0 is no text; save the file as UTF-8");
     return false;
   }
   // The parser stops at a number that overflows. To look at the rest as well, the number's text is exchanged
@@ -305,7 +344,7 @@ bool parseJson(std::string_view text, JsonValue& document, Problems& problems) {
     }
     const auto& [order, end, number] = *builder.overflow();
     if (overflows.size() == kMostOverflows) {
-      problems.add(order, "scene",
+      problems.add(kNowhere, "scene",
                    "more than " + std::to_string(kMostOverflows) + " numbers that are not finite");
       return false;
     }

@@ -29,12 +29,21 @@ struct WrittenNumber {
 using JsonArray = std::vector<JsonValue>;
 using JsonObject = std::vector<JsonMember>;  ///< in the file's order, each key once
 
+/// What is added to a setting's number to make the offset of the values that it put into a document.
+inline constexpr std::uint32_t kFromSetting = std::uint32_t{1} << 31;
+/// What is added to the number of a value, in the document's order, to make its offset where there is no
+/// text.
+inline constexpr std::uint32_t kWithoutText = std::uint32_t{3} << 30;
+/// The offset of what stands nowhere.
+inline constexpr std::uint32_t kNowhere = ~std::uint32_t{0};
+
 /// A value of a JSON document. Nested at most `kMaxSceneDepth` deep.
 struct JsonValue {
   std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, WrittenNumber, std::string,
                JsonArray, JsonObject>
       data;
-  std::uint32_t order = 0;  ///< how many values stand before it in the file
+  std::uint32_t offset = kNowhere;     ///< of its first byte in the text; of a setting's, see `kFromSetting`
+  std::uint32_t keyOffset = kNowhere;  ///< of its key's first byte; in an array as `offset`
 
   bool isNumber() const;
   /// The value of a number; an infinity for one that overflows. NaN for what is no number.
@@ -67,8 +76,8 @@ std::string quotedText(std::string_view text);
 /// The shortest decimal text that gives the number back.
 std::string numberText(double value);
 
-/// Parses a JSON text with `//` and `/* */` comments. Syntax errors (with line and column), keys given twice
-/// and texts beyond the limits go to `problems`.
+/// Parses a JSON text with `//` and `/* */` comments. Syntax errors, keys given twice and texts beyond the
+/// limits go to `problems`.
 /// @return false when there is no document to look at.
 bool parseJson(std::string_view text, JsonValue& document, Problems& problems);
 

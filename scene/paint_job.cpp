@@ -140,8 +140,8 @@ std::string firstOfFloats(const std::vector<std::string>& outputs, const MapForm
 std::shared_ptr<hdri::EnvImage> paintShown(Session& session, const Scene& scene, const PaintOptions& options,
                                            bool allowFallback, const Tell& tell) {
   if (tell)
-    for (const std::string& line : missingImages(scene, options.folder))
-      tell(options.fileName + ": " + line, !allowFallback);
+    for (const Problem& missing : missingImages(scene, options.fileName, options.folder))
+      tell(missing.finding(), !allowFallback);
   PaintResult painted = session.paint(scene, options);
   if (tell)
     for (const std::string& line : painted.messages) tell(options.fileName + ": " + line, painted.fellBack);

@@ -420,4 +420,21 @@ RectPinParams keepLight(const RectPinParams& pin, std::int32_t width, std::int32
   return kept;
 }
 
+double solidAngle(const CirclePinParams& pin) {
+  const double radius = static_cast<double>(pin.radius);
+  if (!(radius > 0)) return 0;
+  return Circle{std::min(radius, kPi), 0, Falloff::solid, 0, pin.half != 0}.light();
+}
+
+double solidAngle(const RectPinParams& pin) {
+  const double width = static_cast<double>(pin.halfWidth), height = static_cast<double>(pin.halfHeight);
+  if (!(width > 0 && height > 0 && std::max(width, height) < kPi / 2)) return 0;
+  const double half = pin.half != 0 ? 0.5 : 1;
+  // Of straight sides: Van Oosterom and Strackee's formula for a rectangle seen from above its middle.
+  if (!(pin.cornerRadius > 1e-5f)) return half * 4 * std::asin(std::sin(width) * std::sin(height));
+  return Rect{width, height,       std::min(static_cast<double>(pin.cornerRadius), kPi), 0, Falloff::solid,
+              0,     pin.half != 0}
+      .light();
+}
+
 }  // namespace orv::scene

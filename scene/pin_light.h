@@ -22,4 +22,9 @@ hdri::CirclePinParams keepLight(const hdri::CirclePinParams& pin, std::int32_t w
 /// quarter turn.
 hdri::RectPinParams keepLight(const hdri::RectPinParams& pin, std::int32_t width, std::int32_t height);
 
+/// The solid angle inside a pin's outline, steradians; 0 for one that is not finite or has no extent. Any
+/// number of threads.
+double solidAngle(const hdri::CirclePinParams& pin);
+double solidAngle(const hdri::RectPinParams& pin);
+
 }  // namespace orv::scene

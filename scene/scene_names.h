@@ -11,6 +11,9 @@
 
 namespace orv::scene {
 
+/// A key that every object of a scene may have: what people say of it, a text that is kept.
+inline constexpr std::string_view kCommentKey = "comment";
+
 /// A name that a value of a scene file may be.
 struct NameRow {
   std::string_view name;

@@ -10,6 +10,7 @@
 #include "console.h"
 #include "run_jobs.h"
 #include "scene/Job.h"
+#include "scene/SceneDocument.h"
 #include "scene/SceneErrors.h"
 #include "scene/paint_job.h"
 #include "scene/sweep.h"
@@ -23,7 +24,7 @@ namespace scene = orv::scene;
 std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, const BatchArguments& arguments) {
   constexpr std::size_t kMostErrors = 200;
   std::vector<scene::Job> jobs;
-  std::vector<std::string> errors;
+  std::vector<scene::Problem> errors;
   std::size_t number = 0;
   for (std::string line; std::getline(in, line);) {
     ++number;
@@ -32,20 +33,22 @@ std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, cons
     try {
       jobs.push_back(scene::parseJob(line, where));
     } catch (const scene::SceneErrors& wrong) {
-      errors.insert(errors.end(), wrong.lines().begin(), wrong.lines().end());
+      errors.insert(errors.end(), wrong.problems().begin(), wrong.problems().end());
       if (errors.size() >= kMostErrors) break;
       continue;
     }
     const scene::Job& job = jobs.back();
     if (job.outputs.empty() && arguments.outputs.empty())
-      errors.push_back(where + ": output: missing; give it in the line, or names for all with --output");
+      errors.push_back({where, "output", "missing; give it in the line, or names for all with --output"});
     for (const std::string& output : job.outputs) {
       const std::string wrong = checkOutput(output, arguments.format);
-      if (!wrong.empty()) errors.push_back(std::string(where).append(": output: ").append(wrong));
+      if (!wrong.empty()) errors.push_back({where, "output", wrong});
     }
     if (jobs.size() > scene::kMostMaps) {
-      errors.push_back(where + ": more than " + std::to_string(scene::kMostMaps) +
-                       " jobs; split the file, or paint parts of it");
+      errors.push_back(
+          {where,
+           {},
+           "more than " + std::to_string(scene::kMostMaps) + " jobs; split the file, or paint parts of it"});
       break;
     }
   }
@@ -58,7 +61,7 @@ std::vector<scene::Job> readJobs(std::istream& in, const std::string& name, cons
 ExitStatus batch(const BatchArguments& arguments) {
   std::vector<scene::Job> jobs;
   if (arguments.jobs == "-") {
-    jobs = readJobs(std::cin, "standard input", arguments);
+    jobs = readJobs(std::cin, scene::sceneName("-"), arguments);
   } else {
     std::ifstream file(arguments.jobs, std::ios::binary);
     // A folder opens and can not be read.

@@ -14,20 +14,19 @@ ExitStatus check(const std::vector<std::string>& scenes) {
   ExitStatus status = done;
   std::string good;
   for (const std::string& path : scenes) {
-    try {
+    const ExitStatus failed = tellErrors([&] {
       const scene::SceneDocument document = scene::SceneDocument::load(path);
       document.check();
-      good.append(orv::printableText(path)).append(": good\n");
+      good.append(orv::printableText(document.fileName())).append(": good\n");
       // The scene is right all the same: its pictures may be somewhere else where it is painted.
-      for (const std::string& line : scene::missingImages(document.read(), document.folder()))
-        printMessage(std::string(path).append(": ").append(line));
-    } catch (const scene::SceneErrors& errors) {
-      for (const std::string& line : errors.lines()) printLine(line);
-      status = callIsWrong;
-    } catch (const scene::FileError& error) {
-      printMessage(error.what());
-      status = std::max(status, fileFailed);
-    }
+      std::vector<scene::Problem> missing =
+          scene::missingImages(document.read(), document.fileName(), document.folder());
+      for (scene::Problem& problem : missing) {
+        document.locate(problem);
+        for (const std::string& line : problem.lines()) printLine(line);
+      }
+    });
+    status = std::max(status, failed);
   }
   printResult(good);
   return status;

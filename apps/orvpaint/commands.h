@@ -82,6 +82,14 @@ struct PreviewArguments : PainterArguments {
   float cameraAzimuth = 180;
 };
 
+/// Each file is a scene or a map.
+struct InfoArguments {
+  std::vector<std::string> files;
+  orv::scene::Layout layout = orv::scene::Layout::native;  ///< of the maps
+  std::uint64_t maxImagePixels = orv::scene::kMaxPicturePixels;
+  bool json = false;
+};
+
 /// Each runs one command. Errors of files and scenes that end the command are thrown.
 ExitStatus paint(const PaintArguments& arguments);
 ExitStatus batch(const BatchArguments& arguments);
@@ -90,7 +98,7 @@ ExitStatus check(const std::vector<std::string>& scenes);
 /// Writes man pages and completion, made of the commands' description, below a folder as they are installed
 /// below `share`.
 ExitStatus generate(const CLI::App& app, const std::string& folder);
-ExitStatus info(const std::string& file, orv::scene::Layout layout, std::uint64_t maxImagePixels);
+ExitStatus info(const InfoArguments& arguments);
 
 /// Name and version, as files and `--version` give it.
 std::string programVersion();

@@ -84,6 +84,19 @@ std::function<void(const std::string&, bool)> tellUnless(bool quiet) {
   };
 }
 
+ExitStatus tellErrors(const std::function<void()>& act) {
+  try {
+    act();
+    return done;
+  } catch (const orv::scene::SceneErrors& errors) {
+    for (const std::string& line : errors.lines()) printLine(line);
+    return callIsWrong;
+  } catch (const orv::scene::FileError& error) {
+    printMessage(error.what());
+    return fileFailed;
+  }
+}
+
 void handleSignals() {
   struct sigaction action {};
   action.sa_handler = &endBySignal;

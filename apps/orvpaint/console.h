@@ -3,6 +3,8 @@
 #include <functional>
 #include <string>
 
+#include "commands.h"
+
 namespace orvpaint {
 
 enum class Stream { out, error };
@@ -35,6 +37,10 @@ void printText(const std::string& text);
 
 /// Writes a line that names its file itself to standard error, control characters in it as escapes.
 void printLine(const std::string& line);
+
+/// Does something with a file and tells of what is wrong with it.
+/// @return what the program leaves with for that.
+ExitStatus tellErrors(const std::function<void()>& act);
 
 /// On a signal that ends the program, an abort inside a library among them, removes unfinished files first.
 /// Writing beyond a limit of file sizes, or into a pipe that nobody reads, becomes an ordinary error.

@@ -199,19 +199,21 @@ void describeCheck(CLI::App& app, std::vector<std::string>& scenes) {
   command.footer("orvpaint check studio.json noon.json");
 }
 
-void describeInfo(CLI::App& app, Arguments& arguments) {
-  CLI::App& command = *app.add_subcommand("info", "Describe a scene or a map");
+void describeInfo(CLI::App& app, InfoArguments& arguments) {
+  CLI::App& command = *app.add_subcommand("info", "Describe scenes and maps");
   command
-      .add_option("FILE", arguments.infoFile,
-                  "Scene file, - for one from standard input, or image file of a map")
+      .add_option("FILE", arguments.files,
+                  "Scene files, - for one from standard input, or image files of maps")
       ->required()
       ->type_name("FILE");
-  addRead(command, "--layout-in", readLayout, arguments.infoLayout,
-          "How the map lies, as a renderer reads it: " + scene::listOf(valueKind("LAYOUT").words), "LAYOUT")
+  addRead(command, "--layout-in", readLayout, arguments.layout,
+          "How the maps lie, as a renderer reads them: " + scene::listOf(valueKind("LAYOUT").words), "LAYOUT")
       ->group(kMaps);
-  addMaxImagePixels(command, arguments.infoPixels);
+  addMaxImagePixels(command, arguments.maxImagePixels);
+  command.add_flag("--json", arguments.json, "Print a line of JSON for each file")->group(kRun);
   command.footer(
       "orvpaint info studio.json\n"
+      "orvpaint info --json studio.exr noon.exr\n"
       "orvpaint info --layout-in usd light.exr");
 }
 
@@ -227,7 +229,7 @@ void describeCommands(CLI::App& app, Arguments& arguments) {
   describeBatch(app, arguments.batch);
   describePreview(app, arguments.preview);
   describeCheck(app, arguments.checkedScenes);
-  describeInfo(app, arguments);
+  describeInfo(app, arguments.info);
   CLI::App& help = *app.add_subcommand("help", "Print the list of commands, or the help of one");
   help.add_option("COMMAND", arguments.helpCommand, "Command to explain")->type_name("COMMAND");
   help.footer("orvpaint help paint");

@@ -13,9 +13,7 @@ struct Arguments {
   BatchArguments batch;
   PreviewArguments preview;
   std::vector<std::string> checkedScenes;
-  std::string infoFile;
-  orv::scene::Layout infoLayout = orv::scene::Layout::native;
-  std::uint64_t infoPixels = orv::scene::kMaxPicturePixels;
+  InfoArguments info;
   std::string helpCommand;  ///< empty: of the program
   std::string generateFolder;
 };

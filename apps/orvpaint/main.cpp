@@ -83,7 +83,7 @@ ExitStatus runCommand(const CLI::App& app, const std::string& command, const Arg
   if (command == "batch") return batch(arguments.batch);
   if (command == "preview") return preview(arguments.preview);
   if (command == "check") return check(arguments.checkedScenes);
-  if (command == "info") return info(arguments.infoFile, arguments.infoLayout, arguments.infoPixels);
+  if (command == "info") return info(arguments.info);
   if (command == "generate") return generate(app, arguments.generateFolder);
   return help(app, arguments.helpCommand);
 }

@@ -144,6 +144,8 @@ void ExrInput::checkWeight() const {
 
 FileHeader ExrInput::header() const {
   FileHeader header;
+  header.width = static_cast<int>(display_.width());
+  header.height = static_cast<int>(display_.height());
   header.channels = static_cast<int>(channels_.size());
   header.format = "openexr";
   const auto isHalf = [](const ExrChannel& channel) { return channel.type == EXR_PIXEL_HALF; };

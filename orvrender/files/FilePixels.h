@@ -20,6 +20,8 @@ struct FilePixels {
 
 /// What a file's header says of it.
 struct FileHeader {
+  int width = 0;  ///< of the picture as it is read, upright
+  int height = 0;
   int channels = 0;
   std::string format;       ///< the file format's name
   std::string pixelType;    ///< as stored: half, float, uint8

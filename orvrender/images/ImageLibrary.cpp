@@ -99,11 +99,11 @@ std::unique_ptr<ImageContent> ImageLibrary::take(const std::string& image,
     // A thread that waits for its rows must not start on work that asks for the lock it holds.
     tbb::this_task_arena::isolate([&] {
       ReadImage got = get();
-      if (got.replacedPixels > 0) {
+      if (got.replaced.pixels > 0) {
         orv_critical(
             "%s: %llu of its pixels are not finite; NaN counts as 0 and an infinity as 65504: save it "
             "without them\n",
-            image.c_str(), static_cast<unsigned long long>(got.replacedPixels));
+            image.c_str(), static_cast<unsigned long long>(got.replaced.pixels));
       }
       content->pixels = std::move(got.pixels);
     });

@@ -27,8 +27,7 @@ float madeFinite(float value) {
 
 /// Replaces what is not finite in pixels `begin` to `end`, limits alpha, and associates straight colour with
 /// it.
-/// @return how many pixels were not finite.
-std::uint64_t repair(Pixels& pixels, std::size_t begin, std::size_t end, bool isStraight) {
+Replaced repair(Pixels& pixels, std::size_t begin, std::size_t end, bool isStraight) {
   float* const rgb = pixels.rgb.get();
   float* const alpha = pixels.alpha.get();
 
@@ -37,13 +36,16 @@ std::uint64_t repair(Pixels& pixels, std::size_t begin, std::size_t end, bool is
   for (std::size_t i = 3 * begin; i < 3 * end; ++i) notFinite |= isFinite(rgb[i]) ? 0u : 1u;
   for (std::size_t i = begin; alpha && i < end; ++i) notFinite |= isFinite(alpha[i]) ? 0u : 1u;
 
-  std::uint64_t replaced = 0;
+  Replaced replaced;
   for (std::size_t i = begin; notFinite && i < end; ++i) {
     float* const pixel = rgb + 3 * i;
     const bool finite =
         isFinite(pixel[0]) && isFinite(pixel[1]) && isFinite(pixel[2]) && (!alpha || isFinite(alpha[i]));
     if (finite) continue;
-    ++replaced;
+    ++replaced.pixels;
+    const float channels[4] = {pixel[0], pixel[1], pixel[2], alpha ? alpha[i] : 0.0f};
+    if (std::any_of(channels, channels + 4, [](float c) { return std::isnan(c); })) ++replaced.nan;
+    if (std::any_of(channels, channels + 4, [](float c) { return std::isinf(c); })) ++replaced.infinite;
     for (int c = 0; c < 3; ++c) pixel[c] = madeFinite(pixel[c]);
     if (alpha) alpha[i] = madeFinite(alpha[i]);
   }
@@ -55,19 +57,23 @@ std::uint64_t repair(Pixels& pixels, std::size_t begin, std::size_t end, bool is
 }
 
 /// The same for all pixels that the file holds, a run that fits the first cache at a time.
-std::uint64_t repair(FilePixels& read) {
+Replaced repair(FilePixels& read) {
   constexpr std::size_t kRun = 2048;
-  std::atomic<std::uint64_t> replaced{0};
+  std::atomic<std::uint64_t> pixels{0}, nan{0}, infinite{0};
   const std::size_t width = read.pixels.width;
   const std::size_t first = read.firstRow * width;
   const std::size_t end = std::min(read.endRow * width, read.pixels.count());
   const auto runs = static_cast<std::uint32_t>((end - std::min(first, end) + kRun - 1) / kRun);
   forEachImageRow(runs, end - std::min(first, end), [&](std::uint32_t run) {
     const std::size_t begin = first + run * kRun;
-    const std::uint64_t found = repair(read.pixels, begin, std::min(begin + kRun, end), read.isStraight);
-    if (found > 0) replaced.fetch_add(found, std::memory_order_relaxed);
+    const Replaced found = repair(read.pixels, begin, std::min(begin + kRun, end), read.isStraight);
+    if (found.pixels == 0) return;
+    pixels.fetch_add(found.pixels, std::memory_order_relaxed);
+    nan.fetch_add(found.nan, std::memory_order_relaxed);
+    infinite.fetch_add(found.infinite, std::memory_order_relaxed);
   });
-  return replaced.load(std::memory_order_relaxed);
+  return {pixels.load(std::memory_order_relaxed), nan.load(std::memory_order_relaxed),
+          infinite.load(std::memory_order_relaxed)};
 }
 
 FilePixels readFile(const std::string& path, const FileFacts& file, orvTexture_profile profile,
@@ -82,7 +88,7 @@ FilePixels readFile(const std::string& path, const FileFacts& file, orvTexture_p
 ReadImage readImage(const std::string& path, orvTexture_profile profile, const ImageLimits& limits) {
   const FileFacts file = inspectFile(path);
   FilePixels read = readFile(path, file, profile, limits);
-  const std::uint64_t replaced = repair(read);
+  const Replaced replaced = repair(read);
   reorient(read.pixels, read.orientation);
   return {std::move(read.pixels), replaced};
 }
@@ -93,8 +99,13 @@ ReadImage copyImage(const float* rgb, std::uint32_t width, std::uint32_t height,
   FilePixels copy{allocatePixels(window, false), false, 1};
   copy.endRow = height;
   std::copy_n(rgb, 3 * copy.pixels.count(), copy.pixels.rgb.get());
-  const std::uint64_t replaced = repair(copy);
+  const Replaced replaced = repair(copy);
   return {std::move(copy.pixels), replaced};
 }
 
 }  // namespace orv::host
+
+extern "C" void orv_image_read(const std::string& path, const orv::host::ImageLimits& limits,
+                               orv::host::ReadImage& image) {
+  image = orv::host::readImage(path, orvTexture_profile::environment, limits);
+}

@@ -9,10 +9,17 @@
 
 namespace orv::host {
 
-/// An image as read, and how many of its pixels were not finite and were replaced.
+/// How many pixels of an image were not finite and were replaced.
+struct Replaced {
+  std::uint64_t pixels = 0;    ///< with either
+  std::uint64_t nan = 0;       ///< with a NaN in a channel
+  std::uint64_t infinite = 0;  ///< with an infinity in a channel
+};
+
+/// An image as read.
 struct ReadImage {
   Pixels pixels;
-  std::uint64_t replacedPixels = 0;
+  Replaced replaced;
 };
 
 /// Reads an image file: linear colour of the first part that has colour, grey as red, green and blue alike,
@@ -25,3 +32,11 @@ ReadImage readImage(const std::string& path, orvTexture_profile profile, const I
 ReadImage copyImage(const float* rgb, std::uint32_t width, std::uint32_t height, const ImageLimits& limits);
 
 }  // namespace orv::host
+
+extern "C" {
+
+/// `readImage` of a latitude-longitude picture, for programs that look at files. Throws ImageError.
+void orv_image_read(const std::string& path, const orv::host::ImageLimits& limits,
+                    orv::host::ReadImage& image);
+
+}  // extern "C"

@@ -31,7 +31,10 @@ class OpenImageIoModule final : public ImageModule {
     const std::unique_ptr<OIIO::ImageInput> input = OIIO::ImageInput::open(path);
     if (!input) throw ImageError("cannot be read: " + inOneLine(OIIO::geterror()));
     const OIIO::ImageSpec& spec = input->spec();
-    return {.channels = spec.nchannels,
+    const bool lies = spec.get_int_attribute("Orientation", 1) > 4;
+    return {.width = lies ? spec.full_height : spec.full_width,
+            .height = lies ? spec.full_width : spec.full_height,
+            .channels = spec.nchannels,
             .format = input->format_name(),
             .pixelType = spec.format.c_str(),
             .compression = spec.get_string_attribute("compression"),

@@ -27,7 +27,7 @@ class Converter {
     if (count_ == scene::kMaxSceneValues)
       stop("scene", "more than " + std::to_string(scene::kMaxSceneValues) + " values");
     JsonValue result;
-    result.order = count_++;
+    result.offset = result.keyOffset = scene::kWithoutText + count_++;
     PyObject* const object = value.ptr();
     // The usual ones first; a bool is an int.
     if (PyFloat_Check(object))
@@ -49,7 +49,7 @@ class Converter {
 
  private:
   [[noreturn]] void stop(const std::string& place, const std::string& finding) {
-    problems_.add(count_, place, finding);
+    problems_.add(scene::kWithoutText + count_, place, finding);
     throw Stop();
   }
 
@@ -169,7 +169,7 @@ JsonValue toDocument(const py::handle& value, const std::string& name, Pictures&
   try {
     return Converter(problems, pictures).convert(value, JsonPath(), 0);
   } catch (const Stop&) {
-    problems.throwIfAny();
+    problems.throwIfAny({});
   }
   return {};
 }

@@ -16,24 +16,26 @@
 namespace orv::python {
 namespace {
 
+/// A file's name need not be UTF-8.
+py::object decoded(const std::string& text) {
+  return py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(text.c_str()));
+}
+
 void raise(const char* name, const py::object& what) {
   const py::object type = py::module_::import("orvhdri.errors").attr(name);
   PyErr_SetObject(type.ptr(), type(what).ptr());
 }
-void raise(const char* name, const std::exception& error) {
-  // A file's name need not be UTF-8.
-  const py::object text = py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(error.what()));
-  raise(name, text);
-}
+void raise(const char* name, const std::exception& error) { raise(name, decoded(error.what())); }
 
 void translate(std::exception_ptr thrown) {
   try {
     if (thrown) std::rethrow_exception(thrown);
   } catch (const scene::SceneErrors& errors) {
-    py::list lines;
-    for (const std::string& line : errors.lines())
-      lines.append(py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(line.c_str())));
-    raise("SceneError", lines);
+    py::list problems;
+    for (const scene::Problem& problem : errors.problems())
+      problems.append(py::make_tuple(decoded(problem.path), problem.line, problem.column,
+                                     decoded(problem.text), decoded(problem.finding())));
+    raise("SceneError", problems);
   } catch (const scene::SettingError& error) {
     raise("SettingError", error);
   } catch (const scene::FileError& error) {

@@ -26,7 +26,7 @@ scene::Job readJob(const py::handle& job, const std::string& where) {
   Pictures pictures;
   scene::Job read = scene::readJob(toDocument(job, where, pictures), where);
   if (!pictures.empty())
-    throw scene::SceneErrors({where + ": scene: an array as a picture found; allowed: the path of a file"});
+    throw scene::SceneErrors({{where, "scene", "an array as a picture found; allowed: the path of a file"}});
   return read;
 }
 

@@ -33,7 +33,10 @@ std::vector<std::string> check(const py::handle& value, const std::string& name,
   const scene::SceneDocument document(toDocument(value, name, pictures), name);
   const py::gil_scoped_release release;
   document.check();
-  return scene::missingImages(document.read(), folder);
+  std::vector<std::string> lines;
+  for (const scene::Problem& missing : scene::missingImages(document.read(), {}, folder))
+    lines.push_back(missing.finding());
+  return lines;
 }
 
 /// The document with a setting. Pictures are the paths that they have.
@@ -50,7 +53,7 @@ void save(const py::handle& value, const std::string& name, const std::string& p
   const scene::SceneDocument document(toDocument(value, name, pictures), name);
   if (!pictures.empty())
     throw scene::SceneErrors(
-        {name + ": scene: an array as a picture found; allowed in files: the path of one"});
+        {{name, "scene", "an array as a picture found; allowed in files: the path of one"}});
   document.check();
   const std::string text = scene::prettyText(scene::toJson(document.document())) + "\n";
   scene::OutputFile file(path);

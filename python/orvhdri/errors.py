@@ -2,9 +2,8 @@
 
 from __future__ import annotations
 
-import re
 from dataclasses import dataclass
-from typing import List, Optional, Sequence, Union
+from typing import List, Optional, Sequence, Tuple
 
 
 class Error(Exception):
@@ -19,18 +18,10 @@ class Problem:
     """Where it stands: ``pins[2].fill.color``; ``scene`` for all of it."""
     line: Optional[int]
     """The line of the file, from 1, where it is known; None for scenes that were made in Python."""
+    column: Optional[int]
+    """The character in the line, from 1; None without one."""
     text: str
     """What was found, and what is allowed there."""
-
-
-def _problem(message: str) -> Problem:
-    # file: place: finding; a file's name may hold colons, a place none that a space follows outside its quotes.
-    place = r'(?:scene|line \d+, column \d+|[A-Za-z_]\w*(?:\.\w+|\[\d+\]|\["(?:[^"\\]|\\.)*"\])*(?: "(?:[^"\\]|\\.)*")?)'
-    found = re.match(rf".*?: ({place}): (.*)", message, re.DOTALL)
-    if not found:
-        return Problem("scene", None, message)
-    at = re.match(r"line (\d+), column", found[1])
-    return Problem("scene" if at else found[1], int(at[1]) if at else None, found[2])
 
 
 class SceneError(Error, ValueError):
@@ -39,18 +30,20 @@ class SceneError(Error, ValueError):
     problems: List[Problem]
     """The same one by one."""
 
-    def __init__(self, lines: Union[str, Sequence[str]]):
-        lines = [lines] if isinstance(lines, str) else list(lines)
-        super().__init__("\n".join(lines))
-        self.problems = [_problem(line) for line in lines]
+    def __init__(self, found: Sequence[Tuple[str, int, int, str, str]]):
+        super().__init__("\n".join(message for *_, message in found))
+        self._found = list(found)
+        self.problems = [
+            Problem(path or "scene", line or None, column or None, text) for path, line, column, text, _ in found
+        ]
 
     @classmethod
     def joined(cls, errors: "Sequence[SceneError]") -> "SceneError":
         """Several in one."""
-        return cls([line for error in errors for line in str(error).split("\n")])
+        return cls([found for error in errors for found in error._found])
 
     def __reduce__(self):
-        return type(self), (str(self).split("\n"),)
+        return type(self), (self._found,)
 
 
 class SettingError(Error, LookupError, ValueError):

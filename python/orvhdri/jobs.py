@@ -165,7 +165,6 @@ def name_outputs(jobs: Sequence[_core.Job], out: Union[None, PathLike, Sequence[
     names = [os.fspath(out)] if isinstance(out, (str, os.PathLike)) else [os.fspath(name) for name in out]
     for i, job in enumerate(jobs):
         if not job.outputs and not names:
-            raise SceneError(
-                f"jobs[{i}]: output: missing; give it in the job, or names for all with out="
-            )
+            text = "missing; give it in the job, or names for all with out="
+            raise SceneError([("output", 0, 0, text, f"jobs[{i}]: output: {text}")])
     _core.name_outputs(list(jobs), names)

@@ -68,7 +68,10 @@ TEST(Jobs, ASettingThatIsWrongNamesThePlace) {
   const std::string scene = folder.put("s.json", kLitScene);
   const Outcome run = orvpaint({"paint", scene, "--set", "pins.key.radius=-4", "-o", folder / "s.pfm"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, scene + ": pins[0].radius: -4 is not above 0; allowed: above 0 and at most 180\n");
+  EXPECT_EQ(run.err,
+            scene +
+                ": setting pins.key.radius: pins[0] \"key\": radius: -4 is not above 0; allowed: above "
+                "0 and at most 180\n");
   const Outcome none = orvpaint({"paint", scene, "--set", "pins.key", "-o", folder / "s.pfm"});
   EXPECT_EQ(none.status, 2);
   EXPECT_THAT(none.err, HasSubstr("orvpaint: pins.key: no value; allowed: PATH=VALUE"));
@@ -107,7 +110,7 @@ TEST(Jobs, AFailureIsNamedAndTheOthersArePainted) {
                                 "-o", folder / "{index}.pfm"});
   EXPECT_EQ(run.status, 2);
   EXPECT_THAT(folder.names(), UnorderedElementsAre("s.json", "0000.pfm", "0002.pfm"));
-  EXPECT_THAT(run.err, HasSubstr("s.json: pins[0].radius: -4 is not above 0"));
+  EXPECT_THAT(run.err, HasSubstr("radius: -4 is not above 0"));
   EXPECT_THAT(run.err,
               HasSubstr("orvpaint: " + (folder / "0001.pfm") + ": not painted: its scene has errors\n"));
   EXPECT_THAT(run.err, HasSubstr("0003.pfm: not painted: " + (folder / "none.json") +
@@ -212,7 +215,7 @@ TEST(Jobs, WrongJobLinesAreAllNamedAndNothingIsPainted) {
   const Outcome run = orvpaint({"batch", jobs});
   EXPECT_EQ(run.status, 2);
   EXPECT_THAT(run.err,
-              HasSubstr(jobs + ":2: scene: 1 found; allowed: the path of a scene in quotes, a scene\n"));
+              HasSubstr(jobs + ":2:11: scene: 1 found; allowed: the path of a scene in quotes, a scene\n"));
   EXPECT_THAT(run.err, HasSubstr(jobs + ":3: output: \"a.gif\" has no ending that names a format"));
   EXPECT_THAT(run.err, HasSubstr(jobs + ":4: output: missing"));
   EXPECT_THAT(folder.names(), UnorderedElementsAre("s.json", "jobs.jsonl"));
@@ -236,7 +239,8 @@ TEST(Jobs, TheManifestTellsWhatBecameOfEachMap) {
   EXPECT_EQ(lines[0]["mean"], Json({1.0, 0.5, 4.0}));
   EXPECT_NEAR(lines[0]["peak"].get<double>(), 0.2126 * 1 + 0.7152 * 0.5 + 0.0722 * 4, 1e-5);
   EXPECT_EQ(lines[1]["status"], "failed");
-  EXPECT_EQ(lines[1]["error"], scene + ": background.brightness: \"x\" found; allowed: a number");
+  EXPECT_EQ(lines[1]["error"],
+            scene + ": setting background.brightness: background.brightness: \"x\" found; allowed: a number");
   EXPECT_FALSE(lines[1].contains("mean"));
 }
 
@@ -253,6 +257,29 @@ TEST(Jobs, WhatIsThereIsSkipped) {
     status[fs::path(line["job"]["output"].get<std::string>()).stem()] = line["status"];
   EXPECT_THAT(status, ElementsAre(std::pair{"0000", "painted"}, std::pair{"0001", "skipped"},
                                   std::pair{"0002", "painted"}));
+}
+
+TEST(Jobs, AMapIsThereWhenItsDomeLightIsToo) {
+  const TestFolder folder;
+  const std::string scene = folder.put("s.json", kLitScene);
+  const std::vector<std::string> call{"paint",
+                                      scene,
+                                      "--sweep",
+                                      "pins.key.azimuth=0:1",
+                                      "-o",
+                                      folder / "{index}.pfm",
+                                      "--usd",
+                                      folder / "{index}.usda",
+                                      "--skip-existing"};
+  folder.put("0000.pfm", "kept");
+  folder.put("0000.usda", "kept, too");
+  folder.put("0001.pfm", "without its light");
+  EXPECT_EQ(orvpaint(call).status, 0);
+  EXPECT_EQ(contentsOf(folder / "0000.pfm"), "kept");
+  EXPECT_EQ(contentsOf(folder / "0000.usda"), "kept, too");
+  EXPECT_THAT(contentsOf(folder / "0001.usda"), HasSubstr("0001.pfm"));
+  EXPECT_EQ(contentsOf(folder / "0001.pfm"),
+            painted(folder, replaced(kLitScene, "\"azimuth\": 0", "\"azimuth\": 1")));
 }
 
 TEST(Jobs, ShardsPaintEachMapOnce) {

@@ -237,21 +237,21 @@ TEST_F(StreamTest, ASceneFromAPipeIsVariedAndNamed) {
 TEST_F(StreamTest, ErrorsOfStandardInputAreCalledSo) {
   const Outcome run = reading({"paint", "-", "-o", folder_ / "a.exr"}, R"({"version": 1})").run();
   EXPECT_EQ(run.status, 2);
-  EXPECT_THAT(run.err, testing::StartsWith("standard input:"));
+  EXPECT_THAT(run.err, testing::StartsWith("<stdin>:1:1: "));
   EXPECT_THAT(run.err, HasSubstr("background: missing"));
   const Outcome check = reading({"check", "-"}, R"({"version": 1})").run();
   EXPECT_EQ(check.status, 2);
-  EXPECT_THAT(check.err, testing::StartsWith("standard input:"));
+  EXPECT_THAT(check.err, testing::StartsWith("<stdin>:1:1: "));
   const Outcome none = reading({"paint", "-", "-o", folder_ / "a.exr"}, "").run();
   EXPECT_EQ(none.status, 2);
-  EXPECT_THAT(none.err, testing::StartsWith("standard input: "));
+  EXPECT_THAT(none.err, testing::StartsWith("<stdin>:1:1: "));
 }
 
 TEST_F(StreamTest, ClosedStandardInputIsAFailure) {
   const Outcome run =
       Program({"paint", "-", "-o", folder_ / "a.exr"}).prepared([] { ::close(STDIN_FILENO); }).run();
   EXPECT_NE(run.status, 0);
-  EXPECT_THAT(run.err, HasSubstr("standard input: "));
+  EXPECT_THAT(run.err, HasSubstr("<stdin>:"));
 }
 
 TEST_F(StreamTest, ImagesOfStandardInputLieInTheWorkingDirectory) {

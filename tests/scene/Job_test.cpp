@@ -47,16 +47,16 @@ TEST(Job, ItsTextIsALineThatReadsBack) {
 
 TEST(Job, WhatIsWrongNamesLineAndPlace) {
   EXPECT_EQ(errorOfJob(R"({"scen": "a"})"),
-            "jobs.jsonl:3: scen: not a key of a job (did you mean \"scene\"?); allowed: scene, set, frame, "
+            "jobs.jsonl:3:2: scen: not a key of a job (did you mean \"scene\"?); allowed: scene, set, frame, "
             "size, output, values");
-  EXPECT_EQ(errorOfJob("{}"), "jobs.jsonl:3: scene: missing; required: the path of a scene, or a scene");
-  EXPECT_EQ(errorOfJob("[]"), "jobs.jsonl:3: job: an array of 0 found; allowed: an object, a job");
+  EXPECT_EQ(errorOfJob("{}"), "jobs.jsonl:3:1: scene: missing; required: the path of a scene, or a scene");
+  EXPECT_EQ(errorOfJob("[]"), "jobs.jsonl:3:1: job: an array of 0 found; allowed: an object, a job");
   EXPECT_THAT(errorOfJob(R"({"scene": "a", "size": [0, 3]})"),
-              HasSubstr("jobs.jsonl:3: size: an array of 2 found; allowed: [width, height]"));
-  EXPECT_THAT(errorOfJob(R"({"scene": "a", "output": []})"), HasSubstr("jobs.jsonl:3: output: "));
+              HasSubstr("jobs.jsonl:3:24: size: an array of 2 found; allowed: [width, height]"));
+  EXPECT_THAT(errorOfJob(R"({"scene": "a", "output": []})"), HasSubstr("jobs.jsonl:3:26: output: "));
   EXPECT_THAT(errorOfJob(R"({"scene": "a", "set": [], "frame": "x", "values": 1})"),
               ::testing::AllOf(HasSubstr(": set: "), HasSubstr(": frame: "), HasSubstr(": values: ")));
-  EXPECT_THAT(errorOfJob(R"({"scene": "a")"), HasSubstr("jobs.jsonl:3: line 1, column "));
+  EXPECT_THAT(errorOfJob(R"({"scene": "a")"), HasSubstr("jobs.jsonl:3:14: "));
 }
 
 TEST(Job, ASceneInTheLineIsRead) {

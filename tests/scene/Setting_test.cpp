@@ -62,11 +62,25 @@ TEST(Setting, TheLastOneStands) {
 
 TEST(Setting, IsCheckedLikeTheSceneItself) {
   EXPECT_EQ(errorWith("pins.key.radius=-4"),
-            "s.json: pins[0].radius: -4 is not above 0; allowed: above 0 and at most 180");
+            "s.json: setting pins.key.radius: pins[0] \"key\": radius: -4 is not above 0; allowed: above 0 "
+            "and at most 180");
   EXPECT_THAT(errorWith("pins.key.azimth=4"),
-              HasSubstr("s.json: pins[0].azimth: not a key of a circle pin (did you mean \"azimuth\"?)"));
-  EXPECT_THAT(errorWith("pins.key.radius=wide"),
-              HasSubstr("s.json: pins[0].radius: \"wide\" found; allowed: a number"));
+              HasSubstr("s.json: setting pins.key.azimth: pins[0] \"key\": azimth: not a key of a circle pin "
+                        "(did you mean \"azimuth\"?)"));
+  EXPECT_THAT(
+      errorWith("pins.key.radius=wide"),
+      HasSubstr(
+          "s.json: setting pins.key.radius: pins[0] \"key\": radius: \"wide\" found; allowed: a number"));
+}
+
+TEST(Setting, WhatItBreaksInTheFileIsShownThere) {
+  const std::string error = errorWith("pins.key.shape=rect");
+  EXPECT_THAT(error, HasSubstr("s.json:1:78: pins[0] \"key\": halfWidth: missing"));
+  EXPECT_THAT(error, HasSubstr("pins[0] \"key\": radius: not a key of a rect pin"));
+}
+
+TEST(Setting, ItsSyntaxErrorsGiveTheCharacter) {
+  EXPECT_THAT(errorWith("size=[1, 2,]"), HasSubstr("size: character 7: nothing follows the comma"));
 }
 
 TEST(Setting, APathThatLeadsNowhereIsNamed) {

@@ -114,7 +114,7 @@ std::string errorOf(const std::string& azimuth, double frame = 1) {
     azimuthAt(frame, azimuth);
     return {};
   } catch (const SceneErrors& errors) {
-    return errors.what();
+    return findingsOf(errors);
   }
 }
 
@@ -138,6 +138,16 @@ TEST(Animation, TheReaderChecksWhatAFrameIs) {
   const std::string keys = R"({"keys": [[1, 0], [3, 400]], "interpolation": "step"})";
   EXPECT_EQ(errorOf(keys, 2), "");
   EXPECT_THAT(errorOf(keys, 3), HasSubstr("s.json: frame 3: pins[0].azimuth: 400 is above 360"));
+}
+
+TEST(Animation, ACommentBesideTheKeysIsNoPartOfTheValue) {
+  EXPECT_EQ(azimuthAt(2, R"({"comment": "round", "keys": [[1, 0], [3, 20]]})"), 10);
+  EXPECT_EQ(errorOf(R"({"comment": 1, "keys": [[1, 2]]})"),
+            "s.json: frame 1: pins[0].azimuth.comment: 1 found; allowed: text in quotes");
+  const std::string sun = R"({"type": "sunSky", "sun": {"keys": [
+      [1, {"comment": "low", "azimuth": 0, "elevation": 10}], [3, {"azimuth": 0, "elevation": 30}]]}})";
+  const Scene scene = SceneDocument(withBackground(sun), "s.json").read(2);
+  EXPECT_EQ(std::get<SunSkyBackground>(scene.background.paint).settings.sunElevation, 20);
 }
 
 TEST(Animation, CheckLooksAtEveryKey) {

@@ -284,5 +284,31 @@ TEST(KeepLight, StaysOnTheSphere) {
   EXPECT_LT(keepLight(rect, 64, 32).halfWidth, 1.5708f);
 }
 
+TEST(SolidAngle, OfCirclesIsThatOfTheirCaps) {
+  hdri::CirclePinParams pin;
+  for (const double degrees : {0.1, 10.0, 60.0, 120.0, 180.0}) {
+    const double radius = degrees * kPi / 180;
+    pin.radius = static_cast<float>(radius);
+    pin.half = 0;
+    EXPECT_NEAR(solidAngle(pin), 2 * kPi * (1 - std::cos(radius)), 1e-6) << degrees;
+    pin.half = 1;
+    EXPECT_NEAR(solidAngle(pin), kPi * (1 - std::cos(radius)), 1e-6) << degrees;
+  }
+}
+
+TEST(SolidAngle, OfARectangleOfRightAnglesIsASixthOfTheSphere) {
+  hdri::RectPinParams pin;
+  pin.halfWidth = pin.halfHeight = static_cast<float>(kPi / 4);
+  EXPECT_NEAR(solidAngle(pin), 4 * kPi / 6, 1e-6);
+  pin.half = 1;
+  EXPECT_NEAR(solidAngle(pin), 4 * kPi / 12, 1e-6);
+}
+
+TEST(SolidAngle, RoundCornersOfASmallSquareMakeACircle) {
+  hdri::RectPinParams pin;
+  pin.halfWidth = pin.halfHeight = pin.cornerRadius = 0.01f;
+  EXPECT_NEAR(solidAngle(pin), std::numbers::pi * 1e-4, 1e-7);
+}
+
 }  // namespace
 }  // namespace orv::scene

@@ -115,8 +115,8 @@ TEST(ReadScene, WithoutASunTheSkyFollowsItsPlaceAndTime) {
 
 TEST(ReadScene, ReadsARotatedBackgroundAsFill) {
   const Scene scene =
-      parseScene(withPin(kRect, R"({"type": "background", "turn": 400, "tilt": -20})"), "s.json");
-  EXPECT_EQ(std::get<BackgroundFill>(scene.pins.at(0).fill.paint), (BackgroundFill{400, -20, {}}));
+      parseScene(withPin(kRect, R"({"type": "background", "turn": -340, "tilt": -20})"), "s.json");
+  EXPECT_EQ(std::get<BackgroundFill>(scene.pins.at(0).fill.paint), (BackgroundFill{-340, -20, {}}));
 }
 
 TEST(ReadScene, ReadsAllAdjustments) {
@@ -187,12 +187,12 @@ TEST(ReadScene, EndsOnADeviceWithoutAnEnd) {
 
 TEST(ReadScene, CommasAreSpokenOfInWords) {
   EXPECT_EQ(errorsOf("{\"version\": 1,}"),
-            "s.json: line 1, column 15: nothing follows the comma before this }; remove the comma");
+            "s.json:1:15: nothing follows the comma before this }; remove the comma");
   EXPECT_EQ(errorsOf("{\"size\": [1, 2,]}"),
-            "s.json: line 1, column 16: nothing follows the comma before this ]; remove the comma");
+            "s.json:1:16: nothing follows the comma before this ]; remove the comma");
   EXPECT_EQ(errorsOf("{\"version\": 1\n \"size\": [1, 2]}"),
-            "s.json: line 2, column 7: a comma is missing before \"size\"");
-  EXPECT_EQ(errorsOf("{\"size\": [1 2]}"), "s.json: line 1, column 13: a comma is missing before 2");
+            "s.json:2:2: a comma is missing before \"size\"");
+  EXPECT_EQ(errorsOf("{\"size\": [1 2]}"), "s.json:1:13: a comma is missing before 2");
 }
 
 TEST(ReadScene, AMisplacedKeyIsToldWhereItBelongs) {

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "scene/SceneDocument.h"
 #include "scene/scene_texts.h"
 
 namespace orv::scene {
@@ -57,17 +58,17 @@ TEST(SceneErrors, QuoteNumbersAsTheyAreWritten) {
 TEST(SceneErrors, TellOfAByteOfZeroWhereverItIs) {
   const std::string scene = withBackground(kWhite);
   const std::string zero(1, '\0');
-  const std::string end = "line 1, column " + std::to_string(scene.size() + 1);
-  expectErrors(
-      {{scene + zero, "s.json: " + end + ": a byte of 0 is no text; save the file as UTF-8"},
-       {scene + zero + "{}", "s.json: " + end + ": a byte of 0 is no text; save the file as UTF-8"},
-       {"\n{" + zero + "}", "s.json: line 2, column 2: a byte of 0 is no text; save the file as UTF-8"}});
+  const std::string end = "1:" + std::to_string(scene.size() + 1);
+  expectErrors({{scene + zero, "s.json:" + end + ": a byte of 0 is no text; save the file as UTF-8"},
+                {scene + zero + "{}", "s.json:" + end + ": a byte of 0 is no text; save the file as UTF-8"},
+                {"\n{" + zero + "}", "s.json:2:2: a byte of 0 is no text; save the file as UTF-8"}});
 }
 
 TEST(SceneErrors, SuggestTheNearestKey) {
   expectErrors({
       {withBackground(kWhite, R"(, "smoothin": true)"),
-       "s.json: smoothin: not a key of a scene (did you mean \"smoothing\"?); allowed: version, quality, "
+       "s.json: smoothin: not a key of a scene (did you mean \"smoothing\"?); allowed: $schema, version, "
+       "quality, "
        "size, "
        "sizeFromImage, smoothing, background, pins, view"},
       {withBackground(R"({"type": "color", "color": [1, 1, 1], "colour": 1})"),
@@ -267,8 +268,8 @@ TEST(SceneErrors, RefuseNumbersThatAreNotFinite) {
       {bright("\"NaN\""), "s.json: background.brightness: \"NaN\" found; allowed: a number"},
       {withBackground(kWhite, R"(, "view": {"a": [0, 1e400]})"), "s.json: view.a[1]: 1e400 is not finite"},
   });
-  EXPECT_THAT(errorsOf(bright("NaN")), HasSubstr("s.json: line 1, column "));
-  EXPECT_THAT(errorsOf(bright("Infinity")), HasSubstr("s.json: line 1, column "));
+  EXPECT_THAT(errorsOf(bright("NaN")), HasSubstr("s.json:1:"));
+  EXPECT_THAT(errorsOf(bright("Infinity")), HasSubstr("s.json:1:"));
 }
 
 TEST(SceneErrors, ReportNumbersThatOverflowBesideOtherErrors) {
@@ -276,6 +277,16 @@ TEST(SceneErrors, ReportNumbersThatOverflowBesideOtherErrors) {
             "s.json: version: 3 found; allowed: 1\n"
             "s.json: background.color[0]: 1e999 is not finite as a 32-bit float; allowed: a number\n"
             "s.json: background.color[1]: -2e400 is not finite as a 32-bit float; allowed: a number");
+}
+
+TEST(SceneErrors, ACommentIsAText) {
+  expectErrors({
+      {withBackground(kWhite, R"(, "comment": 1)"), "s.json: comment: 1 found; allowed: text in quotes"},
+      {withPin(kCircle, R"({"type": "color", "color": [1, 1, 1], "comment": ["a"]})"),
+       "s.json: pins[0].fill.comment: an array of 1 found; allowed: text in quotes"},
+      {withBackground(R"({"type": "color", "color": [1, 1, 1], "$schema": "a"})"),
+       R"(s.json: background["$schema"]: not a key of a color background; allowed: type, brightness, exposure, color, temperature)"},
+  });
 }
 
 TEST(SceneErrors, RefuseKeysGivenTwice) {
@@ -299,7 +310,7 @@ TEST(SceneErrors, RefusePositionsThatFall) {
 TEST(SceneErrors, ComeInTheOrderOfTheFile) {
   EXPECT_EQ(
       errorsOf(R"({"vew": {}, "version": 1, "smoothing": 1, "background": {"type": "image", "path": 1}})"),
-      "s.json: vew: not a key of a scene (did you mean \"view\"?); allowed: version, quality, size, "
+      "s.json: vew: not a key of a scene (did you mean \"view\"?); allowed: $schema, version, quality, size, "
       "sizeFromImage, "
       "smoothing, background, pins, view\n"
       "s.json: smoothing: 1 found; allowed: true, false\n"
@@ -320,21 +331,95 @@ TEST(SceneErrors, EscapeWhatATerminalWouldObey) {
   EXPECT_THAT(errors, HasSubstr(R"(s.json: ["a\u001b[2J"]: not a key of a scene)"));
 }
 
-TEST(SyntaxErrors, NameLineAndColumn) {
-  EXPECT_THAT(errorsOf("{\n  \"version\": 1,\n  \"size\": ]\n}"), HasSubstr("s.json: line 3, column 11: "));
-  EXPECT_THAT(errorsOf("{\"ä\": x}"), HasSubstr("s.json: line 1, column 7: "));
-  EXPECT_THAT(errorsOf(""), HasSubstr("s.json: line 1, column 1: "));
-  EXPECT_THAT(errorsOf("{}\n{"), HasSubstr("s.json: line 2, column 1: "));
-  EXPECT_THAT(errorsOf("{\"version\": 1,}"), HasSubstr("s.json: line 1, column 15: "));
+/// The problems of a scene.
+std::vector<Problem> problemsOf(const std::string& text) {
+  try {
+    parseScene(text, "s.json");
+    return {};
+  } catch (const SceneErrors& errors) {
+    return errors.problems();
+  }
 }
 
-TEST(SyntaxErrors, RefuseACommentWithoutEnd) {
-  EXPECT_THAT(errorsOf("{} /* a"), HasSubstr("s.json: line 1, "));
+/// What the text is where a problem was found.
+char atPlace(const std::string& text, const Problem& problem) {
+  std::size_t start = 0;
+  for (std::size_t line = 1; line < problem.line; ++line) start = text.find('\n', start) + 1;
+  return text[start + problem.column - 1];
 }
+
+TEST(SceneErrors, HoldPathAndPlaceApart) {
+  const std::string text =
+      "{\"version\": 1,\n \"background\": {\"type\": \"color\",\n  \"color\": [1, \"x\", 3]}}";
+  const std::vector<Problem> problems = problemsOf(text);
+  ASSERT_EQ(problems.size(), 1u);
+  EXPECT_EQ(problems[0].file, "s.json");
+  EXPECT_EQ(problems[0].path, "background.color[1]");
+  EXPECT_EQ(problems[0].line, 3u);
+  EXPECT_EQ(problems[0].column, 16u);
+  EXPECT_EQ(problems[0].text, "\"x\" found; allowed: a number");
+  EXPECT_EQ(problems[0].finding(), "s.json:3:16: background.color[1]: \"x\" found; allowed: a number");
+}
+
+TEST(SceneErrors, PlacesAreRightBehindCommentsAndQuotes) {
+  const std::string text =
+      "\xEF\xBB\xBF// \"version\": {[,:\n/* \" } */ {\"ver\\\"si\\\\\": \"/* , : [\" /**/ ,"
+      "\"version\"/*:*/: 7 , \"background\": {\"type\": \"gradient\"} }";
+  const std::vector<Problem> problems = problemsOf(text);
+  ASSERT_EQ(problems.size(), 2u);
+  EXPECT_EQ(problems[0].column, 12u) << "the key that a scene does not know";
+  EXPECT_EQ(atPlace(text, problems[0]), '"');
+  EXPECT_EQ(atPlace(text, problems[1]), '7');
+}
+
+TEST(SceneErrors, NameThePin) {
+  const std::string pin = R"("name": "r\"im", "shape": "circle", "azimuth": 0, "elevation": 0, "radius": )";
+  EXPECT_EQ(errorsOf(withPin(pin + "-4", kWhite)),
+            R"(s.json: pins[0] "r\"im": radius: -4 is not above 0; allowed: above 0 and at most 180)");
+}
+
+TEST(SceneErrors, OfAMissingKeyStandAtTheObject) {
+  const std::string text = withPin(R"("shape": "circle", "azimuth": 0, "elevation": 0)", kWhite);
+  const std::vector<Problem> problems = problemsOf(text);
+  ASSERT_EQ(problems.size(), 1u);
+  EXPECT_EQ(problems[0].column, text.find("{\"shape\"") + 1);
+}
+
+TEST(SceneErrors, ANumberThatOverflowsMovesNothingBehindIt) {
+  const std::string text = R"({"version": 1, "background": {"type": "color", "color": [1e999, 2, "x"]}})";
+  const std::vector<Problem> problems = problemsOf(text);
+  ASSERT_EQ(problems.size(), 2u);
+  EXPECT_EQ(problems[0].column, text.find("1e999") + 1);
+  EXPECT_EQ(problems[1].column, text.find("\"x\"") + 1);
+  EXPECT_NE(problems[0].source.find("1e999"), std::string::npos);
+}
+
+TEST(SceneErrors, OfAFrameStandAtTheKeys) {
+  const std::string text = withPin(
+      R"("shape": "circle", "azimuth": 0, "elevation": 0, "radius": {"keys": [[1, 5], [3, -4]]})", kWhite);
+  try {
+    SceneDocument(text, "s.json").read(3);
+    FAIL();
+  } catch (const SceneErrors& errors) {
+    ASSERT_EQ(errors.problems().size(), 1u);
+    EXPECT_EQ(errors.problems()[0].cause, "frame 3");
+    EXPECT_EQ(errors.problems()[0].column, text.find("{\"keys\"") + 1);
+  }
+}
+
+TEST(SyntaxErrors, NameLineAndColumn) {
+  EXPECT_THAT(errorsOf("{\n  \"version\": 1,\n  \"size\": ]\n}"), HasSubstr("s.json:3:11: "));
+  EXPECT_THAT(errorsOf("{\"ä\": x}"), HasSubstr("s.json:1:7: "));
+  EXPECT_THAT(errorsOf(""), HasSubstr("s.json:1:1: "));
+  EXPECT_THAT(errorsOf("{}\n{"), HasSubstr("s.json:2:1: "));
+  EXPECT_THAT(errorsOf("{\"version\": 1,}"), HasSubstr("s.json:1:15: "));
+}
+
+TEST(SyntaxErrors, RefuseACommentWithoutEnd) { EXPECT_THAT(errorsOf("{} /* a"), HasSubstr("s.json:1:")); }
 
 TEST(SyntaxErrors, RefuseTextThatIsNotUtf8) {
   const std::string errors = errorsOf("{\"version\": \"\xff\"}");
-  EXPECT_THAT(errors, HasSubstr("s.json: line 1, column 14: "));
+  EXPECT_THAT(errors, HasSubstr("s.json:1:14: "));
   EXPECT_THAT(errors, HasSubstr("UTF-8"));
 }
 

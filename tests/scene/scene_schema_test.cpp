@@ -44,6 +44,7 @@ Json schemaOf(Text type) {
   return {{"type", "string"}, {"minLength", 1}, {"pattern", "^[^\\u0000]*$"}};
 }
 Json arrayOf(Json items, int count) {
+  items["changes"] = true;
   return {{"type", "array"}, {"items", std::move(items)}, {"minItems", count}, {"maxItems", count}};
 }
 Json schemaOf(Color) { return arrayOf(schemaOf(Number()), 3); }
@@ -102,13 +103,37 @@ Json memberSchema(const Type& type, const Value&) {
   return schemaOf(type);
 }
 
+// Whether a value may change with time, as the schema knows it: not for objects, texts for people and what
+// decides over other keys.
+
+template <typename Type, typename Value>
+bool mayChange(const Type&, const Value&) {
+  return true;
+}
+template <typename Keys, typename Given, typename Owner>
+bool mayChange(const Object<Keys, Given>&, const Owner&) {
+  return false;
+}
+template <typename Value>
+bool mayChange(const Integer& type, const Value&) {
+  return type.min != type.max;
+}
+template <typename Value>
+bool mayChange(const Text& type, const Value&) {
+  return type.isPath;
+}
+bool mayChange(FreeObject, const std::string&) { return false; }
+bool mayChange(const Name&, std::string_view) { return false; }
+
 /// Of an object whose alternative is chosen.
 template <typename Keys, typename Owner>
 Json chosenSchema(const Keys& keys, Owner& owner) {
   Json schema{{"type", "object"}, {"properties", Json::object()}, {"additionalProperties", false}};
+  schema["properties"][std::string(kCommentKey)] = {{"type", "string"}};
   keys.visit(owner, [&](const auto& key, auto&& value, const auto& fallback) {
     const std::string name(key.name);
     Json member = memberSchema(key.type, value);
+    if (mayChange(key.type, value)) member["changes"] = true;
     const Json byDefault = defaultOf(key.type, fallback);
     if (!key.orElse.empty())
       schema["oneOf"] = {{{"required", {name}}}, {{"required", {std::string(key.orElse)}}}};
@@ -146,11 +171,16 @@ Json resolved(const Json& node, const Json& root) {
   Json result = Json::object();
   if (node.contains("$ref"))
     return resolved(root.at(Json::json_pointer(node.at("$ref").get<std::string>().substr(1))), root);
+  if (node.contains("anyOf")) {
+    EXPECT_EQ(node.at("anyOf").at(0), Json({{"$ref", "#/definitions/changing"}})) << node;
+    result.update(resolved(node.at("anyOf").at(1), root));
+    result["changes"] = true;
+  }
   if (node.contains("allOf"))
     for (const Json& part : node.at("allOf")) result.update(resolved(part, root));
   for (const auto& [key, value] : node.items())
-    if (key != "allOf" && key != "$schema" && key != "title" && key != "definitions" &&
-        !(key == "description" && value.is_string()))
+    if (key != "allOf" && key != "anyOf" && !(key == "$schema" && value.is_string()) && key != "title" &&
+        key != "definitions" && !(key == "description" && value.is_string()))
       result[key] = key == "default" || key == "required" ? value : resolved(value, root);
   // The wider of two limits says nothing.
   if (result.contains("exclusiveMinimum")) result.erase("minimum");

@@ -32,6 +32,67 @@ TEST(SceneText, LeavesDefaultsOutAndWritesTheShortestNumbers) {
 )");
 }
 
+/// A scene with a comment in every kind of object.
+const char* const kCommented = R"({
+  "$schema": "scene.schema.json",
+  "comment": "of the scene",
+  "version": 1,
+  "size": [2048, 1024],
+  "background": {
+    "comment": "of the \"background\"",
+    "type": "sunSky",
+    "rotation": {"comment": "of a rotation by nothing"},
+    "sky": {"comment": "of the sky", "hours": 12},
+    "sun": {"comment": "of the sun", "azimuth": 0, "elevation": 30}
+  },
+  "pins": [
+    {
+      "comment": "of the first pin",
+      "shape": "circle",
+      "azimuth": 0,
+      "elevation": 0,
+      "radius": 5,
+      "fill": {"comment": "of its fill", "type": "color", "color": [1, 1, 1]}
+    },
+    {
+      "shape": "circle",
+      "azimuth": 0,
+      "elevation": 0,
+      "radius": 5,
+      "fill": {
+        "type": "gradient",
+        "stops": [
+          {"position": 0, "color": [1, 1, 1]},
+          {"comment": "of a stop", "position": 1, "color": [0, 0, 0]}
+        ],
+        "opacity": [{"comment": "of an opacity", "position": 0, "value": 1}]
+      }
+    }
+  ]
+}
+)";
+
+TEST(SceneText, KeepsCommentsAndTheSchema) {
+  EXPECT_EQ(sceneText(parseScene(kCommented, "s.json")), kCommented);
+}
+
+TEST(SceneText, CommentsGoWithTheirPin) {
+  Scene scene = parseScene(kCommented, "s.json");
+  std::swap(scene.pins[0], scene.pins[1]);
+  const std::string text = sceneText(scene);
+  EXPECT_LT(text.find("of a stop"), text.find("of the first pin"));
+  scene.pins.pop_back();
+  EXPECT_EQ(sceneText(scene).find("of the first pin"), std::string::npos);
+}
+
+TEST(SceneText, CommentsOfWhatIsGoneAreLeftOut) {
+  Scene scene = parseScene(kCommented, "s.json");
+  scene.background.paint = ColorPaint{{1, 1, 1}};
+  const std::string text = sceneText(scene);
+  EXPECT_EQ(text.find("of the sun"), std::string::npos);
+  EXPECT_NE(text.find("of the \\\"background"), std::string::npos);
+}
+
 TEST(SceneText, BreaksLinesThatAreTooLong) {
   Scene scene = colorScene();
   ScenePin pin;
@@ -142,7 +203,7 @@ class SceneMaker {
       case 2:
         return {mode, ImageFill{kImage, adjustments()}};
       default:
-        return {mode, BackgroundFill{any(), any(), adjustments()}};
+        return {mode, BackgroundFill{between(-360, 360), any(), adjustments()}};
     }
   }
 
