@@ -155,7 +155,7 @@ TEST_F(PaintTest, AWrongSceneLeavesNoFile) {
   scene_ = folder_.put("s.json", R"({"version": 1})");
   const Outcome run = paint({"-o", folder_ / "a.exr"});
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.err, scene_ + ": background: missing; required: a brush\n");
+  EXPECT_EQ(run.err, scene_ + ":1:1: background: missing; required: a brush\n  {\"version\": 1}\n  ^\n");
   EXPECT_THAT(folder_.names(), ElementsAre("s.json"));
 }
 
