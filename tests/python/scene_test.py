@@ -94,9 +94,9 @@ def test_a_file_that_is_not_there_is_named(here):
 def test_values_are_checked_when_the_scene_is_painted(lamp):
     scene = orv.Scene(lamp)
     scene["pins"]["key"]["radius"] = -1
-    with pytest.raises(orv.SceneError, match=r"pins\[0\].radius"):
+    with pytest.raises(orv.SceneError, match=r'pins\[0\] "key": radius'):
         orv.paint(scene)
-    with pytest.raises(orv.SceneError, match=r"pins\[0\].radius"):
+    with pytest.raises(orv.SceneError, match=r'pins\[0\] "key": radius'):
         scene.check()
 
 
@@ -104,7 +104,7 @@ def test_values_are_checked_when_the_scene_is_painted(lamp):
 def test_numbers_that_are_not_finite_are_refused(lamp, number):
     scene = orv.Scene(lamp)
     scene["pins"]["key"]["azimuth"] = number
-    with pytest.raises(orv.SceneError, match=r"pins\[0\].azimuth"):
+    with pytest.raises(orv.SceneError, match=r'pins\[0\] "key": azimuth'):
         scene.check()
 
 
