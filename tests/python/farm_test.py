@@ -545,5 +545,5 @@ def test_the_command_says_what_is_wrong_and_ends_with_a_status(here, lamp):
     assert failed.returncode == 1 and "a.exr: not painted: missing.json: cannot be read" in failed.stderr
     (here / "jobs.jsonl").write_text("{}\n")
     wrong = farm_command("jobs.jsonl")
-    assert (wrong.returncode, wrong.stdout) == (2, "") and "jobs.jsonl:1: scene: missing" in wrong.stderr
+    assert (wrong.returncode, wrong.stdout) == (2, "") and "jobs.jsonl:1:1: scene: missing" in wrong.stderr
     assert farm_command("no.jsonl").returncode == 1
