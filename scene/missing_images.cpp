@@ -6,7 +6,8 @@
 namespace orv::scene {
 namespace {
 
-/// Calls `look(place, file, pin)` for each picture that has a file, `pin` the number of the one that shows it.
+/// Calls `look(place, file, pin)` for each picture that has a file, `pin` the number of the one that shows
+/// it.
 template <typename Look>
 void forEachImage(const Scene& scene, const std::string& folder, Look look) {
   const auto lookAt = [&](const std::string& place, const std::string& path, std::optional<std::size_t> pin) {
@@ -38,10 +39,9 @@ std::vector<Problem> missingImages(const Scene& scene, const std::string& fileNa
 
 std::vector<std::string> imageFiles(const Scene& scene, const std::string& folder) {
   std::vector<std::string> files;
-  forEachImage(scene, folder,
-               [&](const std::string&, const std::string& file, std::optional<std::size_t>) {
-                 files.push_back(file);
-               });
+  forEachImage(scene, folder, [&](const std::string&, const std::string& file, std::optional<std::size_t>) {
+    files.push_back(file);
+  });
   return files;
 }
 
