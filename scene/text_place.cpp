@@ -60,7 +60,7 @@ void show(std::string_view line, std::size_t at, TextPlace& place) {
     return end;
   };
   std::size_t after = 0;
-  std::size_t end = follow(kWidest, after);
+  follow(kWidest, after);
   std::size_t begin = at;
   std::size_t before = 0;
   while (begin > 0) {
@@ -71,7 +71,7 @@ void show(std::string_view line, std::size_t at, TextPlace& place) {
     before = grown;
     begin = next;
   }
-  end = follow(kWidest - before, after);
+  const std::size_t end = follow(kWidest - before, after);
   const std::string_view cut = begin > 0 ? kCut : std::string_view();
   place.source.append(cut).append(shown(line.substr(begin, end - begin)));
   if (end < line.size()) place.source += kCut;
