@@ -23,7 +23,7 @@ std::string row(const std::string& term, const std::string& meaning, std::size_t
   for (std::string word; words >> word;) {
     const bool isFirst = column == textColumn;
     if (!isFirst && column + 1 + word.size() > kLineColumns) {
-      text += "\n" + indent + word;
+      text.append("\n").append(indent).append(word);
       column = textColumn + word.size();
       continue;
     }

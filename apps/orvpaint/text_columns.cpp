@@ -62,7 +62,7 @@ std::size_t sum(const std::vector<Character>& characters) {
 std::size_t columnsOf(const std::string& text) { return sum(charactersOf(orv::printableText(text))); }
 
 std::string cutToColumns(const std::string& text, std::size_t columns) {
-  const std::string printable = orv::printableText(text);
+  std::string printable = orv::printableText(text);
   const std::vector<Character> characters = charactersOf(printable);
   if (sum(characters) <= columns) return printable;
   constexpr std::size_t kDots = 3;
