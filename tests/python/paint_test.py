@@ -2,6 +2,7 @@
 
 import gc
 import math
+import os
 import subprocess
 import sys
 import threading
@@ -266,6 +267,7 @@ def test_an_array_is_a_fill_of_a_pin(lamp):
     assert orv.paint(lamp)[64, 128] == pytest.approx((3, 3, 3))
 
 
+@pytest.mark.skipif("ORVHDRI_SANITIZED" in os.environ, reason="sanitizers keep freed memory back")
 def test_arrays_of_many_scenes_do_not_pile_up(lamp):
     sky = np.ones((512, 1024, 3), np.float32)
     with orv.Session() as session:
