@@ -21,6 +21,9 @@ Quad madeStraight(Quad associated) {
   return greater(lesser(straight, Quad{} + kMost), Quad{} - kMost);
 }
 
+/// Zero for what is not finite: the way from one pixel to the next was longer than the largest float.
+Quad finiteOf(Quad channels) { return channels - channels == Quad{} ? channels : Quad{}; }
+
 /// The channels from the first one asked for on; behind the last there is nothing. Alpha is always the
 /// image's.
 Quad shifted(Quad channels, std::uint32_t firstChannel) {
@@ -30,8 +33,9 @@ Quad shifted(Quad channels, std::uint32_t firstChannel) {
   return color;
 }
 
-/// Makes colour straight, picks the channels asked for and applies the gains.
+/// Makes colour finite and straight, picks the channels asked for and applies the gains.
 void finish(Quad channels, bool hasAlpha, orvImage_lookup& lookup) {
+  channels = finiteOf(channels);
   if (hasAlpha) channels = madeStraight(channels);
   if (lookup.firstChannel != 0) channels = shifted(channels, lookup.firstChannel);
   store(lookup.rgba, load(lookup.gain) * channels);

@@ -136,6 +136,19 @@ TEST_F(ImageLookupTest, ColorUnderTheSmallestAlphaIsFinite) {
   EXPECT_TRUE(std::isfinite(at(*made, 0.5f, 0.5f)[0]));
 }
 
+TEST_F(ImageLookupTest, PixelsThatLieFurtherApartThanTheLargestFloatGiveNumbers) {
+  constexpr float most = std::numeric_limits<float>::max();
+  orvImage* const made = image(2, 2, 3, {most, 0, 0, -most, 0, 0, -most, 0, 0, most, 0, 0});
+  made->set_filter_mode(orvFilter_mode::anisotropic);
+  for (const float u : {0.25f, 0.4f, 0.5f, 0.75f}) {
+    for (const float v : {0.25f, 0.6f, 0.75f}) {
+      EXPECT_TRUE(std::isfinite(at(*made, u, v)[0])) << u << ' ' << v;
+      EXPECT_TRUE(std::isfinite(over(*made, u, v, 0, 0))) << u << ' ' << v;
+      EXPECT_TRUE(std::isfinite(over(*made, u, v, 0.9f, 0.3f))) << u << ' ' << v;
+    }
+  }
+}
+
 TEST_F(ImageLookupTest, WithoutAlphaAlphaIsOne) {
   orvImage* const made = image(1, 1, 3, {1, 2, 3});
   EXPECT_EQ(at(*made, 0.5f, 0.5f)[3], 1.0f);
