@@ -26,8 +26,13 @@ def files(folder="."):
 
 
 def children():
-    return [int(child) for task in os.listdir("/proc/self/task")
-            for child in pathlib.Path(f"/proc/self/task/{task}/children").read_text().split()]
+    found = []
+    for task in os.listdir("/proc/self/task"):
+        try:
+            found += map(int, pathlib.Path(f"/proc/self/task/{task}/children").read_text().split())
+        except FileNotFoundError:
+            pass  # a thread that has ended
+    return found
 
 
 def test_a_sweep_has_every_combination_the_last_one_fastest(lamp):
@@ -147,11 +152,13 @@ def test_workers_that_are_killed_lose_nothing(here, lamp):
 
     def hunt():
         choose = random.Random(1)
-        while not over.wait(0.3):
+        wanted = 1
+        while not over.wait(0.005):
             workers = children()
-            if workers:
+            if workers and len(files("hunted")) >= wanted:
                 killed.append(choose.choice(workers))
                 os.kill(killed[-1], signal.SIGKILL)
+                wanted += 15
 
     hunter = threading.Thread(target=hunt)
     hunter.start()
@@ -299,9 +306,13 @@ def test_one_job_alone_is_no_list_of_jobs(lamp):
 
 def test_ctrl_c_ends_a_batch_and_its_workers(here, lamp):
     script = f"""
-import os, signal, sys, threading, orvhdri as orv
+import os, signal, sys, threading, time, orvhdri as orv
 jobs = orv.sweep({lamp!r}, {{"pins.key.azimuth": range(-180, 180)}}, size=(2048, 1024))
-threading.Timer(3, os.kill, (os.getpid(), signal.SIGINT)).start()
+def interrupt():
+    while not any(name.endswith("exr") for name in os.listdir()):
+        time.sleep(0.02)
+    os.kill(os.getpid(), signal.SIGINT)
+threading.Thread(target=interrupt).start()
 try:
     orv.batch(jobs * 1, "{{index}}.exr", workers=2)
 except KeyboardInterrupt:

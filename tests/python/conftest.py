@@ -5,6 +5,9 @@ import pathlib
 
 import pytest
 
+# Before the engine is imported: its workers begin as copies of a process that has it, which costs half.
+os.environ.setdefault("DASK_DISTRIBUTED__WORKER__MULTIPROCESSING_METHOD", "forkserver")
+
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
 

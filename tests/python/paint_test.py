@@ -6,6 +6,7 @@ import os
 import subprocess
 import sys
 import threading
+import time
 
 import numpy as np
 import orvhdri as orv
@@ -124,19 +125,17 @@ def test_one_session_in_several_threads_paints_one_after_another(lamp):
 
 
 def test_other_threads_run_while_a_map_is_painted(examples):
-    scene = orv.Scene.load(examples / "studio.json")
-    painting = threading.Event()
-    ran = []
-
-    def hear(phase, amount):
-        painting.set()
-
-    painter = threading.Thread(target=lambda: ran.append(orv.paint(scene, size=(2048, 1024), progress=hear)))
-    painter.start()
-    while painter.is_alive():
-        painting.wait(0.01)
-    painter.join()
-    assert ran[0].shape == (1024, 2048, 3) and painting.is_set()
+    scene = orv.Scene.load(examples / "venice.json")
+    scene["background"]["blur"] = 10
+    turns = 0
+    with orv.Session(threads=1) as session:
+        painter = threading.Thread(target=lambda: session.paint(scene, size=(4096, 2048)))
+        painter.start()
+        while painter.is_alive():
+            time.sleep(0.001)
+            turns += 1
+    # A thread that keeps the interpreter to itself gives it away before and after the paint alone.
+    assert turns > 20
 
 
 def test_progress_hears_phases_and_amounts(examples):
@@ -333,7 +332,7 @@ def test_ctrl_c_cancels_a_paint():
 start = time.monotonic()
 try:
     while True:
-        orv.paint(scene, size=(8192, 4096))
+        orv.paint(scene, size=(4096, 2048))
 except KeyboardInterrupt:
     print("interrupted")
 print(orv.paint(scene, size=(64, 32)).shape)

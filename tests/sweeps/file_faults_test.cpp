@@ -111,6 +111,8 @@ class FileFaults : public FilesFaults, public testing::WithParamInterface<const 
     return all.try_emplace(name, sweeps::rounds(0, 1) ? kScene : kPlainScene, std::vector{name})
         .first->second;
   }
+  /// The write that fails after the n-th: in the soak the one that follows, every day fewer of the many.
+  static int next(int n) { return n + 1 + sweeps::rounds(n / 2, 0); }
 };
 
 INSTANTIATE_TEST_SUITE_P(Formats, FileFaults,
@@ -120,7 +122,7 @@ TEST_P(FileFaults, AFailingWriteLeavesTheOldFile) {
   const Painting& painting = this->painting();
   for (const int error : {ENOSPC, EIO}) {
     int n = 1;
-    for (;; ++n) {
+    for (;; n = next(n)) {
       // One way leads from either error: every day the second is tried at the first write.
       if (error == EIO && n > sweeps::rounds(1, 1000000)) break;
       const Outcome run = painting.run("write " + std::to_string(n) + " " + std::to_string(error));
@@ -139,7 +141,7 @@ TEST_P(FileFaults, AFailingWriteLeavesTheOldFile) {
 TEST_P(FileFaults, AShortWriteIsGoneOnWith) {
   const Painting& painting = this->painting();
   int n = 1;
-  for (;; ++n) {
+  for (;; n = next(n)) {
     EXPECT_EQ(painting.run("short " + std::to_string(n) + " 0").status, 0) << n;
     EXPECT_TRUE(painting.allWhole()) << n;
     painting.expectNothingBeside();
