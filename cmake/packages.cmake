@@ -58,8 +58,9 @@ if(ORVHDRI_PYTHON)
     "${runtime} ${same_version}, python3 (>= 3.${Python_VERSION_MINOR}~), python3 (<< 3.${next_python}), python3-numpy")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-tqdm, python3-distributed")
   set(CPACK_COMPONENT_PYTHON_DESCRIPTION "paints environment maps from Python
- Scenes as dicts, high-dynamic-range environment maps as numpy arrays: painting,
- reading, writing, measuring and previews, and many maps by worker processes.")
+ Scenes as dicts, high-dynamic-range environment maps as numpy arrays:
+ painting, reading, writing, measuring and previews, and many maps by worker
+ processes.")
 endif()
 
 # What every package says of itself. None of it belongs to a plain installation.

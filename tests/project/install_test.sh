@@ -11,6 +11,7 @@ fail() {
   exit 1
 }
 # quietly COMMAND...: its output is shown when it fails.
+# No `grep -q` behind a pipe: it ends at the first find, and what writes to it then fails.
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log" && fail "failed: $*"; }; }
 # says EXPECTED COMMAND...
 says() {
@@ -60,7 +61,7 @@ endif()
 CMAKE
 quietly configure all "$work/components" -Dwanted="headers;brushes;painter;host;scene"
 if configure unknown "$work/components" -Dwanted=paintre >"$work/log" 2>&1; then fail "paintre was found"; fi
-tr -s ' \n' ' ' <"$work/log" | grep -qF 'no component "paintre"; it has headers, brushes, painter, host, scene' ||
+tr -s ' \n' ' ' <"$work/log" | grep -F 'no component "paintre"; it has headers, brushes, painter, host, scene' >/dev/null ||
   { cat "$work/log" && fail "an unknown component is not told from those that there are"; }
 
 # The same programs by pkg-config, from a tree that was moved after it was installed.
@@ -116,15 +117,15 @@ for library in liborvrender liborvhdri_avx2; do
   [[ $soname =~ ^$library\.so\.[0-9]+$ ]] || fail "the soname of $library is $soname"
   [ -e "$libdir/$soname" ] || fail "there is no $soname"
 done
-needed "$libdir/liborvhdri_avx2.so" NEEDED | grep -qx liborvrender.so || fail "the painter needs one certain host"
-needed "$work/pc_host" NEEDED | grep -qx 'liborvrender\.so\.[0-9]*' || fail "a program needs any host"
+needed "$libdir/liborvhdri_avx2.so" NEEDED | grep -x liborvrender.so >/dev/null || fail "the painter needs one certain host"
+needed "$work/pc_host" NEEDED | grep -x 'liborvrender\.so\.[0-9]*' >/dev/null || fail "a program needs any host"
 
 # OpenImageIO is for pictures that take it alone: nothing that programs link or start needs it.
 for file in "$libdir"/*.so "$prefix/bin/orvpaint" "$work/pc_host" "$work/pc_scene"; do
   [ "$(basename "$file")" = liborvrender_images.so ] && continue
-  if LD_LIBRARY_PATH=$libdir ldd "$file" | grep -qi openimageio; then fail "$file needs OpenImageIO"; fi
+  if LD_LIBRARY_PATH=$libdir ldd "$file" | grep -i openimageio >/dev/null; then fail "$file needs OpenImageIO"; fi
 done
-needed "$libdir/liborvrender_images.so" NEEDED | grep -qi openimageio || fail "the module needs no OpenImageIO"
+needed "$libdir/liborvrender_images.so" NEEDED | grep -i openimageio >/dev/null || fail "the module needs no OpenImageIO"
 
 # Every installed header alone, without warnings. The scene library's want C++20.
 headers() { # STANDARD COMPILER FOLDER...

@@ -11,6 +11,7 @@ fail() {
   printf 'package: %s\n' "$*"
   exit 1
 }
+# No `grep -q` behind a pipe: it ends at the first find, and what writes to it then fails.
 quietly() { "$@" >"$work/log" 2>&1 || { cat "$work/log" && fail "failed: $*"; }; }
 
 names=$(for package in "${packages[@]}"; do dpkg-deb -f "$package" Package; done | sort | tr '\n' ' ')
@@ -44,12 +45,12 @@ for name in liborvhdri0 liborvhdri-dev orvpaint python3-orvhdri; do
 done
 [ -s "$root/usr/share/man/man1/orvpaint-paint.1.gz" ] || fail "there is no manual page"
 [ -s "$root/usr/share/bash-completion/completions/orvpaint" ] || fail "there is no completion"
-if find "$root/usr/share/man" -name '*.[1-9]' | grep -q .; then fail "a manual page is not compressed"; fi
+if find "$root/usr/share/man" -name '*.[1-9]' | grep . >/dev/null; then fail "a manual page is not compressed"; fi
 
 # The program finds its libraries in its own root, as everybody else's programs do.
 quietly "$root/usr/bin/orvpaint" paint "$source_dir/examples/color.json" --size 64x32 -o "$work/map.exr" -o "$work/map.png"
 for map in map.exr map.png; do [ -s "$work/$map" ] || fail "orvpaint wrote no $map"; done
-ldd "$root/usr/bin/orvpaint" | grep -q "liborvrender.* => $root/usr/" || fail "orvpaint took another library"
+ldd "$root/usr/bin/orvpaint" | grep "liborvrender.* => $root/usr/" >/dev/null || fail "orvpaint took another library"
 
 # So does the Python package.
 PYTHONDONTWRITEBYTECODE=1 PYTHONPATH=$root/usr/lib/python3/dist-packages quietly /usr/bin/python3 -c "
@@ -69,8 +70,8 @@ quietly "$work/scene_program/scene_program" "$source_dir/examples/color.json" "$
 
 # Taken away, they leave nothing.
 if [ "$(id -u)" -eq 0 ]; then
-  quietly dpkg --root="$root" --force-depends --purge python3-orvhdri liborvhdri-dev orvpaint liborvhdri0
-  left=$(find "$root/usr" -type f)
+  quietly dpkg --root="$root" --force-depends --force-script-chrootless --purge python3-orvhdri liborvhdri-dev orvpaint liborvhdri0
+  left=$(find "$root" -path "$root/usr/*" -type f)
   [ -z "$left" ] || fail "left behind: $left"
 fi
 printf 'package: installed, built against, run and taken away\n'
