@@ -19,13 +19,13 @@ class CMakeBuild(build_ext):
         configure = [
             "cmake", "-S", ROOT, "-B", built, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
             "-DORVHDRI_DEV=OFF", "-DORVHDRI_PYTHON=ON", f"-DPython_EXECUTABLE={sys.executable}",
-            # The libraries lie beside the module.
-            "-DCMAKE_BUILD_WITH_INSTALL_RPATH=ON",
+            # The libraries lie beside the module, each once: a wheel holds no links, and a process one host.
+            "-DCMAKE_BUILD_WITH_INSTALL_RPATH=ON", "-DCMAKE_PLATFORM_NO_VERSIONED_SONAME=ON",
         ]
         subprocess.run(configure, check=True)
         subprocess.run(["cmake", "--build", built, "--target", "orvhdri_python"], check=True)
         package.mkdir(parents=True, exist_ok=True)
-        for library in [*(built / "python" / "orvhdri").glob("_core*.so"), *(built / "lib").glob("liborv*.so*")]:
+        for library in [*(built / "python" / "orvhdri").glob("_core*.so"), *(built / "lib").glob("liborv*.so")]:
             shutil.copy(library, package)
 
 

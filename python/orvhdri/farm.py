@@ -188,6 +188,7 @@ class Farm:
         self._lonely = False
         self._looked = -math.inf
         self._survey()
+        self._before: Dict[int, List[Optional[List[int]]]] = {}  # of jobs that are out: what their outputs were
         self.packets = 0
         """So many were handed in."""
 
@@ -238,6 +239,7 @@ class Farm:
     def _run(self, packer: Packer, room) -> Iterator[Tuple[int, Outcome]]:
         flying: Dict[str, Tuple[distributed.Future, _Packet]] = {}
         done = distributed.as_completed(with_results=True, raise_errors=False, loop=self._client.loop)
+        self._before.clear()
         try:
             while True:
                 self._refresh()
@@ -258,7 +260,9 @@ class Farm:
                     self._refresh()
                 for future, result in done.next_batch():
                     _, packet = flying.pop(future.key)
-                    yield from self._take(packer, packet, future, result)
+                    for index, outcome in self._take(packer, packet, future, result):
+                        del self._before[index]
+                        yield index, outcome
         finally:
             if flying and self._client.status == "running":
                 self._client.cancel([future for future, _ in flying.values()])
@@ -312,9 +316,10 @@ class Farm:
 
     def _submit(self, packet: _Packet) -> distributed.Future:
         jobs, pictures = [], {}
-        for _, line in packet.jobs:
-            before = [_packets.identity(output) for output in _core.Job(line, "job").outputs]
-            jobs.append([self._pictures.replace(line, pictures), before])
+        for index, line in packet.jobs:
+            if index not in self._before:
+                self._before[index] = [_packets.identity(output) for output in _core.Job(line, "job").outputs]
+            jobs.append([self._pictures.replace(line, pictures), self._before[index]])
         packed = _packets.pack(
             {
                 "version": _packets.VERSION,

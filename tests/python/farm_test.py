@@ -385,7 +385,11 @@ def test_a_job_that_kills_workers_is_found_among_those_of_its_packet(here, lamp,
     packer.learn(1000, 1)
     packer._largest = 1000
     packer._left = 1000
+    arrivals = Arrivals(".")
     outcomes = dict(Farm(poisoned, Call())._run(packer, lambda: 4))
+    arrivals.look()
+    # What a worker painted before it died is not painted again in the half that it comes back in.
+    assert arrivals.counts == {"0.pfm": 1, "2.pfm": 1, "3.pfm": 1}
     assert [outcomes[i]["status"] for i in range(4)] == ["painted", "failed", "painted", "painted"]
     assert outcomes[1]["error"] == "given up: 1 worker died of it that had nothing else"
 
