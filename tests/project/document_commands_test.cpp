@@ -29,8 +29,8 @@ constexpr NotRun kNotRun[] = {
     {"dev", "install", "builds everything; project.install does it"},
     {"dev", "python", "wants the Python package; tests/python runs its examples"},
     {"dev", "package", "builds everything; the packages have a test of their own"},
-    {"dask", "", "waits for workers"},
-    {"python3", "", "wants a scheduler; python.farm starts one"},
+    {"dask", "", "waits for workers; python.farm has it wait"},
+    {"python3", "", "wants a scheduler; python.farm starts it by the line before"},
     {"sbatch", "", "wants a cluster; python.slurm starts one"},
 };
 

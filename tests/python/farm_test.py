@@ -1,5 +1,6 @@
 """The farm: packets, faults of workers and schedulers, roots, and what does not see the client's files."""
 
+import contextlib
 import ctypes
 import itertools
 import json
@@ -7,6 +8,7 @@ import os
 import pathlib
 import random
 import shutil
+import socket
 import struct
 import subprocess
 import sys
@@ -17,7 +19,7 @@ import dask
 import numpy as np
 import orvhdri as orv
 import pytest
-from conftest import environment
+from conftest import ROOT, environment
 from distributed import Client, LocalCluster
 from orvhdri.farm import Farm, Packer
 from orvhdri.roots import Roots
@@ -541,6 +543,30 @@ def test_the_command_paints_a_file_of_jobs(here, lamp):
     assert (done.returncode, done.stdout) == (0, "<Results: 4 painted, 0 skipped, 0 failed>\n")
     assert len((here / "manifest.jsonl").read_text().splitlines()) == 4
     assert "4 skipped" in farm_command(*call, "--skip-existing").stdout
+
+
+def test_the_commands_of_the_page_are_a_farm(here, lamp):
+    if os.environ.get("ORVHDRI_SANITIZED"):
+        pytest.skip("what is compiled is that of batches")
+    page = (ROOT / "docs" / "farm.md").read_text()
+    lines = page.split("```sh\n")[1].split("```")[0].splitlines()
+    assert [line.split()[0] for line in lines] == ["dask", "python3", "python3"]
+    with socket.socket() as free:
+        free.bind(("127.0.0.1", 0))
+        port = str(free.getsockname()[1])
+    for word, there in {"8786": port, "//scheduler:": "//127.0.0.1:", "/shared": str(here), "python3": sys.executable}.items():
+        lines = [line.replace(word, there) for line in lines]
+    (here / "out").mkdir()
+    (here / "jobs.jsonl").write_text("".join(json.dumps(job) + "\n" for job in around(lamp, 4)))
+    with contextlib.ExitStack() as farm:
+        for line in lines[:2]:
+            log = farm.enter_context(open(here / "log", "ab"))
+            process = subprocess.Popen(line.split(), env=environment(), stdout=log, stderr=log)
+            farm.callback(process.wait)
+            farm.callback(process.kill)
+        done = subprocess.run(lines[2], shell=True, env=environment(), capture_output=True, text=True)
+    assert (done.returncode, done.stdout) == (0, "<Results: 4 painted, 0 skipped, 0 failed>\n"), done.stderr
+    assert len(files("out")) == 4 and len((here / "out.jsonl").read_text().splitlines()) == 4
 
 
 def test_the_command_says_what_is_wrong_and_ends_with_a_status(here, lamp):
