@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <new>
 #include <numbers>
 #include <utility>
 #include <vector>
 
+#include "maps/row_loop.h"
 #include "orvrender/files/ImageError.h"
 #include "orvrender/images/read_image.h"
 #include "scene/layout.h"
@@ -25,30 +27,47 @@ bool endsMeetIn(Layout layout, int width) {
   return width > 1 && columnLongitude(layout, 0, width) == columnLongitude(layout, width - 1, width);
 }
 
+/// What a row has, unweighted.
+struct RowLight {
+  std::array<double, 3> sum{};
+  double brightest = -1;
+  int brightestColumn = 0;
+};
+
 /// Sums over the pixels, each weighted with the solid angle of its row, sin of its upper less its lower edge,
 /// and with the width that it covers: half a column at the ends of a row whose two ends are one longitude.
-/// @param pixel the first of width x height, three floats each.
-MapLight measure(const float* pixel, int width, int height, Layout layout) {
+/// @param pixels the first of width x height, three floats each.
+MapLight measure(const float* pixels, int width, int height, Layout layout) {
+  const bool endsMeet = endsMeetIn(layout, width);
+  std::vector<RowLight> rows(static_cast<std::size_t>(height));
+  forEachRow(static_cast<std::uint32_t>(height), 1, [&](std::size_t y) {
+    RowLight row;
+    const float* pixel = pixels + y * 3 * static_cast<std::size_t>(width);
+    for (int x = 0; x < width; ++x, pixel += 3) {
+      const double covered = endsMeet && (x == 0 || x == width - 1) ? 0.5 : 1.0;
+      for (std::size_t c = 0; c < 3; ++c) row.sum[c] += covered * static_cast<double>(pixel[c]);
+      const double luminance = luminanceOf(pixel);
+      if (luminance <= row.brightest) continue;
+      row.brightest = luminance;
+      row.brightestColumn = x;
+    }
+    rows[y] = row;
+  });
+
   MapLight info;
+  info.brightest = -1;
   const auto sinLatitude = [&](double y) {
     return std::sin(rowLatitude(layout, y, height) * std::numbers::pi / 180);
   };
-  const bool endsMeet = endsMeetIn(layout, width);
   std::array<double, 3> sum{};
-  info.brightest = -1;
   for (int y = 0; y < height; ++y) {
-    std::array<double, 3> row{};
-    for (int x = 0; x < width; ++x, pixel += 3) {
-      const double covered = endsMeet && (x == 0 || x == width - 1) ? 0.5 : 1.0;
-      for (std::size_t c = 0; c < 3; ++c) row[c] += covered * static_cast<double>(pixel[c]);
-      const double luminance = luminanceOf(pixel);
-      if (luminance <= info.brightest) continue;
-      info.brightest = luminance;
-      info.brightestLongitude = columnLongitude(layout, x, width);
-      info.brightestLatitude = rowLatitude(layout, y, height);
-    }
+    const RowLight& row = rows[static_cast<std::size_t>(y)];
     const double weight = sinLatitude(y - 0.5) - sinLatitude(y + 0.5);
-    for (std::size_t c = 0; c < 3; ++c) sum[c] += row[c] * weight;
+    for (std::size_t c = 0; c < 3; ++c) sum[c] += row.sum[c] * weight;
+    if (row.brightest <= info.brightest) continue;
+    info.brightest = row.brightest;
+    info.brightestLongitude = columnLongitude(layout, row.brightestColumn, width);
+    info.brightestLatitude = rowLatitude(layout, y, height);
   }
   // The weights of a whole column add up to 2.
   for (std::size_t c = 0; c < 3; ++c) info.mean[c] = sum[c] / (2.0 * (width - (endsMeet ? 1 : 0)));
@@ -83,6 +102,19 @@ std::vector<std::array<double, 4>> columnCosines(Layout layout, int width, bool 
   return cosines;
 }
 
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+/// What a row has, unweighted.
+struct RowFigures {
+  std::array<std::array<double, 3>, 4> sides{};
+  std::array<double, 3> sum{};
+  std::array<double, 3> least{kInfinity, kInfinity, kInfinity};
+  std::array<double, 3> most{-kInfinity, -kInfinity, -kInfinity};
+  std::uint64_t negative = 0;
+  double dimmest = kInfinity;
+  double near = 0;
+};
+
 }  // namespace
 
 MapLight lightOf(const hdri::EnvImage& map) {
@@ -90,7 +122,7 @@ MapLight lightOf(const hdri::EnvImage& map) {
   return measure(&map.pixels.data()->r, map.width, map.height, Layout::native);
 }
 
-MapFigures figuresOf(const float* pixel, int width, int height, Layout layout, const MapLight& light) {
+MapFigures figuresOf(const float* pixels, int width, int height, Layout layout, const MapLight& light) {
   constexpr double kDegree = std::numbers::pi / 180;
   const double cosNear = std::cos(5 * kDegree);
   const bool endsMeet = endsMeetIn(layout, width);
@@ -100,53 +132,63 @@ MapFigures figuresOf(const float* pixel, int width, int height, Layout layout, c
   for (int x = 0; x < width; ++x)
     cosFromBrightest[static_cast<std::size_t>(x)] =
         std::cos((columnLongitude(layout, x, width) - light.brightestLongitude) * kDegree);
+  const double latitudeOfBrightest = light.brightestLatitude * kDegree;
 
-  MapFigures figures;
-  figures.least.fill(std::numeric_limits<double>::infinity());
-  figures.most.fill(-std::numeric_limits<double>::infinity());
-  double dimmest = std::numeric_limits<double>::infinity();
-  double near = 0, all = 0;
-  for (int y = 0; y < height; ++y) {
-    const double top = rowLatitude(layout, y - 0.5, height) * kDegree;
-    const double bottom = rowLatitude(layout, y + 0.5, height) * kDegree;
-    const double latitude = rowLatitude(layout, y, height) * kDegree;
-    const double cosines2 = (top - bottom) / 2 + (std::sin(2 * top) - std::sin(2 * bottom)) / 4;
-    const auto halfSquare = [](double sine) { return sine * sine / 2; };
-    const double up = halfSquare(std::max(std::sin(top), 0.0)) - halfSquare(std::max(std::sin(bottom), 0.0));
-    const double down =
-        halfSquare(std::min(std::sin(bottom), 0.0)) - halfSquare(std::min(std::sin(top), 0.0));
-    std::array<std::array<double, 3>, 4> sides{};
-    std::array<double, 3> row{};
-    double rowNear = 0;
+  std::vector<RowFigures> rows(static_cast<std::size_t>(height));
+  forEachRow(static_cast<std::uint32_t>(height), 1, [&](std::size_t y) {
+    const double latitude = rowLatitude(layout, static_cast<double>(y), height) * kDegree;
+    const double sines = std::sin(latitude) * std::sin(latitudeOfBrightest);
+    const double cosinesOfBoth = std::cos(latitude) * std::cos(latitudeOfBrightest);
+    RowFigures row;
+    const float* pixel = pixels + y * 3 * static_cast<std::size_t>(width);
     for (int x = 0; x < width; ++x, pixel += 3) {
       const double covered = endsMeet && (x == 0 || x == width - 1) ? 0.5 : 1.0;
       const auto column = static_cast<std::size_t>(x);
       bool negative = false;
       for (std::size_t c = 0; c < 3; ++c) {
         const auto value = static_cast<double>(pixel[c]);
-        for (std::size_t axis = 0; axis < 4; ++axis) sides[axis][c] += cosines[column][axis] * value;
-        row[c] += covered * value;
-        figures.least[c] = std::min(figures.least[c], value);
-        figures.most[c] = std::max(figures.most[c], value);
+        for (std::size_t axis = 0; axis < 4; ++axis) row.sides[axis][c] += cosines[column][axis] * value;
+        row.sum[c] += covered * value;
+        row.least[c] = std::min(row.least[c], value);
+        row.most[c] = std::max(row.most[c], value);
         negative |= value < 0;
       }
-      figures.negative += negative ? 1 : 0;
+      row.negative += negative ? 1 : 0;
       const double luminance = luminanceOf(pixel);
-      if (luminance > 0) dimmest = std::min(dimmest, luminance);
-      const double latitudeOfBrightest = light.brightestLatitude * kDegree;
-      const double cosine = std::sin(latitude) * std::sin(latitudeOfBrightest) +
-                            std::cos(latitude) * std::cos(latitudeOfBrightest) * cosFromBrightest[column];
+      if (luminance > 0) row.dimmest = std::min(row.dimmest, luminance);
       // The brightest pixel itself counts, however its cosine is rounded.
-      if (cosine >= cosNear) rowNear += covered * luminance;
+      if (sines + cosinesOfBoth * cosFromBrightest[column] >= cosNear) row.near += covered * luminance;
     }
+    rows[y] = row;
+  });
+
+  MapFigures figures;
+  figures.least.fill(kInfinity);
+  figures.most.fill(-kInfinity);
+  double dimmest = kInfinity;
+  double near = 0, all = 0;
+  for (int y = 0; y < height; ++y) {
+    const RowFigures& row = rows[static_cast<std::size_t>(y)];
+    const double top = rowLatitude(layout, y - 0.5, height) * kDegree;
+    const double bottom = rowLatitude(layout, y + 0.5, height) * kDegree;
+    const double cosines2 = (top - bottom) / 2 + (std::sin(2 * top) - std::sin(2 * bottom)) / 4;
+    const auto halfSquare = [](double sine) { return sine * sine / 2; };
+    const double up = halfSquare(std::max(std::sin(top), 0.0)) - halfSquare(std::max(std::sin(bottom), 0.0));
+    const double down =
+        halfSquare(std::min(std::sin(bottom), 0.0)) - halfSquare(std::min(std::sin(top), 0.0));
     for (std::size_t c = 0; c < 3; ++c) {
-      for (std::size_t axis = 0; axis < 4; ++axis) figures.irradiance[axis][c] += cosines2 * sides[axis][c];
-      figures.irradiance[4][c] += up * step * row[c];
-      figures.irradiance[5][c] += down * step * row[c];
+      for (std::size_t axis = 0; axis < 4; ++axis)
+        figures.irradiance[axis][c] += cosines2 * row.sides[axis][c];
+      figures.irradiance[4][c] += up * step * row.sum[c];
+      figures.irradiance[5][c] += down * step * row.sum[c];
+      figures.least[c] = std::min(figures.least[c], row.least[c]);
+      figures.most[c] = std::max(figures.most[c], row.most[c]);
     }
+    figures.negative += row.negative;
+    dimmest = std::min(dimmest, row.dimmest);
     const double weight = std::sin(top) - std::sin(bottom);
-    near += weight * rowNear;
-    all += weight * (0.2126 * row[0] + 0.7152 * row[1] + 0.0722 * row[2]);
+    near += weight * row.near;
+    all += weight * (0.2126 * row.sum[0] + 0.7152 * row.sum[1] + 0.0722 * row.sum[2]);
   }
   if (all > 0) figures.brightestShare = near / all;
   if (dimmest <= light.brightest) figures.stops = std::log2(light.brightest / dimmest);

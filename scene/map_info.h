@@ -47,8 +47,8 @@ MapLight lightOf(const hdri::EnvImage& map);
 
 /// The figures of a map in a layout. Each pixel is the same all over the solid angle that it covers, which
 /// is integrated exactly.
-/// @param pixel the first of width x height, three finite floats each. @param light the map's.
-MapFigures figuresOf(const float* pixel, int width, int height, Layout layout, const MapLight& light);
+/// @param pixels the first of width x height, three finite floats each. @param light the map's.
+MapFigures figuresOf(const float* pixels, int width, int height, Layout layout, const MapLight& light);
 
 /// Reads the map at `path` (UTF-8) as the host's image loader does and measures it.
 /// @param layout how it lies. @param maxPixels a larger one is refused.
