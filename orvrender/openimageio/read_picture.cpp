@@ -81,7 +81,7 @@ class BlockWriter {
   void writeCodes(const Window& window, const Window& inside, std::int64_t y, const Code* block) const {
     const ColorChannels& channels = source_.channels();
     const int begin = channels.begin();
-    const int places[3] = {channels.red - begin, channels.green - begin, channels.blue - begin};
+    const int colors[3] = {channels.red, channels.green, channels.blue};
     const double most = static_cast<double>(light_.size() - 1);
     // Colour that was multiplied by alpha while encoded has to be divided by it before it is decoded.
     const bool divide =
@@ -90,7 +90,11 @@ class BlockWriter {
       const double a = alpha ? from[channels.alpha - begin] / most : 1.0;
       if (alpha) *alpha = static_cast<float>(a);
       for (int c = 0; c < 3; ++c) {
-        const Code code = from[places[c]];
+        if (colors[c] < 0) {
+          rgb[c] = 0;
+          continue;
+        }
+        const Code code = from[colors[c] - begin];
         if (divide && a > 0) {
           rgb[c] = static_cast<float>(source_.encoding().decode(std::min(code / most / a, 1.0)) * a);
         } else {

@@ -319,6 +319,40 @@ TEST_F(ImageFormatsTest, IntegerTiffIsSrgb) {
   EXPECT_THAT(all(*load(path)), ElementsAre(0, linear(32768 / 65535.0), 1));
 }
 
+TEST_F(ImageFormatsTest, AMissingColorOfCodesIsZero) {
+  // A grey TIFF of four samples, of which one is told to be alpha; the image library names them R, A, B, A.
+  std::string bytes("II*\0\x08\0\0\0\x0A\0", 10);
+  const auto put = [&](std::uint32_t value, int count) {
+    for (int i = 0; i < count; ++i) bytes.push_back(static_cast<char>(value >> (8 * i) & 0xFF));
+  };
+  struct Entry {
+    std::uint32_t tag, type, count, value;
+  };
+  constexpr std::uint32_t kShort = 3, kLong = 4, kBits = 134, kPixels = 142;
+  for (const Entry& entry : {Entry{256, kShort, 1, 2},
+                             {257, kShort, 1, 1},
+                             {258, kShort, 4, kBits},
+                             {259, kShort, 1, 1},
+                             {262, kShort, 1, 1},
+                             {273, kLong, 1, kPixels},
+                             {277, kShort, 1, 4},
+                             {278, kShort, 1, 1},
+                             {279, kLong, 1, 16},
+                             {338, kShort, 1, 1}}) {
+    put(entry.tag, 2);
+    put(entry.type, 2);
+    put(entry.count, 4);
+    put(entry.value, 4);
+  }
+  put(0, 4);
+  for (int i = 0; i < 4; ++i) put(16, 2);
+  for (const std::uint32_t code : {65535u, 65535u, 32768u, 20000u, 0u, 65535u, 65535u, 20000u}) put(code, 2);
+  writeBytes(path, bytes);
+  const orvImage* const image = load(path);
+  ASSERT_NE(image, nullptr) << testing::PrintToString(log.lines());
+  EXPECT_THAT(all(*image), ElementsAre(1, 0, linear(32768 / 65535.0), 0, 0, 1));
+}
+
 TEST_F(ImageFormatsTest, TiledAndPlanarTiffsAreReadRight) {
   ImageSpec spec(40, 33, 3, TypeDesc::UINT8);
   spec.attribute("planarconfig", "separate");
