@@ -57,8 +57,11 @@ TEST_F(PreviewTest, ShowsAScene) {
 }
 
 TEST_F(PreviewTest, ShowsEveryMapThatIsPainted) {
-  for (const char* name : {"m.exr", "m.hdr", "m.pfm", "m.tif"}) {
-    ASSERT_EQ(orvpaint({"paint", scene_, "-o", folder_ / name}).status, 0);
+  const std::vector<const char*> names = {"m.exr", "m.hdr", "m.pfm", "m.tif"};
+  std::vector<std::string> paint = {"paint", scene_};
+  for (const char* name : names) paint.insert(paint.end(), {"-o", folder_ / name});
+  ASSERT_EQ(orvpaint(paint).status, 0);
+  for (const char* name : names) {
     const Outcome run = preview(folder_ / name);
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(pngSize(folder_ / "a.png"), std::make_pair(1024, 900)) << name;

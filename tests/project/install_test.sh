@@ -26,6 +26,18 @@ prefix=$work/prefix
 [ ! -e "$prefix/include/orvrender/AlignedObject.h" ] || fail "a header of the painter's own was installed"
 [ -s "$prefix/share/licenses/orvhdri/LICENSE" ] || fail "there is no license"
 
+# Once for each state of what is installed and of what is built against it.
+state=$(
+  g++ --version && clang++-14 --version
+  find "$prefix" "$source_dir/tests/project" "$source_dir/examples" -type f -print0 | sort -z | xargs -0 sha256sum |
+    sed "s#$work##"
+) || fail "there is no g++ or no clang++-14; ./dev test installs them"
+tested=$binary_dir/tested_install.txt
+if [ "$(cat "$tested" 2>/dev/null)" = "$state" ]; then
+  printf 'install: nothing has changed since it passed\n'
+  exit 0
+fi
+
 # configure and build NAME SOURCE_FOLDER [CMAKE_ARGUMENT...]
 configure() {
   cmake -S "$2" -B "$work/$1" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$cxx" \
@@ -143,15 +155,8 @@ headers() { # STANDARD COMPILER FOLDER...
   ((started > 0)) || fail "there are no headers in ${*:3}"
   [ ! -e "$work/failed" ] || { cat "$work/log" && fail "headers as $1 with $2"; }
 }
-# Compiled once for each state of them, as a build is.
-state=$(
-  g++ --version && clang++-14 --version && cat "${BASH_SOURCE[0]}"
-  cd "$prefix/include" && find . -type f -print0 | sort -z | xargs -0 sha256sum
-) || fail "there is no g++ or no clang++-14; ./dev test installs them"
-checked=$binary_dir/checked_headers.txt
-[ "$(cat "$checked" 2>/dev/null)" != "$state" ] || exit 0
 for compiler in g++ clang++-14; do
   for standard in c++17 c++20; do headers "$standard" "$compiler" hdri orvrender; done
   headers c++20 "$compiler" orvhdri
 done
-printf '%s\n' "$state" >"$checked"
+printf '%s\n' "$state" >"$tested"

@@ -224,7 +224,8 @@ class Processes:
 
     def __init__(self, folder):
         self._folder = folder
-        self._processes = []
+        self._logs = itertools.count()
+        self._workers = []
         self.scheduler = self._start(
             ["-m", "distributed.cli.dask_scheduler", "--host", "127.0.0.1", "--port", "0", "--no-dashboard",
              "--dashboard-address", "127.0.0.1:0", "--scheduler-file", str(folder / "scheduler.json")]
@@ -236,32 +237,45 @@ class Processes:
         self.address = json.loads(file.read_text())["address"]
 
     def work(self, *arguments, **variables):
-        return self._start(
+        worker = self._start(
             ["-m", "orvhdri.farm", "worker", self.address, "--workers", "1", "--no-nanny", "--no-dashboard",
              "--local-directory", str(self._folder), *map(str, arguments)],
             variables,
         )
+        self._workers.append(worker)
+        return worker
 
     def _start(self, arguments, variables={}):
         if os.environ.get("ORVHDRI_SANITIZED"):
             pytest.skip("what is compiled is that of batches")
-        with open(self._folder / f"log{len(self._processes)}", "wb") as log:
-            process = subprocess.Popen([sys.executable, *arguments], env={**environment(), **variables},
-                                       stdout=log, stderr=log, cwd=self._folder)
-        self._processes.append(process)
-        return process
+        with open(self._folder / f"log{next(self._logs)}", "wb") as log:
+            return subprocess.Popen([sys.executable, *arguments], env={**environment(), **variables},
+                                    stdout=log, stderr=log, cwd=self._folder)
+
+    def rest(self):
+        """Ends the workers; the scheduler sees them go before it takes another one."""
+        for worker in self._workers:
+            worker.kill()
+            worker.wait()
+        self._workers.clear()
 
     def end(self):
-        for process in self._processes:
-            process.kill()
-            process.wait()
+        self.rest()
+        self.scheduler.kill()
+        self.scheduler.wait()
 
 
-@pytest.fixture
-def processes(tmp_path_factory):
+@pytest.fixture(scope="module")
+def shared_processes(tmp_path_factory):
     started = Processes(tmp_path_factory.mktemp("processes"))
     yield started
     started.end()
+
+
+@pytest.fixture
+def processes(shared_processes):
+    yield shared_processes
+    shared_processes.rest()
 
 
 # Faults
@@ -449,7 +463,8 @@ def test_a_worker_stays_under_its_root_and_is_sent_what_it_does_not_see(here, la
     assert orv.read("shared/map.pfm").tobytes() == orv.paint("own/sky.json", size=(64, 32)).tobytes()
 
 
-def test_a_scheduler_that_dies_leaves_whole_files_and_the_rest_is_painted_later(here, lamp, processes):
+def test_a_scheduler_that_dies_leaves_whole_files_and_the_rest_is_painted_later(here, lamp, tmp_path_factory):
+    processes = Processes(tmp_path_factory.mktemp("mortal"))
     processes.work("--root", here)
     jobs = around(lamp, 40)
     (here / "alone").mkdir()
@@ -459,7 +474,7 @@ def test_a_scheduler_that_dies_leaves_whole_files_and_the_rest_is_painted_later(
         with pytest.raises(orv.Error, match="the scheduler is gone .*skip_existing paints the others"):
             orv.batch(jobs, "farm/{index}.exr", client=client, manifest="manifest.jsonl",
                       progress=lambda done, _: processes.scheduler.kill() if done == 3 else None)
-    time.sleep(0.5)
+    processes.end()
     whole = files("alone")
     left = files("farm")
     assert 3 <= len(left) and all(whole[name] == data for name, data in left.items())

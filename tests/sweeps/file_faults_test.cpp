@@ -115,8 +115,14 @@ class FileFaults : public FilesFaults, public testing::WithParamInterface<const 
   static int next(int n) { return n + 1 + sweeps::rounds(n / 2, 0); }
 };
 
-INSTANTIATE_TEST_SUITE_P(Formats, FileFaults,
-                         testing::Values("a.exr", "a.hdr", "a.pfm", "a.tif", "a.png", "a.jpg"));
+/// Written here and, every day, one by a library that writes in its own way: each takes a while to load.
+std::vector<const char*> formats() {
+  std::vector<const char*> names = {"a.exr", "a.pfm", "a.tif"};
+  if (sweeps::rounds(0, 1)) names.insert(names.end(), {"a.hdr", "a.png", "a.jpg"});
+  return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, FileFaults, testing::ValuesIn(formats()));
 
 TEST_P(FileFaults, AFailingWriteLeavesTheOldFile) {
   const Painting& painting = this->painting();
