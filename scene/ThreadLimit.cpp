@@ -1,6 +1,7 @@
 #include "scene/ThreadLimit.h"
 
 #include <sched.h>
+#include <tbb/parallel_for.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -16,7 +17,18 @@ int availableProcessors() {
   return std::max(static_cast<int>(std::thread::hardware_concurrency()), 1);
 }
 
+namespace {
+
+/// Has oneTBB set itself up. Where there is no memory for that while a limit is set, the limit's end waits
+/// for ever; here it is a std::bad_alloc.
+std::size_t afterStart(int threads) {
+  tbb::parallel_for(0, 1, [](int) {});
+  return static_cast<std::size_t>(threads);
+}
+
+}  // namespace
+
 ThreadLimit::ThreadLimit(int threads)
-    : painting_(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(threads)) {}
+    : painting_(tbb::global_control::max_allowed_parallelism, afterStart(threads)) {}
 
 }  // namespace orv::scene

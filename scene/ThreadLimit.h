@@ -10,7 +10,7 @@ int availableProcessors();
 /// Bounds the threads of painting and of image files while it lives, the calling thread included.
 class ThreadLimit {
  public:
-  /// @param threads at least 1.
+  /// @param threads at least 1. @throws std::bad_alloc
   explicit ThreadLimit(int threads);
 
  private:

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -45,6 +46,9 @@ class Painting {
     return Program(arguments)
         .prepared([&] {
           if (fault.empty()) return;
+          // One that waits in vain must end.
+          const rlimit seconds{60, 60};
+          setrlimit(RLIMIT_CPU, &seconds);
           setenv("LD_PRELOAD", kModule, 1);
           setenv("ORVHDRI_FAULT", fault.c_str(), 1);
           setenv("ORVHDRI_FAULT_MARK", (work_ / "mark").c_str(), 1);
