@@ -22,7 +22,7 @@ Quad madeStraight(Quad associated) {
 }
 
 /// Zero for what is not finite: the way from one pixel to the next was longer than the largest float.
-Quad finiteOf(Quad channels) { return channels - channels == Quad{} ? channels : Quad{}; }
+Quad finiteOf(Quad channels) { return channels * 0.0f == Quad{} ? channels : Quad{}; }
 
 /// The channels from the first one asked for on; behind the last there is nothing. Alpha is always the
 /// image's.
