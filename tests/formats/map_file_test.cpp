@@ -140,6 +140,23 @@ TEST_F(MapFileTest, EachExrCompressionThatLosesNothingKeepsEveryBit) {
   }
 }
 
+TEST_F(MapFileTest, ALargeExrIsPackedAsItShrinksAndKeepsEveryBit) {
+  // Of noise there is nothing to be gained by packing well, of slow changes much.
+  hdri::EnvImage noise(128, 1100), slow(128, 1100);
+  std::uint32_t state = 1;
+  for (std::size_t i = 0; i < noise.pixels.size(); ++i) {
+    state = state * 1664525u + 1013904223u;
+    const float value = static_cast<float>(state >> 8) / 16777216.0f;
+    noise.pixels[i] = {value, 1 - value, value * value};
+    slow.pixels[i] = {static_cast<float>(i / 500), static_cast<float>(i % 128), 0.5f};
+  }
+  for (const hdri::EnvImage& map : {noise, slow}) {
+    for (const char* compression : {"zip", "zips"}) {
+      EXPECT_TRUE(sameBits(load(save(map, "a.exr", {.compression = compression})), map)) << compression;
+    }
+  }
+}
+
 TEST_F(MapFileTest, HalfExrHoldsTheNearestHalves) {
   hdri::EnvImage map(37, 70);
   for (std::size_t i = 0; i < map.pixels.size(); ++i) {
