@@ -2,6 +2,8 @@
 
 import os
 import pathlib
+import re
+import shutil
 
 import pytest
 
@@ -61,3 +63,19 @@ def lamp():
 def environment():
     """The environment of a child process that imports the package under test."""
     return dict(os.environ)
+
+
+def run_examples_of(name, folder):
+    """Runs a document's blocks in Python, one after another, with the scenes of examples/ copied into the folder."""
+    folder.mkdir(exist_ok=True)
+    for path in (ROOT / "examples").iterdir():
+        if path.is_file():
+            shutil.copy(path, folder)
+    page = ROOT / name
+    text = page.read_text()
+    blocks = list(re.finditer(r"^```python\n(.*?)^```$", text, re.DOTALL | re.MULTILINE))
+    assert blocks
+    names = {"__name__": "page"}
+    for block in blocks:
+        line = text[: block.start(1)].count("\n")
+        exec(compile("\n" * line + block[1], str(page), "exec"), names)

@@ -19,7 +19,7 @@ import dask
 import numpy as np
 import orvhdri as orv
 import pytest
-from conftest import ROOT, environment
+from conftest import ROOT, environment, run_examples_of
 from distributed import Client, LocalCluster
 from orvhdri.farm import Farm, Packer
 from orvhdri.roots import Roots
@@ -582,6 +582,10 @@ def test_the_commands_of_the_page_are_a_farm(here, lamp):
         done = subprocess.run(lines[2], shell=True, env=environment(), capture_output=True, text=True)
     assert (done.returncode, done.stdout) == (0, "<Results: 4 painted, 0 skipped, 0 failed>\n"), done.stderr
     assert len(files("out")) == 4 and len((here / "out.jsonl").read_text().splitlines()) == 4
+
+
+def test_the_examples_of_the_page_run(here):
+    run_examples_of("docs/farm.md", here)
 
 
 def test_the_command_says_what_is_wrong_and_ends_with_a_status(here, lamp):

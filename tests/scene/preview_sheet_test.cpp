@@ -32,7 +32,7 @@ void expectNear(const hdri::Rgb& found, const hdri::Rgb& expected) {
 }
 
 TEST(PreviewSheet, IsOneSizeForAllMaps) {
-  for (const int width : {1, 64, 3000}) {
+  for (const int width : {1, 3000}) {
     hdri::EnvImage map(width, (width + 1) / 2);
     std::fill(map.pixels.begin(), map.pixels.end(), hdri::Rgb{1, 1, 1});
     const hdri::EnvImage sheet = previewSheet(map, {});
