@@ -1,7 +1,7 @@
 #include "orvrender/images/HostImage.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstddef>
 #include <limits>
 
 #include "orvrender/images/ImageLibrary.h"
@@ -9,8 +9,12 @@
 namespace orv::host {
 namespace {
 
-/// A coordinate in [0, 1]; 0 for one that is not a number.
-float unit(float coordinate) { return lesser(greater(coordinate, 0.0f), 1.0f); }
+/// Where a look-up is, right and down, 0 to 1 but that places right of the image or above it stay there; 0
+/// for a coordinate that is not a number.
+[[gnu::always_inline]] inline Quad placeOf(const orvImage_lookup& lookup) {
+  static_assert(offsetof(orvImage_lookup, v) == offsetof(orvImage_lookup, u) + sizeof lookup.u);
+  return greater(loadPair(&lookup.u), Quad{}) * Quad{1, -1} + Quad{0, 1};
+}
 
 constexpr float kMost = std::numeric_limits<float>::max();
 
@@ -33,12 +37,20 @@ Quad shifted(Quad channels, std::uint32_t firstChannel) {
   return color;
 }
 
+void answer(Quad channels, orvImage_lookup& lookup) { store(lookup.rgba, load(lookup.gain) * channels); }
+
+[[gnu::noinline]] void answerShifted(Quad channels, orvImage_lookup& lookup) {
+  answer(shifted(channels, lookup.firstChannel), lookup);
+}
+
 /// Makes colour finite and straight, picks the channels asked for and applies the gains.
-void finish(Quad channels, bool hasAlpha, orvImage_lookup& lookup) {
+[[gnu::always_inline]] inline void finish(Quad channels, bool hasAlpha, orvImage_lookup& lookup) {
   channels = finiteOf(channels);
-  if (hasAlpha) channels = madeStraight(channels);
-  if (lookup.firstChannel != 0) channels = shifted(channels, lookup.firstChannel);
-  store(lookup.rgba, load(lookup.gain) * channels);
+  if (hasAlpha) [[unlikely]]
+    channels = madeStraight(channels);
+  if (lookup.firstChannel != 0) [[unlikely]]
+    return answerShifted(channels, lookup);
+  answer(channels, lookup);
 }
 
 }  // namespace
@@ -69,23 +81,24 @@ void HostImage::set_filter_mode(orvFilter_mode mode) {
   if (mode == orvFilter_mode::anisotropic && !pyramid_) pyramid_ = library_.pyramidFor(*this);
 }
 
-[[gnu::always_inline]] inline Quad HostImage::samplePlain(float s, float t) const {
-  const Pixels& pixels = content().pixels;
-  if (!pixels.rgb) return Quad{0, 0, 0, 1};
-  Quad color = bilinear(viewOf(pixels), s, t);
-  if (!pixels.alpha) color[3] = 1;
-  return color;
+void HostImage::lookup(orvImage_lookup& lookup) const {
+  const ImageContent* const content = content_.load(std::memory_order_acquire);
+  if (!content) [[unlikely]]
+    return lookupFirst(lookup);
+  // The sampler keeps to the image on its own.
+  finish(bilinear(content->view, placeOf(lookup)), content->view.alpha, lookup);
 }
 
-void HostImage::lookup(orvImage_lookup& lookup) const {
-  // The sampler keeps to the image on its own; a v that is no number counts as 0.
-  finish(samplePlain(lookup.u, 1.0f - greater(lookup.v, 0.0f)), has_alpha(), lookup);
+void HostImage::lookupFirst(orvImage_lookup& lookup) const {
+  askLibrary();
+  this->lookup(lookup);
 }
 
 void HostImage::lookup_filtered(orvImage_lookup& lookup) const {
-  const float s = unit(lookup.u);
-  const float t = 1.0f - unit(lookup.v);
-  finish(pyramid_ ? pyramid_->sample(s, t, lookup) : samplePlain(s, t), has_alpha(), lookup);
+  if (!pyramid_) [[unlikely]]
+    return this->lookup(lookup);
+  const Quad at = lesser(greater(placeOf(lookup), Quad{}), Quad{1, 1});
+  finish(pyramid_->sample(at, lookup), pyramid_->level(0).alpha, lookup);
 }
 
 std::uint64_t HostImage::memory() const { return library_.bytesOf(*this); }

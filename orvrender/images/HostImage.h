@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "host/orvImage.h"
 #include "orvrender/files/Pixels.h"
@@ -31,7 +32,13 @@ struct ImageSize {
 
 /// What the users of one image share.
 struct ImageContent {
+  explicit ImageContent(Pixels given = {}) : pixels(std::move(given)), view(viewOf(pixels)) {
+    static constexpr float kBlack[3]{};
+    if (!pixels.rgb) view = {1, 1, kBlack, nullptr};
+  }
+
   Pixels pixels;                        ///< `rgb` null: black, for want of memory
+  PixelView view;                       ///< of them, or of a black one
   std::unique_ptr<MipPyramid> pyramid;  ///< once a user has chosen `anisotropic`
 
   std::size_t bytes() const { return pixels.bytes() + (pyramid ? pyramid->bytes() : 0); }
@@ -90,7 +97,8 @@ class HostImage final : public orvImage {
   }
   const ImageContent& askLibrary() const;
   const Pixels& askLibraryToScale() const;
-  Quad samplePlain(float s, float t) const;
+  /// Asks for the pixels first.
+  [[gnu::noinline]] void lookupFirst(orvImage_lookup& lookup) const;
 
   ImageLibrary& library_;
   const ImageHeader& header_;

@@ -95,7 +95,7 @@ void ImageLibrary::fail(const std::string& image, const std::string& reason) con
 std::unique_ptr<ImageContent> ImageLibrary::take(const std::string& image,
                                                  const std::function<ReadImage()>& get) const {
   try {
-    auto content = std::make_unique<ImageContent>();
+    std::unique_ptr<ImageContent> content;
     // A thread that waits for its rows must not start on work that asks for the lock it holds.
     tbb::this_task_arena::isolate([&] {
       ReadImage got = get();
@@ -105,7 +105,7 @@ std::unique_ptr<ImageContent> ImageLibrary::take(const std::string& image,
             "without them\n",
             image.c_str(), static_cast<unsigned long long>(got.replaced.pixels));
       }
-      content->pixels = std::move(got.pixels);
+      content = std::make_unique<ImageContent>(std::move(got.pixels));
     });
     return content;
   } catch (const LoopStopped&) {
@@ -273,7 +273,7 @@ void ImageLibrary::readAgain(Entry& entry) const {
   black.rgb = allocateFloats(3 * black.count());
   if (!black.rgb) return;
   std::fill_n(black.rgb.get(), 3 * black.count(), 0.0f);
-  entry.content.reset(new (std::nothrow) ImageContent{std::move(black), nullptr});
+  entry.content.reset(new (std::nothrow) ImageContent(std::move(black)));
 }
 
 const MipPyramid* ImageLibrary::pyramidFor(const HostImage& image) {

@@ -171,37 +171,29 @@ MipPyramid::MipPyramid(const Pixels& base) : levels_{viewOf(base)} {
   }
 }
 
-Quad MipPyramid::sample(float s, float t, const orvImage_lookup& lookup) const {
-  const auto width = static_cast<float>(levels_[0].width);
-  const auto height = static_cast<float>(levels_[0].height);
-  const Probes probes = probesOf(lookup, width, height);
+Quad MipPyramid::sample(Quad at, const orvImage_lookup& lookup) const {
+  const Quad size = levels_[0].size;
+  const Probes probes = probesOf(lookup, size[0], size[1]);
   // A width of 2^k (1 + f) lies between levels k and k + 1, at f: a float's exponent and mantissa.
   const auto bits = std::bit_cast<std::uint32_t>(probes.width);
   const std::size_t last = levels_.size() - 1;
   const std::size_t fine = std::min(std::size_t{(bits >> 23) - 127}, last);
   const PixelView &finer = levels_[fine], &coarser = levels_[std::min(fine + 1, last)];
   const float between = std::bit_cast<float>((bits & 0x007FFFFFu) | 0x3F800000u) - 1.0f;
-  const auto trilinear = [&](float atS, float atT) {
-    const Quad color = bilinear(finer, atS, atT);
-    return between > 0 ? mix(color, bilinear(coarser, atS, atT), between) : color;
+  const auto trilinear = [&](Quad place) {
+    const Quad color = bilinear(finer, place);
+    return between > 0 ? mix(color, bilinear(coarser, place), between) : color;
   };
+  if (probes.count == 1) return trilinear(at);
 
-  Quad color;
-  if (probes.count == 1) {
-    color = trilinear(s, t);
-  } else {
-    const float stepS = probes.stepS / width, stepT = probes.stepT / height;
-    const float share = 1 / static_cast<float>(probes.count);
-    const float start = 0.5f * static_cast<float>(1 - probes.count);
-    color = Quad{};
-    for (int i = 0; i < probes.count; ++i) {
-      const float on = start + static_cast<float>(i);
-      color += share * trilinear(s + on * stepS, t + on * stepT);
-    }
-    color = greater(lesser(color, Quad{} + kMost), Quad{} - kMost);
-  }
+  const Quad step = Quad{probes.stepS, probes.stepT} / Quad{size[0], size[1], 1, 1};
+  const float share = 1 / static_cast<float>(probes.count);
+  const float start = 0.5f * static_cast<float>(1 - probes.count);
+  Quad color{};
+  for (int i = 0; i < probes.count; ++i)
+    color += share * trilinear(at + (start + static_cast<float>(i)) * step);
   if (!levels_[0].alpha) color[3] = 1;
-  return color;
+  return greater(lesser(color, Quad{} + kMost), Quad{} - kMost);
 }
 
 }  // namespace orv::host

@@ -28,8 +28,8 @@ class MipPyramid {
   /// The image over the footprint of `lookup`: probes side by side along the footprint's longer axis, each as
   /// wide as the shorter axis and trilinear between the two levels whose pixels are about as large. Red,
   /// green, blue (associated) and alpha, 1 without one.
-  /// @param s, t right and down, 0 to 1.
-  Quad sample(float s, float t, const orvImage_lookup& lookup) const;
+  /// @param at right and down, 0 to 1.
+  Quad sample(Quad at, const orvImage_lookup& lookup) const;
 
  private:
   std::vector<PixelView> levels_;

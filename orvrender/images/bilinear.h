@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 
@@ -11,10 +11,28 @@ namespace orv::host {
 
 /// Pixels that somebody else owns, as `Pixels` has them.
 struct PixelView {
-  std::int32_t width;
-  std::int32_t height;
-  const float* rgb;
-  const float* alpha;  ///< null: 1 everywhere
+  PixelView() = default;
+  PixelView(std::int32_t w, std::int32_t h, const float* rgbPixels, const float* alphaPixels)
+      : rgb(rgbPixels),
+        alpha(alphaPixels),
+        width(w),
+        height(h),
+        size{static_cast<float>(w), static_cast<float>(h)},
+        last{lastPlace(w), lastPlace(h)} {}
+
+  const float* rgb = nullptr;
+  const float* alpha = nullptr;  ///< null: 1 everywhere
+  std::int32_t width = 0;
+  std::int32_t height = 0;
+  Quad size{};  ///< width, height, 0, 0
+  Quad last{};  ///< the last column, the last row, 0, 0
+
+ private:
+  /// The last of `count` pixels, or the float before it where there is no such float.
+  static float lastPlace(std::int32_t count) {
+    const auto nearest = static_cast<float>(count - 1);
+    return static_cast<double>(nearest) < count ? nearest : std::nextafter(nearest, 0.0f);
+  }
 };
 
 inline PixelView viewOf(const Pixels& pixels) {
@@ -22,56 +40,44 @@ inline PixelView viewOf(const Pixels& pixels) {
           pixels.alpha.get()};
 }
 
-template <typename Value>
-Value mix(Value a, Value b, float weight) {
+template <typename Value, typename Weight>
+Value mix(Value a, Value b, Weight weight) {
   return a + (b - a) * weight;
 }
 
-/// A place on an axis of `size` pixels, whose centres lie at (i + 0.5) / size: the pixel before it and how
-/// far it is on to the next. Before the first centre that is the first; behind the last one the last, and
-/// `part` means nothing.
-struct Place {
-  std::int32_t first;
-  float part;
-};
+/// Bilinear between the four nearest pixels, whose centres lie at (i + 0.5) / size, clamped at the edges:
+/// red, green, blue and alpha, 1 where there is none.
+/// @param at right and down, 0 to 1; places outside are taken for the edge's, what is no number for 0.
+[[gnu::always_inline]] inline Quad bilinear(const PixelView& pixels, Quad at) {
+  constexpr Quad kHalf{0.5f, 0.5f, 0.5f, 0.5f};
+  // The pixel before the place on either axis, and how far it is on to the next.
+  const Quad place = lesser(greater(at * pixels.size - kHalf, Quad{}), pixels.last);
+  const IntQuad first = __builtin_convertvector(place, IntQuad);
+  const Quad part = place - __builtin_convertvector(first, Quad);
+  const Quad across = __builtin_shufflevector(part, part, 0, 0, 0, 0);
+  const Quad down = __builtin_shufflevector(part, part, 1, 1, 1, 1);
 
-inline Place placeOf(float coordinate, std::int32_t size) {
-  const auto count = static_cast<float>(size);
-  const float place = lesser(greater(coordinate * count - 0.5f, 0.0f), count);
-  const std::int32_t first = std::min(static_cast<std::int32_t>(place), size - 1);
-  return {first, place - static_cast<float>(first)};
-}
-
-/// Bilinear between the four nearest pixels, clamped at the edges: red, green, blue and alpha, or anything
-/// where there is none.
-/// @param s, t right and down, 0 to 1; places outside are taken for the edge's, what is no number for 0.
-inline Quad bilinear(const PixelView& pixels, float s, float t) {
-  const Place column = placeOf(s, pixels.width);
-  const Place row = placeOf(t, pixels.height);
+  const auto column = static_cast<std::size_t>(first[0]), row = static_cast<std::size_t>(first[1]);
   const auto width = static_cast<std::size_t>(pixels.width);
-  const std::size_t upper =
-      static_cast<std::size_t>(row.first) * width + static_cast<std::size_t>(column.first);
-  const std::size_t lower = row.first + 1 < pixels.height ? upper + width : upper;
-  const float* const above = pixels.rgb + 3 * upper;
-  const float* const below = pixels.rgb + 3 * lower;
-  const float* const alpha = pixels.alpha;
-  if (column.first + 1 < pixels.width) {
+  const std::size_t upper = row * width + column;
+  const std::size_t lower = first[1] + 1 < pixels.height ? upper + width : upper;
+  const bool isLastColumn = first[0] + 1 >= pixels.width;
+  const auto between = [&](std::size_t i) {
+    const float* const rgb = pixels.rgb + 3 * i;
+    if (isLastColumn) [[unlikely]]
+      return Quad{rgb[0], rgb[1], rgb[2], 1};
     // Of two neighbours, r g b r g b, the second is what lies behind the third float.
-    const auto between = [&](const float* rgb) {
-      const Quad second = load(rgb + 2);
-      return mix(load(rgb), __builtin_shufflevector(second, second, 1, 2, 3, 3), column.part);
-    };
-    Quad color = mix(between(above), between(below), row.part);
-    if (alpha) {
-      color[3] = mix(mix(alpha[upper], alpha[upper + 1], column.part),
-                     mix(alpha[lower], alpha[lower + 1], column.part), row.part);
-    }
-    return color;
-  }
-  const auto single = [&](const float* rgb, std::size_t i) {
-    return Quad{rgb[0], rgb[1], rgb[2], alpha ? alpha[i] : 0.0f};
+    const Quad second = load(rgb + 2);
+    return mix(load(rgb), __builtin_shufflevector(second, second, 1, 2, 3, 3), across);
   };
-  return mix(single(above, upper), single(below, lower), row.part);
+  const Quad color = mix(between(upper), between(lower), down);
+  if (!pixels.alpha) [[likely]]
+    return __builtin_shufflevector(color, Quad{1, 1, 1, 1}, 0, 1, 2, 7);
+  const auto alphaBetween = [&](std::size_t i) {
+    const float* const alpha = pixels.alpha + i;
+    return isLastColumn ? alpha[0] : mix(alpha[0], alpha[1], across[0]);
+  };
+  return Quad{color[0], color[1], color[2], mix(alphaBetween(upper), alphaBetween(lower), down[0])};
 }
 
 }  // namespace orv::host

@@ -27,10 +27,11 @@ class ImageFill final : public PinFill {
   Shading shade(const PixelBatch& batch, FillScratch& scratch) const override;
 
  private:
-  void lookUpBlock(const PixelBatch& batch, std::size_t block, FillScratch& scratch) const;
+  void lookUpBlock(const PixelBatch& batch, std::size_t block, orvImage_lookup (&lookups)[kLanes],
+                   FillScratch& scratch) const;
 
   ImageHandle image_;  ///< from prepare to release
-  void (orvImage::*lookup_)(orvImage_lookup&) const = nullptr;
+  bool isFiltered_ = false;
   ColorAdjustment adjustment_;
   std::string path_;
 };

@@ -98,8 +98,10 @@ inline Mask8 loadMask(const unsigned* aligned) {
 inline void store(unsigned* aligned, Mask8 a) {
   _mm256_store_si256(reinterpret_cast<__m256i*>(aligned), _mm256_castps_si256(a.v));
 }
-inline bool any(Mask8 a) { return _mm256_movemask_ps(a.v) != 0; }
-inline bool all(Mask8 a) { return _mm256_movemask_ps(a.v) == 0xff; }
+/// Bit i is lane i.
+inline int bits(Mask8 a) { return _mm256_movemask_ps(a.v); }
+inline bool any(Mask8 a) { return bits(a) != 0; }
+inline bool all(Mask8 a) { return bits(a) == 0xff; }
 
 /// `yes` where the mask is set, else `no`.
 inline Float8 select(Mask8 mask, Float8 yes, Float8 no) { return {_mm256_blendv_ps(no.v, yes.v, mask.v)}; }
