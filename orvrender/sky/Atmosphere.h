@@ -60,25 +60,25 @@ template <typename T>
 
 inline constexpr double kAerosolAsymmetry = 0.8;
 
-/// Phase function of the aerosol (Cornette & Shanks 1992) with its 1.5th power taken apart: the numerator and
-/// the base, per steradian.
-template <typename T>
+/// Phase function of the aerosol (Cornette & Shanks 1992), per steradian: factor (1 + c^2) / base^1.5 with
+/// the base constant + slope c. @param c cosine of the scattering angle.
 struct AerosolPhase {
-  T numerator, base;
+  static constexpr double g = kAerosolAsymmetry;
+  static constexpr double factor = 3 / (8 * kPi) * (1 - g * g) / (2 + g * g);
+  static constexpr double constant = 1 + g * g, slope = -2 * g;
+  static constexpr double forward = (1 - g) * (1 - g);  ///< base at c = 1
 };
+/// The same without the factor, from a cosine and its base; for a float or for lanes.
+[[gnu::always_inline]] inline float aerosolPhase(float c, float base) {
+  return (1.0f + c * c) / (base * __builtin_sqrtf(base));
+}
+[[gnu::always_inline]] inline Lanes aerosolPhase(Lanes c, Lanes base) {
+  return (1.0f + c * c) / (base * sqrt(base));
+}
 template <typename T>
-[[gnu::always_inline]] inline AerosolPhase<T> aerosolPhaseParts(T c) {
-  constexpr double g = kAerosolAsymmetry, k = 3 / (8 * kPi) * (1 - g * g) / (2 + g * g);
-  return {static_cast<float>(k) * (1.0f + c * c),
-          static_cast<float>(1 + g * g) - static_cast<float>(2 * g) * c};
-}
-[[gnu::always_inline]] inline Lanes aerosolPhase(Lanes c) {
-  const AerosolPhase<Lanes> parts = aerosolPhaseParts(c);
-  return parts.numerator / (parts.base * sqrt(parts.base));
-}
-[[gnu::always_inline]] inline float aerosolPhase(float c) {
-  const AerosolPhase<float> parts = aerosolPhaseParts(c);
-  return parts.numerator / (parts.base * __builtin_sqrtf(parts.base));
+[[gnu::always_inline]] inline T aerosolPhase(T c) {
+  const T base = static_cast<float>(AerosolPhase::constant) + static_cast<float>(AerosolPhase::slope) * c;
+  return static_cast<float>(AerosolPhase::factor) * aerosolPhase(c, base);
 }
 
 struct Color3 {

@@ -40,12 +40,14 @@ bool hasAvx2();
 [[gnu::always_inline]] inline void store(Spectrum& s, Lanes x) { store(s.v, x); }
 [[gnu::always_inline]] inline void store(std::int32_t* p, IntLanes x) { std::memcpy(p, &x, sizeof x); }
 
+[[gnu::always_inline]] inline void store(float* p, Quad x) { std::memcpy(p, &x, sizeof x); }
+/// The first and the last four lanes.
+[[gnu::always_inline]] inline Quad lowHalf(Lanes x) { return __builtin_shufflevector(x, x, 0, 1, 2, 3); }
+[[gnu::always_inline]] inline Quad highHalf(Lanes x) { return __builtin_shufflevector(x, x, 4, 5, 6, 7); }
+
 /// Stores past the caches, to an address of whole Quads; `finishStreaming` orders it before the data is
 /// handed over. Any x86-64 processor does it four at a time.
-[[gnu::always_inline]] inline void storeStreaming(float* p, Lanes x) {
-  _mm_stream_ps(p, __builtin_shufflevector(x, x, 0, 1, 2, 3));
-  _mm_stream_ps(p + 4, __builtin_shufflevector(x, x, 4, 5, 6, 7));
-}
+[[gnu::always_inline]] inline void storeStreaming(float* p, Quad x) { _mm_stream_ps(p, x); }
 inline void finishStreaming() { _mm_sfence(); }
 
 // The first where an argument is NaN.
@@ -53,8 +55,9 @@ inline void finishStreaming() { _mm_sfence(); }
 [[gnu::always_inline]] inline Lanes min(Lanes a, Lanes b) { return b < a ? b : a; }
 [[gnu::always_inline]] inline IntLanes min(IntLanes a, IntLanes b) { return b < a ? b : a; }
 
+[[gnu::always_inline]] inline Lanes clamp(Lanes x, Lanes low, Lanes high) { return min(max(x, low), high); }
 [[gnu::always_inline]] inline Lanes clamp(Lanes x, float low, float high) {
-  return min(max(x, splat(low)), splat(high));
+  return clamp(x, splat(low), splat(high));
 }
 
 /// Towards zero.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 #include "maps/row_loop.h"
 
@@ -14,14 +15,16 @@ constexpr int kNodes = SkyView::kWidth;
 constexpr std::size_t kStreamedFloats = std::size_t{1} << 23;
 
 /// What eight neighbouring columns of a map share in every row: their places between the view's azimuths and
-/// the cosines of their azimuths from the sun.
-struct Columns {
+/// the versines, 1 - cosine, of their azimuths from the sun, which are exact towards it.
+struct alignas(32) Columns {
   float fraction[8];
-  float cosine[8];
+  float versine[8];
   std::uint8_t node[8];   ///< each column's
   std::uint8_t nodes[8];  ///< the different ones: one or two, more in small maps
   std::uint32_t count = 0;
 };
+
+double versine(double angle) { return 2 * std::sin(0.5 * angle) * std::sin(0.5 * angle); }
 
 std::vector<Columns> columnsOf(std::uint32_t width, double sunAzimuth) {
   std::vector<Columns> columns((std::size_t{width} + 7) / 8);
@@ -33,30 +36,36 @@ std::vector<Columns> columnsOf(std::uint32_t width, double sunAzimuth) {
     Columns& block = columns[x / 8];
     block.node[x % 8] = node;
     block.fraction[x % 8] = static_cast<float>(place - node);
-    block.cosine[x % 8] = static_cast<float>(std::cos(fromSun));
+    block.versine[x % 8] = static_cast<float>(versine(fromSun));
     std::uint8_t* const end = block.nodes + block.count;
     if (std::find(block.nodes, end, node) == end) block.nodes[block.count++] = node;
   }
   return columns;
 }
 
-/// The view between two neighbouring azimuths at a row's elevation, times what dims or brightens it.
+/// The view between two neighbouring azimuths at a row's elevation, times what dims or brightens it; the
+/// aerosol's times the factor of its phase function, the air's with what is added everywhere.
 struct Interval {
   float air[3], aerosol[3];              ///< at the first azimuth
   float airChange[3], aerosolChange[3];  ///< to the second
 };
 
+/// A line over the versines of columns.
+struct Line {
+  float constant, slope;
+};
+
 /// What the pixels of one row share.
 struct Row {
   Interval view[kNodes - 1];
-  float base[3];        ///< light that is added everywhere
-  float sineProduct;    ///< sines of the row's and the sun's elevations, multiplied
-  float cosineProduct;  ///< cosines of the same
-  bool isStreamed;      ///< goes past the caches: whole blocks at addresses of whole vectors
+  Line cosine;        ///< of the angle to the sun
+  Line phaseBase;     ///< of the aerosol's phase function
+  float least, most;  ///< of colours
+  bool isStreamed;    ///< goes past the caches: whole blocks at addresses of whole vectors
 };
 
-/// Eight pixels from a red, a green and a blue plane.
-[[gnu::always_inline]] inline void interleave(Lanes red, Lanes green, Lanes blue, Lanes (&out)[3]) {
+/// Eight pixels from a red, a green and a blue plane: the low halves one after another, then the high ones.
+[[gnu::always_inline]] inline void interleave(Lanes red, Lanes green, Lanes blue, Lanes (&halves)[3]) {
   const Lanes r = __builtin_shufflevector(red, red, 0, 3, 2, 1, 4, 7, 6, 5);
   const Lanes g = __builtin_shufflevector(green, green, 1, 0, 3, 2, 5, 4, 7, 6);
   const Lanes b = __builtin_shufflevector(blue, blue, 2, 1, 0, 3, 6, 5, 4, 7);
@@ -64,25 +73,26 @@ struct Row {
   const Lanes gr = __builtin_shufflevector(g, r, 0, 1, 10, 3, 4, 5, 14, 7);
   const Lanes rgAfter = __builtin_shufflevector(r, g, 0, 1, 10, 3, 4, 5, 14, 7);
   // r0 g0 b0 r1 | r4 g4 b4 r5, g1 b1 r2 g2 | g5 b5 r6 g6, b2 r3 g3 b3 | b6 r7 g7 b7
-  const Lanes first = __builtin_shufflevector(rg, b, 0, 1, 10, 3, 4, 5, 14, 7);
-  const Lanes second = __builtin_shufflevector(gr, b, 0, 9, 2, 3, 4, 13, 6, 7);
-  const Lanes third = __builtin_shufflevector(rgAfter, b, 8, 1, 2, 11, 12, 5, 6, 15);
-  out[0] = __builtin_shufflevector(first, second, 0, 1, 2, 3, 8, 9, 10, 11);
-  out[1] = __builtin_shufflevector(third, first, 0, 1, 2, 3, 12, 13, 14, 15);
-  out[2] = __builtin_shufflevector(second, third, 4, 5, 6, 7, 12, 13, 14, 15);
+  halves[0] = __builtin_shufflevector(rg, b, 0, 1, 10, 3, 4, 5, 14, 7);
+  halves[1] = __builtin_shufflevector(gr, b, 0, 9, 2, 3, 4, 13, 6, 7);
+  halves[2] = __builtin_shufflevector(rgAfter, b, 8, 1, 2, 11, 12, 5, 6, 15);
 }
 
 // Pixel = base + air + phase(cosine of the angle to the sun) x aerosol.
 [[gnu::always_inline]] inline void paintRow(const Row& row, const Columns* columns, std::uint32_t width,
                                             float* rgb) {
-  const float most = std::numeric_limits<float>::max();
+  // Loaded once: for all that the compiler knows, the pixels might lie on the row.
+  const auto on = [](const Line& line, Lanes x) { return line.constant + line.slope * x; };
+  const Line cosine = row.cosine, phaseBase = row.phaseBase;
+  const Lanes least = Lanes{} + row.least, most = Lanes{} + row.most;
+  const bool isStreamed = row.isStreamed;
   for (std::uint32_t x0 = 0; x0 < width; x0 += 8, ++columns) {
-    const Lanes c = clamp(row.sineProduct + row.cosineProduct * load(columns->cosine), -1.0f, 1.0f);
-    const Lanes phase = aerosolPhase(c), fraction = load(columns->fraction);
+    const Lanes fromSun = load(columns->versine), fraction = load(columns->fraction);
+    const Lanes phase = aerosolPhase(on(cosine, fromSun), on(phaseBase, fromSun));
     const auto channel = [&](const Interval& view, int i) {
       const Lanes air = view.air[i] + view.airChange[i] * fraction;
       const Lanes aerosol = view.aerosol[i] + view.aerosolChange[i] * fraction;
-      return row.base[i] + air + aerosol * phase;
+      return air + aerosol * phase;
     };
     const Interval& first = row.view[columns->nodes[0]];
     Lanes red = channel(first, 0), green = channel(first, 1), blue = channel(first, 2);
@@ -94,23 +104,21 @@ struct Row {
       blue = here ? channel(other, 2) : blue;
     }
     // Colours may lie outside the gamut until here.
-    red = clamp(red, 0.0f, most);
-    green = clamp(green, 0.0f, most);
-    blue = clamp(blue, 0.0f, most);
-    Lanes pixels[3];
-    interleave(red, green, blue, pixels);
+    Lanes halves[3];
+    interleave(clamp(red, least, most), clamp(green, least, most), clamp(blue, least, most), halves);
     float* const out = rgb + std::size_t{3} * x0;
-    if (row.isStreamed) {
-      for (int i = 0; i < 3; ++i) storeStreaming(out + 8 * i, pixels[i]);
-    } else if (width - x0 >= 8) {
-      for (int i = 0; i < 3; ++i) store(out + 8 * i, pixels[i]);
-    } else {
-      float last[24];
-      for (int i = 0; i < 3; ++i) store(last + 8 * i, pixels[i]);
-      std::copy_n(last, 3 * (width - x0), out);
+    if (isStreamed) {
+      for (int i = 0; i < 3; ++i) storeStreaming(out + 4 * i, lowHalf(halves[i]));
+      for (int i = 0; i < 3; ++i) storeStreaming(out + 12 + 4 * i, highHalf(halves[i]));
+      continue;
     }
+    float last[24];
+    float* const block = width - x0 >= 8 ? out : last;
+    for (int i = 0; i < 3; ++i) store(block + 4 * i, lowHalf(halves[i]));
+    for (int i = 0; i < 3; ++i) store(block + 12 + 4 * i, highHalf(halves[i]));
+    if (block == last) std::copy_n(last, 3 * (width - x0), out);
   }
-  if (row.isStreamed) finishStreaming();
+  if (isStreamed) finishStreaming();
 }
 
 [[gnu::target("avx2")]] void paintRowAvx2(const Row& row, const Columns* columns, std::uint32_t width,
@@ -122,17 +130,20 @@ void paintRowAnywhere(const Row& row, const Columns* columns, std::uint32_t widt
   paintRow(row, columns, width, rgb);
 }
 
-/// The view at an elevation of at least 0, each colour times its factor.
-void interpolate(const SkyView& view, double elevation, const float (&factors)[3], Interval* out) {
+/// The view at an elevation of at least 0, each colour times its factor, and what is added everywhere.
+void interpolate(const SkyView& view, double elevation, const double (&factors)[3], const double (&base)[3],
+                 Interval* out) {
   const double place = std::sqrt(std::min(elevation / (0.5 * kPi), 1.0)) * (SkyView::kHeight - 1);
   const int y = std::min(static_cast<int>(place), SkyView::kHeight - 2);
   const auto f = static_cast<float>(place - y);
   const SkyNode *top = view.row(y), *bottom = view.row(y + 1);
   float air[kNodes][3], aerosol[kNodes][3];
-  for (int x = 0; x < kNodes; ++x) {
-    for (int c = 0; c < 3; ++c) {
-      air[x][c] = factors[c] * (top[x].air[c] + (bottom[x].air[c] - top[x].air[c]) * f);
-      aerosol[x][c] = factors[c] * (top[x].aerosol[c] + (bottom[x].aerosol[c] - top[x].aerosol[c]) * f);
+  for (int c = 0; c < 3; ++c) {
+    const auto ofAir = static_cast<float>(factors[c]), added = static_cast<float>(base[c]);
+    const auto ofAerosol = static_cast<float>(factors[c] * AerosolPhase::factor);
+    for (int x = 0; x < kNodes; ++x) {
+      air[x][c] = added + ofAir * (top[x].air[c] + (bottom[x].air[c] - top[x].air[c]) * f);
+      aerosol[x][c] = ofAerosol * (top[x].aerosol[c] + (bottom[x].aerosol[c] - top[x].aerosol[c]) * f);
     }
   }
   for (int x = 0; x + 1 < kNodes; ++x) {
@@ -210,17 +221,22 @@ void SkyModel::paintSky(const SkyConditions& conditions, const SunPlace& sun, fl
     const double elevation = (0.5 - (y + 0.5) / height) * kPi;
     Row row;
     row.isStreamed = isStreamed;
-    row.sineProduct = static_cast<float>(std::sin(elevation) * sunSine);
-    row.cosineProduct = static_cast<float>(std::cos(elevation) * sunCosine);
-    float factors[3];
+    row.least = 0;
+    row.most = std::numeric_limits<float>::max();
+    // 1 - c for the angle to the sun, in terms that only add up.
+    const double above = versine(elevation - sun.elevation), across = std::cos(elevation) * sunCosine;
+    row.cosine = {static_cast<float>(1 - above), static_cast<float>(-across)};
+    row.phaseBase = {static_cast<float>(AerosolPhase::forward - AerosolPhase::slope * above),
+                     static_cast<float>(-AerosolPhase::slope * across)};
+    double base[3], factors[3];
     for (int c = 0; c < 3; ++c) {
       // Towards the ground, from a height of 10 metres, the air in front dims it and shines as at the
       // horizon.
       const double through = elevation < 0 ? std::exp(-extinction[c] * 0.010 / std::sin(-elevation)) : 0;
-      row.base[c] = static_cast<float>(elevation < 0 ? ground[c] * through : 0);
-      factors[c] = static_cast<float>(skyIntensity * (1 - through));
+      base[c] = elevation < 0 ? ground[c] * through : 0;
+      factors[c] = skyIntensity * (1 - through);
     }
-    interpolate(view_, std::max(elevation, 0.0), factors, row.view);
+    interpolate(view_, std::max(elevation, 0.0), factors, base, row.view);
     paint(row, columns.data(), width, rgb + std::size_t{3} * width * y);
   });
 }
